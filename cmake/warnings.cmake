@@ -1,0 +1,15 @@
+# Every target of the tree links rova_flags: include root, warnings, sanitizers.
+add_library(rova_flags INTERFACE)
+target_include_directories(rova_flags INTERFACE ${CMAKE_SOURCE_DIR})
+target_include_directories(rova_flags INTERFACE ${CMAKE_SOURCE_DIR}/platform/include)
+target_compile_definitions(rova_flags INTERFACE _GNU_SOURCE _FILE_OFFSET_BITS=64)
+target_compile_options(rova_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-gnu-zero-variadic-macro-arguments
+  -fasynchronous-unwind-tables -fno-omit-frame-pointer)
+if(ROVA_WERROR)
+  target_compile_options(rova_flags INTERFACE -Werror)
+endif()
+if(ROVA_SANITIZE)
+  target_compile_options(rova_flags INTERFACE -fsanitize=${ROVA_SANITIZE} -fno-sanitize-recover=all)
+  target_link_options(rova_flags INTERFACE -fsanitize=${ROVA_SANITIZE})
+endif()

@@ -1,0 +1,11 @@
+// The families of the factory table: one file each, named after the word.
+#pragma once
+
+#include "common/rova_cmd_data.h"
+
+int rova_cmd_osd(uint32_t cmd_type, cmd_data *record);
+int rova_cmd_create_file(uint32_t cmd_type, cmd_data *record);
+int rova_cmd_file(uint32_t cmd_type, cmd_data *record);
+int rova_cmd_delay(uint32_t cmd_type, cmd_data *record);
+int rova_cmd_lcd(uint32_t cmd_type, cmd_data *record);
+int rova_cmd_control(uint32_t cmd_type, cmd_data *record);

@@ -1,0 +1,15 @@
+// The toolkit's main loop, serving GLib's default context as well.
+#pragma once
+
+// Blocks the daemon's stop signals (SIGINT, SIGTERM, SIGQUIT, SIGHUP) in the calling thread and in
+// every thread it creates.  Before any other thread exists.
+void rova_loop_block_signals();
+
+// After elm_init: `handler` runs on the main thread only, while the loop waits, with no lock held.
+void rova_loop_catch_signals(void (*handler)(int signal));
+
+// elm_init, with what a daemon without a desktop needs first.
+void rova_loop_init(int argc, char **argv);
+
+// elm_run: returns after elm_exit.
+void rova_loop_run();

@@ -1,0 +1,46 @@
+/*
+ * Factory screen service: text, grid text, a background and one picture over the camera's display.
+ *
+ * Each call acts at once; results are 0 on success and negative on failure.  Texts are copied.
+ * Any thread.
+ */
+#ifndef PLATFORM_FACTORY_OSD_H
+#define PLATFORM_FACTORY_OSD_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Put up and take down the layer.  Taking it down clears it. */
+int factory_osd_init(void);
+int factory_osd_deinit(void);
+
+/* Text rows stand large from 1, grid rows small from 0; setting a row replaces it. */
+int factory_osd_text_set(uint16_t row, const char *text);
+int factory_osd_grid_text_set(uint16_t row, const char *text);
+int factory_osd_text_clear(void);
+int factory_osd_grid_text_clear(void);
+
+/* Size in points; colours by number, 0 to 12: black, blue, lime, aqua, red, fuchsia, yellow, white,
+ * gray, green, purple, pink, orange. */
+int factory_osd_text_size_set(int size);
+int factory_osd_text_color_set(int color);
+int factory_osd_background_color_set(int color);
+
+/* The whole window: texts, grid texts, picture, background. */
+int factory_osd_clear(void);
+
+/* Pixels of the display. */
+int factory_osd_window_move_resize(int width, int height, int x, int y);
+
+/* `path` is a picture file of the camera. */
+int factory_osd_image_draw(const char *path);
+int factory_osd_image_clear(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
