@@ -1,0 +1,146 @@
+#include "tests/support/wrap.h"
+
+#include <cerrno>
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <pthread.h>
+#include <semaphore.h>
+#include <string_view>
+#include <sys/msg.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+namespace
+{
+
+struct Fault {
+    long result;
+    int error;
+    int calls_left;
+    bool every;
+};
+
+std::mutex lock;
+
+// Made at first use: malloc may be called before this file's globals are constructed.
+std::map<std::string, Fault, std::less<>> &armed()
+{
+    static std::map<std::string, Fault, std::less<>> faults;
+    return faults;
+}
+
+std::vector<unsigned int> sleeps;
+bool recording = false;
+bool skipping = false;
+
+// True when this call of `function` is to fail; errno is set and `result` told.
+bool fails(const char *function, long &result)
+{
+    std::lock_guard guard(lock);
+    auto found = armed().find(std::string_view(function));
+    if (found == armed().end())
+        return false;
+    Fault &fault = found->second;
+    if (fault.calls_left > 0)
+        fault.calls_left--;
+    if (fault.calls_left > 0)
+        return false;
+    result = fault.result;
+    errno = fault.error;
+    if (!fault.every)
+        armed().erase(found);
+    return true;
+}
+
+} // namespace
+
+namespace test
+{
+
+void wrap_fail(const std::string &function, long result, int error, int nth, bool every)
+{
+    std::lock_guard guard(lock);
+    armed()[function] = Fault{result, error, nth, every};
+}
+
+void wrap_clear()
+{
+    std::lock_guard guard(lock);
+    armed().clear();
+    sleeps.clear();
+    recording = skipping = false;
+}
+
+void wrap_record_sleeps(bool skip)
+{
+    std::lock_guard guard(lock);
+    recording = true;
+    skipping = skip;
+}
+
+std::vector<unsigned int> wrap_sleeps()
+{
+    std::lock_guard guard(lock);
+    return sleeps;
+}
+
+} // namespace test
+
+// NAME is also listed in tests/support/CMakeLists.txt, which tells the linker.
+#define WRAP(TYPE, NAME, PARAMETERS, ARGUMENTS)                                                    \
+    extern "C" TYPE __real_##NAME PARAMETERS;                                                      \
+    extern "C" TYPE __wrap_##NAME PARAMETERS;                                                      \
+    extern "C" TYPE __wrap_##NAME PARAMETERS                                                       \
+    {                                                                                              \
+        if (long result = 0; fails(#NAME, result))                                                 \
+            return (TYPE)result;                                                                   \
+        return __real_##NAME ARGUMENTS;                                                            \
+    }
+
+#pragma GCC diagnostic ignored "-Wconversion"
+
+WRAP(int, msgget, (key_t key, int flags), (key, flags))
+WRAP(int, msgctl, (int id, int command, msqid_ds *data), (id, command, data))
+WRAP(int, msgsnd, (int id, const void *data, size_t size, int flags), (id, data, size, flags))
+WRAP(ssize_t, msgrcv, (int id, void *data, size_t size, long type, int flags),
+     (id, data, size, type, flags))
+WRAP(int, sem_init, (sem_t * sem, int shared, unsigned value), (sem, shared, value))
+WRAP(int, sem_post, (sem_t * sem), (sem))
+WRAP(int, sem_wait, (sem_t * sem), (sem))
+WRAP(int, sem_trywait, (sem_t * sem), (sem))
+WRAP(int, sem_timedwait, (sem_t * sem, const timespec *deadline), (sem, deadline))
+WRAP(int, sem_destroy, (sem_t * sem), (sem))
+WRAP(int, pthread_attr_init, (pthread_attr_t * attr), (attr))
+WRAP(int, pthread_attr_destroy, (pthread_attr_t * attr), (attr))
+WRAP(int, pthread_attr_setstacksize, (pthread_attr_t * attr, size_t size), (attr, size))
+WRAP(int, pthread_attr_setdetachstate, (pthread_attr_t * attr, int state), (attr, state))
+WRAP(int, pthread_create,
+     (pthread_t * thread, const pthread_attr_t *attr, void *(*start)(void *), void *arg),
+     (thread, attr, start, arg))
+WRAP(int, pthread_join, (pthread_t thread, void **result), (thread, result))
+WRAP(int, pthread_kill, (pthread_t thread, int signal), (thread, signal))
+WRAP(int, pthread_cancel, (pthread_t thread), (thread))
+WRAP(pid_t, fork, (), ())
+WRAP(off_t, lseek, (int fd, off_t offset, int whence), (fd, offset, whence))
+WRAP(off_t, lseek64, (int fd, off_t offset, int whence), (fd, offset, whence))
+WRAP(ssize_t, read, (int fd, void *data, size_t size), (fd, data, size))
+WRAP(void *, malloc, (size_t size), (size))
+WRAP(void *, calloc, (size_t count, size_t size), (count, size))
+WRAP(void *, g_try_malloc, (size_t size), (size))
+WRAP(void *, g_try_malloc0, (size_t size), (size))
+
+extern "C" int __real_usleep(useconds_t microseconds);
+extern "C" int __wrap_usleep(useconds_t microseconds);
+extern "C" int __wrap_usleep(useconds_t microseconds)
+{
+    bool skip = false;
+    {
+        std::lock_guard guard(lock);
+        if (recording)
+            sleeps.push_back(microseconds);
+        skip = skipping;
+    }
+    return skip ? 0 : __real_usleep(microseconds);
+}
