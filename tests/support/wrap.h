@@ -9,8 +9,9 @@
 namespace test
 {
 
-// From now on the `nth` call of `function` (1: the next) returns `result` and sets errno to `error`,
-// without doing its work; with `every` also all calls after it.  Pointer results: 0 is NULL.
+// From now on the `nth` call of `function` (1: the next) returns `result` and sets errno to
+// `error`, without doing its work; with `every` also all calls after it.  Pointer results: 0 is
+// NULL.
 void wrap_fail(const std::string &function, long result, int error = 0, int nth = 1,
                bool every = false);
 void wrap_clear();
