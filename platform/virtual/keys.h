@@ -1,0 +1,67 @@
+// The key store behind platform/vconf.h: typed values and every write of them, in one database that
+// all processes of the camera share.  All functions may be used from any thread; failures are told
+// by the result, with a line on the error stream.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace virt
+{
+
+enum class KeyType { integer = 1, boolean = 2, string = 3 };
+
+struct Key {
+    std::string name;
+    KeyType type = KeyType::integer;
+    int number = 0;   // integers, and booleans as 0 or 1
+    std::string text; // strings
+
+    std::string value() const; // as text: "12", "true", "abc"
+};
+
+struct KeyChange {
+    std::int64_t sequence = 0; // 1 and up, in the order of the writes
+    Key key;
+};
+
+bool set_int(const std::string &name, int value);
+bool set_bool(const std::string &name, bool value);
+bool set_string(const std::string &name, const std::string &value);
+bool remove_key(const std::string &name); // not told to watchers
+
+std::optional<Key> get_key(const std::string &name);
+std::vector<Key> list_keys(); // in the order of their names
+
+// The sequence number of the newest write; 0 before the first.
+std::int64_t newest_change();
+
+// A watch of all keys from its making on.  No write is lost as long as the watch lives; a process
+// that dies with a watch gives it up.  One thread at a time.
+class KeyWatch
+{
+public:
+    KeyWatch();
+    ~KeyWatch();
+    KeyWatch(const KeyWatch &) = delete;
+    KeyWatch &operator=(const KeyWatch &) = delete;
+
+    bool valid() const;
+    // Becomes readable when there is something to read; -1 when not valid.
+    int fd() const;
+    // All writes since the last reading, in order; resets fd().
+    std::vector<KeyChange> read();
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+// Close what this process holds open of the key store and drop its vconf watches.  Happens by
+// itself when ROVA_SYSROOT changes.
+void release_keys();
+
+} // namespace virt

@@ -1,0 +1,21 @@
+// The kernel's message queues and semaphores that belong to this camera, noted in virtual/ipc.
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+
+namespace virt
+{
+
+void note_queue(int queue, key_t key);
+void forget_queue(int queue);
+
+// The kernel's name of a semaphore of this camera; noted while it exists.
+std::string semaphore_name(const char *name);
+void note_semaphore(const char *name);
+void forget_semaphore(const char *name);
+
+// Remove all that are noted: a camera that is switched on starts without any.
+void clear_kernel_objects();
+
+} // namespace virt
