@@ -39,6 +39,13 @@ int factory_osd_window_move_resize(int width, int height, int x, int y);
 int factory_osd_image_draw(const char *path);
 int factory_osd_image_clear(void);
 
+/* The touch panel: make it ready, with the lines drawn that a finger draws (1) or without (0); run
+ * the screen's own test, to its end; ask for the panel's state, which is 3 after a touch that
+ * nobody made. */
+int factory_osd_touch_ready(int draw_lines);
+int factory_osd_touch_test(void);
+int factory_osd_get_touch_state(void);
+
 #ifdef __cplusplus
 }
 #endif
