@@ -1,0 +1,23 @@
+// What many command handlers share.  Server thread.
+#pragma once
+
+#include "common/rova_cmd_data.h"
+
+#include <span>
+
+// The two plain answers; return 1.
+int rova_cmd_ok(uint32_t cmd_type);
+int rova_cmd_ng(uint32_t cmd_type);
+
+// Parameter `index`, or an empty text for one that was not given.
+const char *rova_cmd_param(const cmd_data *record, uint32_t index);
+
+// Exactly "on" gives 1 and "off" 0 in `*on`; any other word leaves it alone and gives false.
+bool rova_cmd_on_off(const char *word, uint8_t *on);
+
+// A decimal number, up to the first character that is no digit; 0 if there is none.  What an int
+// does not hold becomes the nearest int.
+int rova_cmd_number(const char *text);
+
+// Parameters `first` and following, with single blanks between them, as far as there is room.
+void rova_cmd_join_words(const cmd_data *record, uint32_t first, std::span<char> text);
