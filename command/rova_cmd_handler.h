@@ -18,8 +18,7 @@ const rova_cmd_entry *rova_cmd_find(rova_cmd_table table, const char *word);
 
 // Runs the subcommand p[0] of a family; an unknown one is logged as
 // "Not found on <family> command table" and gives 0.
-int rova_cmd_run_sub(rova_cmd_table table, const char *family, uint32_t cmd_type,
-                     cmd_data *record);
+int rova_cmd_run_sub(rova_cmd_table table, const char *family, uint32_t cmd_type, cmd_data *record);
 
 // True at compile time when every row has a name and a handler and no name stands twice.
 consteval bool rova_cmd_table_is_sound(rova_cmd_table table)
@@ -40,6 +39,13 @@ consteval bool rova_cmd_table_is_sound(rova_cmd_table table)
     return true;
 }
 
+// The tables of first words, in the order of the search.
+struct rova_cmd_named_table {
+    const char *name;
+    rova_cmd_table rows;
+};
+std::span<const rova_cmd_named_table> rova_cmd_tables();
+
 // Finds the command and runs it.
 void rova_process_cmd(uint32_t cmd_type, cmd_data *record);
 
@@ -53,8 +59,11 @@ int rova_cmd_resp_ex(uint32_t cmd_type, uint32_t result, uint32_t param1, uint32
 // The last result.  Exactly 1 makes the server thread skip later commands that are not PTP.
 uint32_t rova_cmd_get_result();
 
-// Dump mode: commands are written to /tmp/dump.log and answered OK instead of being run.
+// Dump mode: commands are written to the dump file and answered OK instead of being run.
+inline constexpr char ROVA_DUMP_FILE[] = "/tmp/dump.log";
 void rova_cmd_set_dump(bool on);
+// Appends the command as one line of at most 255 characters, carriage return and line feed
+// included.
 void rova_dump_cmd(const cmd_data *record);
 
 // Feedback on screen, by sound and by the AF lamp, as far as the control flags ask for it.
