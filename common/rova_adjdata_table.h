@@ -1,0 +1,25 @@
+// The items of the adjustment partitions.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+struct adjdata_info {
+    char name[80];
+    uint64_t id;
+    uint32_t size; // bytes
+};
+
+// One partition of adjustment data.  `items` has a terminator behind its last row, with the name
+// "end", id 0 and size 0; `data_size` is the sum of the items' sizes.
+struct adjdata_part {
+    uint32_t pref_id;
+    const adjdata_info *items;
+    uint32_t data_size;
+};
+
+// The partitions that have an item table, in the order of their pref ids.
+std::span<const adjdata_part> rova_adjdata_parts();
+
+// The item's row; NULL for an id that no row has, and, with a line in the platform log, for id 0.
+const adjdata_info *rova_get_adjdata_info(uint64_t id);
