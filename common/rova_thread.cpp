@@ -1,0 +1,109 @@
+#include "common/rova_thread.h"
+
+#include "common/rova_log.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+namespace
+{
+
+thread_local bool cancellable = false;
+
+int fail(pthread_attr_t *attributes)
+{
+    pthread_attr_destroy(attributes);
+    return -1;
+}
+
+} // namespace
+
+int rova_thread_create(pthread_t *thread, const char * /*name*/, int /*priority*/, int joinable,
+                       std::size_t stack_size, void *(*start)(void *), void *arg)
+{
+    if (thread == nullptr || start == nullptr)
+        return -1;
+    pthread_attr_t attributes;
+    if (pthread_attr_init(&attributes) != 0) {
+        ROVA_LOG_ERR("Got error from pthread_attr_init \n");
+        return -1;
+    }
+    if (pthread_attr_setstacksize(&attributes,
+                                  stack_size != 0 ? stack_size : ROVA_THREAD_STACK_SIZE) != 0) {
+        ROVA_LOG_ERR("Got error from pthread_attr_setstacksize \n");
+        return fail(&attributes);
+    }
+    int state = joinable != 0 ? PTHREAD_CREATE_JOINABLE : PTHREAD_CREATE_DETACHED;
+    if (pthread_attr_setdetachstate(&attributes, state) != 0) {
+        ROVA_LOG_ERR("Got error from pthread_attr_setdetachstate \n");
+        return fail(&attributes);
+    }
+    // Into *thread at once: the new thread may look at its own handle there.
+    const pthread_t before = *thread;
+    if (pthread_create(thread, &attributes, start, arg) != 0) {
+        *thread = before;
+        ROVA_LOG_ERR("pthread_create() failed \n");
+        return fail(&attributes);
+    }
+    if (pthread_attr_destroy(&attributes) != 0)
+        ROVA_LOG_ERR("pthread_attr_destroy() failed \n");
+    return 0;
+}
+
+// The C library takes a handle of 0 for an address: the wrappers refuse it themselves.
+
+int rova_thread_join(pthread_t thread, void **result)
+{
+    int error = thread != 0 ? pthread_join(thread, result) : ESRCH;
+    if (error == 0)
+        return 0;
+    ROVA_LOG_ERR("Thread join failed for thread [%u] (%s) \n", static_cast<unsigned int>(thread),
+                 std::strerror(error));
+    return -1;
+}
+
+int rova_thread_cancel(pthread_t thread)
+{
+    return thread != 0 && pthread_cancel(thread) == 0 ? 0 : -1;
+}
+
+int rova_thread_kill(pthread_t thread, int signal)
+{
+    if (thread != 0 && pthread_kill(thread, signal) == 0)
+        return 0;
+    ROVA_LOG_ERR("Thread kill failed for thread [%u:%d] \n", static_cast<unsigned int>(thread),
+                 signal);
+    return -1;
+}
+
+void rova_thread_exit(void *result)
+{
+    pthread_exit(result);
+}
+
+void rova_thread_make_cancellable()
+{
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+    pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
+    cancellable = true;
+}
+
+bool rova_thread_is_cancellable()
+{
+    return cancellable;
+}
+
+void rova_thread_open_cancel_window()
+{
+    if (!cancellable)
+        return;
+    pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
+    pthread_testcancel();
+}
+
+void rova_thread_close_cancel_window()
+{
+    if (cancellable)
+        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+}
