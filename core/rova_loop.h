@@ -2,14 +2,21 @@
 #pragma once
 
 // Blocks the daemon's stop signals (SIGINT, SIGTERM, SIGQUIT, SIGHUP) in the calling thread and in
-// every thread it creates.  Before any other thread exists.
+// every thread it creates, and SIGCHLD with them, so that the end of a child interrupts no other
+// thread's blocking call.  Before any other thread exists.
 void rova_loop_block_signals();
 
-// After elm_init: `handler` runs on the main thread only, while the loop waits, with no lock held.
+// After rova_loop_init: `handler` runs on the main thread only, while the loop waits, with no lock
+// held.
 void rova_loop_catch_signals(void (*handler)(int signal));
 
 // elm_init, with what a daemon without a desktop needs first.
 void rova_loop_init(int argc, char **argv);
 
-// elm_run: returns after elm_exit.
+// elm_run: returns after elm_exit.  A stop signal that came too late for the loop is handled before
+// the return.
 void rova_loop_run();
+
+// elm_exit, elm_shutdown.
+void rova_loop_exit();
+void rova_loop_shutdown();
