@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Compare the functions that headers declare with those that libraries define.
 
-usage: check_symbols.py [--nm NM] [--prefix P | --without-prefix P] [--exact] HEADER... -- LIBRARY...
+usage: check_symbols.py [--nm NM] [--prefix P | --without-prefix P] [--exact]
+                        HEADER... -- LIBRARY...
 
 Fails when a declared function is not defined.  With --exact also when a library defines a global
 function that no header declares.  --prefix looks only at names that begin with P.

@@ -68,8 +68,8 @@ class Compared(unittest.TestCase):
         self.assertIn('a.h: sys_five is not defined', text)
 
     def test_a_static_function_does_not_count(self):
-        code, text = self.run_on('static int sys_five(){return 0;} int sys_six(){return sys_five();}',
-                                 '--prefix', 'sys_')
+        code, text = self.run_on('static int sys_five(){return 0;}'
+                                 ' int sys_six(){return sys_five();}', '--prefix', 'sys_')
         self.assertEqual(code, 1)
         self.assertIn('sys_five', text)
 
