@@ -60,6 +60,9 @@ private:
     std::unique_ptr<State> state_;
 };
 
+// The vconf watches of this process; what release_keys does first.
+void release_watches();
+
 // Close what this process holds open of the key store and drop its vconf watches.  Happens by
 // itself when ROVA_SYSROOT changes.
 void release_keys();

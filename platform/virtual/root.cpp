@@ -1,0 +1,95 @@
+#include "platform/virtual/root.h"
+
+#include "platform/virtual/values.h"
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <mutex>
+
+namespace virt
+{
+
+namespace
+{
+
+std::string canonical(const std::string &folder)
+{
+    std::error_code error;
+    auto found = std::filesystem::weakly_canonical(std::filesystem::absolute(folder, error), error);
+    std::string text = error ? folder : found.string();
+    while (text.size() > 1 && text.back() == '/')
+        text.pop_back();
+    return text;
+}
+
+} // namespace
+
+// The last answer is kept: resolving links costs more than the calls that ask for it.
+std::string root()
+{
+    static std::mutex lock;
+    static std::string variable, resolved;
+
+    const char *now = std::getenv("ROVA_SYSROOT");
+    if (!now || !*now)
+        return "";
+    std::lock_guard guard(lock);
+    if (variable != now) {
+        variable = now;
+        resolved = canonical(variable);
+    }
+    return resolved;
+}
+
+std::string path(std::string_view camera_path)
+{
+    if (camera_path.empty() || camera_path.front() != '/' || camera_path == "/dev/null")
+        return std::string(camera_path);
+    return root().append(camera_path);
+}
+
+std::string camera_path(std::string_view place)
+{
+    std::string top = root();
+    if (top.empty() || !place.starts_with(top))
+        return std::string(place);
+    place.remove_prefix(top.size());
+    if (place.empty())
+        return "/";
+    return place.front() == '/' ? std::string(place) : top.append(place);
+}
+
+std::string file(std::string_view name)
+{
+    return root().append("/virtual/").append(name);
+}
+
+bool present()
+{
+    static std::atomic<bool> told{false};
+
+    if (const char *now = std::getenv("ROVA_SYSROOT"); now && *now)
+        return true;
+    if (!told.exchange(true))
+        std::fputs("ROVA_SYSROOT is not set: there is no camera here\n", stderr);
+    return false;
+}
+
+double speed()
+{
+    std::string text = read_file(file("speed"));
+    double factor = std::strtod(text.c_str(), nullptr);
+    return factor > 0 ? factor : 1;
+}
+
+unsigned long long hash(std::string_view text)
+{
+    unsigned long long sum = 0xcbf29ce484222325ULL;
+    for (char byte : text)
+        sum = (sum ^ static_cast<unsigned char>(byte)) * 0x100000001b3ULL;
+    return sum;
+}
+
+} // namespace virt

@@ -1,0 +1,215 @@
+// Programs of the camera: commands are mapped so that nothing outside its directory can be reached
+// by the paths of a command line, and nothing that switches the PC off is found.
+#include "platform/sys.h"
+
+#include "platform/virtual/calls.h"
+#include "platform/virtual/faults.h"
+#include "platform/virtual/root.h"
+#include "platform/virtual/shell.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+
+// What a PC may have in its bin folders that a virtual camera must not start.
+constexpr const char *forbidden[] = {
+    "chroot", "dmesg",  "halt",     "hostnamectl", "losetup",     "mount",  "poweroff",
+    "reboot", "rfkill", "shutdown", "systemctl",   "timedatectl", "umount", "sudo",
+};
+
+// zip keeps the names it is given, and on the camera those count from the root.
+constexpr const char *zip_function = R"(zip() (
+for word do
+shift
+case $word in "$ROVA_SYSROOT"/*) word=${word#"$ROVA_SYSROOT"/};; esac
+set -- "$@" "$word"
+done
+cd "$ROVA_SYSROOT" && command zip "$@"
+)
+)";
+
+bool stands_in(const char *program)
+{
+    return access(virt::path(std::string("/usr/bin/") + program).c_str(), X_OK) == 0;
+}
+
+std::string prelude()
+{
+    std::string text = stands_in("zip") ? "" : zip_function;
+    for (const char *program : forbidden)
+        if (!stands_in(program))
+            text += std::string(program) + "() { echo '" + program +
+                    ": not on this camera' >&2; return 127; }\n";
+    return text;
+}
+
+// A path may begin at the start of a word, behind an operator, an opening quote or "name=".
+bool may_begin(char before)
+{
+    return std::strchr(" \t\n;|&()<>='\"`", before) != nullptr;
+}
+
+bool is_word(const std::string &command, size_t at, const char *word)
+{
+    size_t size = std::strlen(word);
+    if (command.compare(at, size, word) != 0)
+        return false;
+    return at + size >= command.size() || std::strchr(" \t\n;|&()<>'\"`", command[at + size]);
+}
+
+// The root for the shell, which may hold any character.  Inside the command's own quotes those are
+// closed, and opened again behind the root.
+std::string quoted_root(char quote)
+{
+    std::string text = "'";
+    for (char letter : virt::root())
+        text += letter == '\'' ? std::string("'\\''") : std::string(1, letter);
+    text += "'";
+    return quote ? std::string(1, quote) + text + quote : text;
+}
+
+// The quote that holds from the next letter on.
+char quote_behind(char letter, char quote, bool escaped)
+{
+    if (escaped || (letter != '\'' && letter != '"'))
+        return quote;
+    if (!quote)
+        return letter;
+    return quote == letter ? '\0' : quote;
+}
+
+std::vector<std::string> environment()
+{
+    std::vector<std::string> list;
+    for (char **entry = environ; entry && *entry; entry++)
+        if (std::strncmp(*entry, "PATH=", 5) != 0 && std::strncmp(*entry, "ROVA_SYSROOT=", 13) != 0)
+            list.emplace_back(*entry);
+    list.push_back("PATH=" + virt::path("/usr/bin") + ":/usr/bin:/bin");
+    list.push_back("ROVA_SYSROOT=" + virt::root());
+    return list;
+}
+
+// Like system(): the caller's interrupt keys are ignored and its children left alone meanwhile.
+class WaitSignals
+{
+public:
+    WaitSignals()
+    {
+        struct sigaction ignore = {};
+        ignore.sa_handler = SIG_IGN;
+        sigaction(SIGINT, &ignore, &interrupt_);
+        sigaction(SIGQUIT, &ignore, &quit_);
+        sigset_t child;
+        sigemptyset(&child);
+        sigaddset(&child, SIGCHLD);
+        pthread_sigmask(SIG_BLOCK, &child, &mask_);
+    }
+    ~WaitSignals() { restore(); }
+    WaitSignals(const WaitSignals &) = delete;
+    WaitSignals &operator=(const WaitSignals &) = delete;
+    void restore() const
+    {
+        sigaction(SIGINT, &interrupt_, nullptr);
+        sigaction(SIGQUIT, &quit_, nullptr);
+        pthread_sigmask(SIG_SETMASK, &mask_, nullptr);
+    }
+
+private:
+    struct sigaction interrupt_ = {}, quit_ = {};
+    sigset_t mask_ = {};
+};
+
+int wait_for_end(pid_t child)
+{
+    int status = -1;
+    while (waitpid(child, &status, 0) < 0)
+        if (errno != EINTR)
+            return -1;
+    return status;
+}
+
+int run(const std::string &script)
+{
+    std::vector<std::string> variables = environment();
+    std::vector<char *> pointers;
+    for (std::string &variable : variables)
+        pointers.push_back(variable.data());
+    pointers.push_back(nullptr);
+
+    WaitSignals signals;
+    pid_t child = fork();
+    if (child == 0) {
+        signals.restore();
+        execle("/bin/sh", "sh", "-c", script.c_str(), nullptr, pointers.data());
+        _exit(127);
+    }
+    return child < 0 ? -1 : wait_for_end(child);
+}
+
+} // namespace
+
+namespace virt
+{
+
+std::string map_command(const std::string &command)
+{
+    std::string mapped;
+    char quote = '\0', before = ' ';
+    bool escaped = false;
+    for (size_t at = 0; at < command.size(); at++) {
+        char letter = command[at];
+        if (letter == '/' && !escaped && may_begin(before) && !is_word(command, at, "/dev/null"))
+            mapped += quoted_root(quote);
+        mapped += letter;
+        quote = quote_behind(letter, quote, escaped);
+        escaped = letter == '\\' && !escaped && quote != '\'';
+        before = letter;
+    }
+    return mapped;
+}
+
+} // namespace virt
+
+int sys_system(const char *command)
+{
+    if (auto failure = virt::fault("sys_system", {command})) {
+        virt::record("sys_system", {command ? command : ""}, *failure);
+        return static_cast<int>(*failure);
+    }
+    if (!virt::present())
+        return -1;
+    if (!command)
+        return 1;
+    int status = run(prelude() + virt::map_command(command));
+    virt::record("sys_system", {command}, status);
+    return status;
+}
+
+// Recorded ahead, since it does not come back.
+int sys_execvp(const char *file, char *const argv[])
+{
+    nlohmann::json words = nlohmann::json::array();
+    for (char *const *word = argv; word && *word; word++)
+        words.push_back(*word);
+    if (auto failure = virt::fault("sys_execvp", {file})) {
+        int error = errno;
+        virt::record("sys_execvp", {file, words}, *failure);
+        errno = error;
+        return static_cast<int>(*failure);
+    }
+    if (virt::root().empty())
+        return execvp(file, argv);
+    virt::record("sys_execvp", {file, words});
+    std::string name = file;
+    std::string place = name.find('/') == std::string::npos ? "/usr/bin/" + name : name;
+    return execv(virt::path(place).c_str(), argv);
+}
