@@ -119,7 +119,7 @@ WRAP(int, pthread_attr_setdetachstate, (pthread_attr_t * attr, int state), (attr
 WRAP(int, pthread_create,
      (pthread_t * thread, const pthread_attr_t *attr, void *(*start)(void *), void *arg),
      (thread, attr, start, arg))
-WRAP(int, pthread_join, (pthread_t thread, void **result), (thread, result))
+WRAP(int, pthread_join, (pthread_t thread, void **value), (thread, value))
 WRAP(int, pthread_kill, (pthread_t thread, int signal), (thread, signal))
 WRAP(int, pthread_cancel, (pthread_t thread), (thread))
 WRAP(pid_t, fork, (), ())
