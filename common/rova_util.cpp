@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <string_view>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace
@@ -306,8 +307,18 @@ int rova_ioctl(const char *path, unsigned long request, void *arg)
     return sys_ioctl(file.fd(), request, arg) < 0 ? -1 : 0;
 }
 
+// Access behind the end of a file would end the process; a device has no end to go by.
+static bool file_ends_before(int fd, off_t end)
+{
+    struct stat status = {};
+    return fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_size < end;
+}
+
 int rova_mmap_region(int fd, off_t offset, std::size_t length, void **mapped_addr, void **map_base)
 {
+    *map_base = MAP_FAILED;
+    if (file_ends_before(fd, offset + static_cast<off_t>(length)))
+        return -1;
     off_t in_page = offset % PAGE_SIZE_BYTES;
     void *base = mmap(nullptr, length + static_cast<std::size_t>(in_page), PROT_READ | PROT_WRITE,
                       MAP_SHARED, fd, offset - in_page);

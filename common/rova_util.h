@@ -57,5 +57,6 @@ int rova_wdt_set(int seconds, int boot_shutdown);
 
 // 0, or -1 when opening or the request fails.
 int rova_ioctl(const char *path, unsigned long request, void *arg);
-// Maps `length` bytes at `offset` of an open file, read-write and shared.  0, or -1.
+// Maps `length` bytes at `offset` of an open file, read-write and shared.  0, or -1, also when the
+// file ends before.
 int rova_mmap_region(int fd, off_t offset, std::size_t length, void **mapped_addr, void **map_base);
