@@ -113,7 +113,6 @@ int read_command(std::FILE *file, cmd_data *record)
 void test_for_cancellation()
 {
     rova_thread_open_cancel_window();
-    pthread_testcancel();
     rova_thread_close_cancel_window();
 }
 

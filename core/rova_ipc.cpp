@@ -8,7 +8,6 @@
 #include <cstring>
 #include <glib.h>
 #include <new>
-#include <pthread.h>
 #include <sched.h>
 #include <sys/ipc.h>
 #include <sys/msg.h>
@@ -105,7 +104,6 @@ int __rova_receive_from_mq_nowait(rova_ipc *ipc, rova_packet *packet)
 void yield_in_window()
 {
     rova_thread_open_cancel_window();
-    pthread_testcancel();
     sched_yield();
     rova_thread_close_cancel_window();
 }

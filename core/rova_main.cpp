@@ -33,6 +33,8 @@ void set_running_property(int value)
         ROVA_LOG_ERR("device_set_property(17, 7, %d) failed (ret = %d) \n", value, ret);
 }
 
+void rova_handle_stop_cb(keynode_t *key, void *);
+
 // Harmless when everything has been stopped before.
 void rova_stop()
 {
@@ -56,6 +58,14 @@ int read_stop_key(const keynode_t *key)
     return value;
 }
 
+void stop_once_asked()
+{
+    int ret = vconf_ignore_key_changed(ROVA_KEY_STOP_CMD, rova_handle_stop_cb);
+    if (ret != 0)
+        ROVA_LOG_ERR("failed to vconf_ignore_key_changed(%s) (ret=%d) \n", ROVA_KEY_STOP_CMD, ret);
+    rova_stop();
+}
+
 void rova_handle_stop_cb(keynode_t *key, void *)
 {
     if (key == nullptr) {
@@ -63,15 +73,10 @@ void rova_handle_stop_cb(keynode_t *key, void *)
         return;
     }
     ROVA_LOG_INFO("rova_handle_stop_cb() started. \n");
-    const int value = read_stop_key(key);
-    if (value < 1) {
+    if (const int value = read_stop_key(key); value < 1)
         ROVA_LOG_INFO("key:value = %s: %d \n", ROVA_KEY_STOP_CMD, value);
-        return;
-    }
-    int ret = vconf_ignore_key_changed(ROVA_KEY_STOP_CMD, rova_handle_stop_cb);
-    if (ret != 0)
-        ROVA_LOG_ERR("failed to vconf_ignore_key_changed(%s) (ret=%d) \n", ROVA_KEY_STOP_CMD, ret);
-    rova_stop();
+    else
+        stop_once_asked();
     ROVA_LOG_INFO("rova_handle_stop_cb() done. \n");
 }
 
