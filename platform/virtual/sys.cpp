@@ -3,6 +3,7 @@
 
 #include "platform/virtual/calls.h"
 #include "platform/virtual/faults.h"
+#include "platform/virtual/memory.h"
 #include "platform/virtual/objects.h"
 #include "platform/virtual/processes.h"
 #include "platform/virtual/root.h"
@@ -151,6 +152,8 @@ int sys_open(const char *path, int flags, mode_t mode)
     if (auto failure = fault("sys_open", {path}))
         return static_cast<int>(*failure);
     Place place(path);
+    if (has_camera() && place.text() == virt::path("/dev/mem"))
+        virt::make_memory(place.text());
     play_before(place, (flags & O_ACCMODE) != O_WRONLY && !(flags & O_TRUNC));
     return open(place.get(), flags, mode);
 }
