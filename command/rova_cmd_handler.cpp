@@ -202,6 +202,7 @@ static constexpr rova_cmd_entry factory_table[] = {
     {"delay",       rova_cmd_delay},
     {"lcd",         rova_cmd_lcd},
     {"control",     rova_cmd_control},
+    {"gpio",        rova_cmd_gpio},
     // clang-format on
 };
 

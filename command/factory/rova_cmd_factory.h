@@ -9,3 +9,4 @@ int rova_cmd_file(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_delay(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_lcd(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_control(uint32_t cmd_type, cmd_data *record);
+int rova_cmd_gpio(uint32_t cmd_type, cmd_data *record);
