@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 """Compare the functions that headers declare with those that libraries define.
 
-usage: check_symbols.py [--nm NM] [--prefix P | --without-prefix P] [--exact]
+usage: check_symbols.py [--nm NM] [--prefix P | --without-prefix P] [--exact] [--pending LIST]
                         HEADER... -- LIBRARY...
 
 Fails when a declared function is not defined.  With --exact also when a library defines a global
-function that no header declares.  --prefix looks only at names that begin with P.
+function that no header declares.  --prefix looks only at names that begin with P.  LIST is a file
+of functions, one a line, that are still to be written: they must be missing.
 """
 import argparse
 import re
@@ -47,6 +48,7 @@ def main():
     parser.add_argument('--prefix', default='')
     parser.add_argument('--without-prefix')
     parser.add_argument('--exact', action='store_true')
+    parser.add_argument('--pending', type=Path)
     parser.add_argument('files', nargs='+', metavar='HEADER... -- LIBRARY')
     arguments = sys.argv[1:]
     libraries = []
@@ -66,7 +68,11 @@ def main():
     if not wanted or not present:
         sys.exit(f'nothing to compare: {len(wanted)} declared, {len(present)} defined')
 
-    faults = [f'{wanted[name]}: {name} is not defined' for name in sorted(set(wanted) - present)]
+    pending = set(args.pending.read_text().split()) if args.pending else set()
+    missing = set(wanted) - present - pending
+    faults = [f'{wanted[name]}: {name} is not defined' for name in sorted(missing)]
+    faults += [f'{args.pending}: {name} is not missing: take it off the list'
+               for name in sorted(pending - (set(wanted) - present))]
     if args.exact:
         faults += [f'{name} is defined but not declared' for name in sorted(present - set(wanted))]
     print('\n'.join(faults + [f'{len(wanted)} functions declared, {len(faults)} faults']))

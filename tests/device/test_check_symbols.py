@@ -80,6 +80,22 @@ class Compared(unittest.TestCase):
         self.assertEqual(code, 1)
         self.assertIn('more is defined but not declared', text)
 
+    def test_a_call_on_the_list_may_be_missing_and_nothing_else(self):
+        with tempfile.TemporaryDirectory() as folder:
+            pending = Path(folder, 'pending')
+            pending.write_text('sys_five\n')
+            self.assertEqual(self.run_on(self.ALL, '--pending', pending)[0], 0)
+            self.assertEqual(self.run_on('int two(){return 0;}', '--pending', pending)[0], 1)
+
+    def test_the_list_names_only_what_is_missing(self):
+        with tempfile.TemporaryDirectory() as folder:
+            pending = Path(folder, 'pending')
+            pending.write_text('sys_five\none\nnone_such\n')
+            code, text = self.run_on(self.ALL, '--pending', pending)
+        self.assertEqual(code, 1)
+        self.assertIn('one is not missing', text)
+        self.assertIn('none_such is not missing', text)
+
     def test_nothing_to_compare_is_a_fault(self):
         self.assertNotIn(self.run_on(self.ALL, '--prefix', 'none_')[0], (0,))
 
