@@ -1,0 +1,43 @@
+// A camera, the dispatcher in its state at start, and lines run as the server thread would.
+#pragma once
+
+#include "common/rova_cmd_data.h"
+#include "tests/support/camera.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace test
+{
+
+// What the file log gains by an answer to a script, without the time.
+inline constexpr char OK[] = "resp : OK \n";
+inline constexpr char NG[] = "resp : NG \n";
+// The same by a plain answer to the PC.
+inline constexpr char PTP_OK[] = "resp : OK <ptp> 0x10000002, 0x00000000, 0x00000000 \n";
+inline constexpr char PTP_NG[] = "resp : NG <ptp> 0x10000002, 0x00000001, 0x00000000 \n";
+inline constexpr char NO_ANSWER[] = "";
+
+// The record of a line: words between blanks.
+cmd_data record_of(const std::string &line);
+
+class CommandTest : public ::testing::Test
+{
+protected:
+    CommandTest();
+    ~CommandTest() override;
+
+    // Runs a command and gives all that it wrote to the file log: exactly one answer, or nothing.
+    std::string run(const std::string &line, uint32_t cmd_type = ROVA_CMD_SCRIPT);
+    std::string run(cmd_data record, uint32_t cmd_type);
+
+    // The calls of these names so far, in order, each as `name[arguments]` with JSON arguments.
+    std::vector<std::string> told(const std::vector<std::string> &names) const;
+
+    Camera camera;
+};
+
+} // namespace test

@@ -1,0 +1,145 @@
+#include "command/factory/rova_cmd_factory.h"
+#include "command/rova_cmd_handler.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+using Words = std::vector<std::string>;
+
+// All words of the command reference, in the order of the search.
+static const std::vector<std::pair<std::string, Words>> reference = {
+    {"system", {"shell",     "proximity",     "key",           "ext_release", "usb",
+                "wheel",     "mode_dial",     "drive_dial",    "jog1",        "jog2",
+                "rtc",       "rtc2",          "hdmi",          "earjack",     "ext_mic",
+                "rotation",  "thermistor",    "led",           "power",       "battery_level",
+                "dr",        "adc",           "accelometer",   "gyroscope",   "cis_data",
+                "cis_data2", "cis_data_info", "cis_data_file", "sound",       "stlcd",
+                "vgrip",     "sdcard",        "free_fall",     "mr"}},
+    {"factory", {"proc_mark",     "step_label",  "sample",        "adj_data",   "osd",
+                 "touch",         "firmware",    "serial_number", "snapshot",   "shipment_country",
+                 "factory_reset", "create_file", "file",          "image",      "sys_param",
+                 "delay",         "exposure",    "lcd",           "model_name", "control",
+                 "gpio"}},
+    {"capture",
+     {"lens_mount", "shutter_speed", "shutter_speed2", "lens", "capture", "st", "defect_pixel",
+      "efs", "shutter", "xsw", "strobe", "hotshoe"}},
+    {"image quality", {"iso", "awb", "color_shading", "flangeback", "paf", "vfpn"}},
+    {"extra", {"mot", "dust", "noise", "movie", "afi_adj"}},
+    {"wireless", {"wifi", "bluetooth", "nfc"}},
+};
+
+TEST(CommandTables, StandInTheOrderOfTheSearch)
+{
+    Words names;
+    Words expected;
+    for (const rova_cmd_named_table &table : rova_cmd_tables())
+        names.push_back(table.name);
+    for (const auto &[name, words] : reference)
+        expected.push_back(name);
+    EXPECT_EQ(names, expected);
+}
+
+TEST(CommandTables, HoldTheWordsOfTheReferenceInItsOrder)
+{
+    for (std::size_t i = 0; i < reference.size(); i++) {
+        const Words &words = reference[i].second;
+        auto position = words.begin();
+        for (const rova_cmd_entry &row : rova_cmd_tables()[i].rows) {
+            position = std::find(position, words.end(), row.name);
+            ASSERT_NE(position, words.end()) << row.name << " in " << reference[i].first;
+            ++position;
+        }
+    }
+}
+
+TEST(CommandTables, HoldNoWordTwice)
+{
+    Words seen;
+    for (const rova_cmd_named_table &table : rova_cmd_tables())
+        for (const rova_cmd_entry &row : table.rows)
+            seen.push_back(row.name);
+    std::sort(seen.begin(), seen.end());
+    EXPECT_EQ(std::adjacent_find(seen.begin(), seen.end()), seen.end());
+}
+
+struct Family {
+    const char *table;
+    const char *word;
+    rova_cmd_handler_fn handler;
+};
+
+class CommandFamily : public testing::TestWithParam<Family>
+{
+};
+
+TEST_P(CommandFamily, IsFoundInItsTable)
+{
+    const Family &family = GetParam();
+    for (const rova_cmd_named_table &table : rova_cmd_tables()) {
+        const rova_cmd_entry *row = rova_cmd_find(table.rows, family.word);
+        bool is_here = std::string(table.name) == family.table;
+        EXPECT_EQ(row != nullptr ? row->handler : nullptr, is_here ? family.handler : nullptr);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Factory, CommandFamily,
+                         testing::Values(Family{"factory", "osd", rova_cmd_osd},
+                                         Family{"factory", "create_file", rova_cmd_create_file},
+                                         Family{"factory", "file", rova_cmd_file},
+                                         Family{"factory", "delay", rova_cmd_delay},
+                                         Family{"factory", "lcd", rova_cmd_lcd},
+                                         Family{"factory", "control", rova_cmd_control},
+                                         Family{"factory", "gpio", rova_cmd_gpio}),
+                         [](const auto &row) { return std::string(row.param.word); });
+
+static int first(uint32_t, cmd_data *)
+{
+    return 1;
+}
+
+static int second(uint32_t, cmd_data *)
+{
+    return 2;
+}
+
+static int not_mine(uint32_t, cmd_data *)
+{
+    return 0;
+}
+
+static constexpr rova_cmd_entry three_rows[] = {{"a", first}, {"ab", second}, {"c", not_mine}};
+static constexpr rova_cmd_entry twice[] = {{"Key", first}, {"kEY", second}};
+static constexpr rova_cmd_entry nameless[] = {{"", first}};
+static constexpr rova_cmd_entry idle[] = {{"a", nullptr}};
+
+static_assert(rova_cmd_table_is_sound({}));
+static_assert(rova_cmd_table_is_sound(three_rows));
+static_assert(!rova_cmd_table_is_sound(twice));
+static_assert(!rova_cmd_table_is_sound(nameless));
+static_assert(!rova_cmd_table_is_sound(idle));
+
+TEST(CmdFind, ComparesWholeWordsWithoutRegardToCase)
+{
+    EXPECT_EQ(rova_cmd_find(three_rows, "AB"), &three_rows[1]);
+    EXPECT_EQ(rova_cmd_find(three_rows, "abc"), nullptr);
+    EXPECT_EQ(rova_cmd_find(three_rows, ""), nullptr);
+    EXPECT_EQ(rova_cmd_find({}, "a"), nullptr);
+}
+
+TEST(CmdFind, TakesTheFirstOfTwoRows)
+{
+    EXPECT_EQ(rova_cmd_find(twice, "key"), &twice[0]);
+}
+
+TEST(CmdRunSub, ReturnsWhatTheRowsHandlerReturns)
+{
+    cmd_data record = {};
+    for (const rova_cmd_entry &row : three_rows) {
+        std::snprintf(record.p[0], sizeof(record.p[0]), "%s", row.name);
+        EXPECT_EQ(rova_cmd_run_sub(three_rows, "x", ROVA_CMD_SCRIPT, &record),
+                  row.handler(ROVA_CMD_SCRIPT, &record));
+    }
+}
