@@ -1,0 +1,166 @@
+// vcam create: the file tree of a camera, with what its programs and files are on a PC.
+#include "tools/vcam/camera.h"
+#include "tools/vcam/media.h"
+#include "tools/vcam/verb.h"
+
+#include <cstdio>
+
+namespace vcam
+{
+namespace
+{
+
+constexpr const char *FOLDERS[] = {
+    "sdcard", "mnt", "tmp", "opt/share/rova", "var/run/memory/private", "dev", "usr/bin", "virtual",
+};
+
+struct file_row {
+    const char *path;
+    const char *text;
+};
+
+constexpr file_row FILES[] = {
+    {"dev/fb0", ""},
+    {"sys/devices/platform/m7-keys/key_unmask_on_boot", "1\n"},
+    {"sys/devices/platform/movra7_wdt/boot_shutdown", "0\n"},
+    {"sys/devices/platform/movra7_wdt/timer", "0\n"},
+};
+
+// Every stand-in begins with this: it notes its call as the platform's calls are noted.  It uses
+// the shell's own commands only, since the camera's programs come first in PATH.
+constexpr char STAND_IN_HEAD[] = R"(#!/bin/bash
+# Stand-in for a program of the camera, written by vcam create.
+root=$(cd "${BASH_SOURCE[0]%/*}/../.." && pwd -P)
+name=${0##*/}
+
+note() {
+    local now args="" word
+    read -r now _ </proc/uptime
+    for word in "$@"; do
+        word=${word//\\/\\\\}
+        args+=",\"${word//\"/\\\"}\""
+    done
+    printf '{"time":%s,"pid":%d,"call":"%s","args":[%s],"result":0}\n' \
+        "$now" $$ "$name" "${args#,}" >>"$root/virtual/calls.jsonl"
+}
+note "$@"
+)";
+
+// Power is gone at once: nothing of this camera gets a chance to clean up.  A process is the
+// camera's when it carries the camera's root and one of the two names, never by one of them alone.
+constexpr char POWER_CUT[] = R"(
+is_ours() {
+    local words word
+    mapfile -d '' -t words <"$1/cmdline"
+    case ${words[0]} in
+    /usr/bin/rovad | /usr/bin/mtp-responder) ;;
+    *) return 1 ;;
+    esac
+    mapfile -d '' -t words <"$1/environ"
+    for word in "${words[@]}"; do
+        case $word in
+        ROVA_SYSROOT=?*) [ "${word#*=}" -ef "$root" ] && return 0 ;;
+        esac
+    done
+    return 1
+}
+
+{
+    for process in /proc/[0-9]*; do
+        is_ours "$process" && kill -KILL "${process##*/}"
+    done
+} 2>/dev/null
+exit 0
+)";
+
+constexpr char RESPOND[] = R"(
+exec -a /usr/bin/mtp-responder sleep infinity
+)";
+
+struct program_row {
+    const char *name;
+    const char *body; // behind STAND_IN_HEAD
+};
+
+constexpr program_row PROGRAMS[] = {
+    {"poweroff", POWER_CUT},  {"reboot", POWER_CUT},      {"sync", ""},
+    {"make_snapshot.sh", ""}, {"mtp-responder", RESPOND},
+};
+
+void refuse_foreign_folder(const fs::path &dir)
+{
+    std::error_code error;
+    if (!fs::exists(fs::symlink_status(dir, error)))
+        return;
+    if (!fs::is_directory(dir))
+        throw failure("'" + dir.string() + "' is not a folder");
+    if (!fs::is_empty(dir) && !is_camera(dir))
+        throw failure("'" + dir.string() + "' is not empty and no camera; nothing was made");
+}
+
+// What exists stays as it is: create only adds.
+void add_file(const fs::path &path, const std::string &text)
+{
+    if (!fs::exists(fs::symlink_status(path)))
+        write_file(path, text);
+}
+
+void add_program(const program_row &row)
+{
+    const fs::path path = on_pc("/usr/bin") / row.name;
+    if (fs::exists(fs::symlink_status(path)))
+        return;
+    write_file(path, std::string(STAND_IN_HEAD) + row.body);
+    fs::permissions(path, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec |
+                              fs::perms::others_read | fs::perms::others_exec);
+}
+
+// A card that was taken out stays out.
+bool card_is_out()
+{
+    return fs::is_directory(on_pc("/virtual/card"));
+}
+
+void add_folders()
+{
+    for (const char *folder : FOLDERS) {
+        if (std::string_view(folder) != "sdcard" || !card_is_out())
+            fs::create_directories(on_pc(folder));
+    }
+    const fs::path link = on_pc("/mnt/mmc");
+    if (!fs::exists(fs::symlink_status(link)))
+        fs::create_directory_symlink("../sdcard", link);
+}
+
+void add_pictures()
+{
+    const canvas board(PICTURE_WIDTH, PICTURE_HEIGHT);
+    fs::create_directories(on_pc(PICTURE_DIR));
+    for (const picture_row &row : PICTURES) {
+        const fs::path path = on_pc(PICTURE_DIR) / row.file;
+        if (!fs::exists(path))
+            board.save_png(paint(row), path);
+    }
+}
+
+} // namespace
+
+int verb_create(const invocation &in, CLI::App &app)
+{
+    in.parse(app);
+    refuse_foreign_folder(in.dir);
+    fs::create_directories(in.dir / "virtual");
+    open_camera(in.dir);
+    add_folders();
+    for (const file_row &row : FILES)
+        add_file(on_pc(row.path), row.text);
+    for (const program_row &row : PROGRAMS)
+        add_program(row);
+    for (const sound_row &row : SOUNDS)
+        add_file(on_pc(SOUND_DIR) / row.file, tone(row));
+    add_pictures();
+    std::printf("camera %s\n", camera_root().c_str());
+    return OK;
+}
+
+} // namespace vcam

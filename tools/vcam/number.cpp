@@ -1,0 +1,33 @@
+#include "tools/vcam/number.h"
+
+#include "tools/vcam/verb.h"
+
+#include <cctype>
+#include <cstdint>
+#include <cstdlib>
+
+namespace vcam
+{
+
+std::optional<int> to_word32(const std::string &text)
+{
+    const std::size_t digits = text.starts_with('-') || text.starts_with('+') ? 1 : 0;
+    if (digits == text.size() || std::isdigit(static_cast<unsigned char>(text[digits])) == 0)
+        return std::nullopt;
+    const bool hex = text.compare(digits, 2, "0x") == 0 || text.compare(digits, 2, "0X") == 0;
+    char *end = nullptr;
+    const long long number = std::strtoll(text.c_str(), &end, hex ? 16 : 10);
+    if (*end != '\0' || number < INT32_MIN || number > UINT32_MAX)
+        return std::nullopt;
+    return static_cast<int>(static_cast<uint32_t>(number));
+}
+
+int read_word32(const std::string &text)
+{
+    const std::optional<int> number = to_word32(text);
+    if (!number)
+        throw failure("'" + text + "' is no 32-bit number");
+    return *number;
+}
+
+} // namespace vcam

@@ -1,0 +1,105 @@
+// vcam start, stop and status: the daemon's life.
+#include "platform/virtual/root.h"
+#include "tools/vcam/camera.h"
+#include "tools/vcam/daemon.h"
+#include "tools/vcam/process.h"
+#include "tools/vcam/verb.h"
+
+#include <csignal>
+#include <cstdio>
+
+namespace vcam
+{
+namespace
+{
+
+constexpr std::size_t LAST_LINES = 10;
+
+// The end of what the daemon said, for the person who wonders why it did not come up.
+void print_output(const std::string &output)
+{
+    const std::vector<std::string> lines = split_lines(output);
+    const std::size_t first = lines.size() > LAST_LINES ? lines.size() - LAST_LINES : 0;
+    for (std::size_t i = first; i < lines.size(); i++)
+        std::fprintf(stderr, "%s\n", lines[i].c_str());
+}
+
+void send_stop(pid_t pid, int signal)
+{
+    if (signal == 0)
+        ask_to_stop();
+    else if (kill(pid, signal) != 0)
+        throw failure("no signal can be sent to rovad (pid " + std::to_string(pid) + ")");
+}
+
+// The text between `before` and `after` where they occur last; "" if nowhere.
+std::string last_between(const std::string &text, const std::string &before,
+                         const std::string &after)
+{
+    const std::size_t at = text.rfind(before);
+    if (at == std::string::npos)
+        return "";
+    const std::size_t start = at + before.size();
+    const std::size_t end = text.find(after, start);
+    return end == std::string::npos ? "" : text.substr(start, end - start);
+}
+
+} // namespace
+
+int verb_start(const invocation &in, CLI::App &app)
+{
+    fs::path program;
+    double seconds = 10;
+    std::vector<std::string> options;
+    app.add_option("--rovad", program, "The daemon's program")->type_name("FILE");
+    app.add_option("--timeout", seconds, "How long it may take to come up")->type_name("SECONDS");
+    app.add_option("OPTION", options, "Options of rovad, behind --");
+    in.open(app);
+    daemon_process daemon(program, options);
+    switch (daemon.wait_until_up(seconds)) {
+    case daemon_process::state::up:
+        return OK;
+    case daemon_process::state::ended:
+        print_output(daemon.output());
+        throw failure("rovad ended before it was up");
+    case daemon_process::state::late:
+        break;
+    }
+    print_output(daemon.output());
+    throw failure("rovad did not come up in time; it still runs (pid " +
+                  std::to_string(daemon.pid()) + ")");
+}
+
+int verb_stop(const invocation &in, CLI::App &app)
+{
+    bool by_kill = false, by_signal = false;
+    double seconds = 60;
+    app.add_flag("--kill", by_kill, "At once, with SIGKILL, as if it crashed");
+    app.add_flag("--signal", by_signal, "With SIGTERM instead of the stop key")->excludes("--kill");
+    app.add_option("--timeout", seconds, "How long it may take to end")->type_name("SECONDS");
+    in.open(app);
+    const pid_t pid = daemon_pid();
+    if (pid < 0)
+        throw failure("rovad is not running");
+    send_stop(pid, by_kill ? SIGKILL : by_signal ? SIGTERM : 0);
+    if (!wait_until([pid] { return !process_runs(pid); }, seconds))
+        throw failure("rovad did not end in time; it still runs (pid " + std::to_string(pid) + ")");
+    return OK;
+}
+
+int verb_status(const invocation &in, CLI::App &app)
+{
+    in.open(app);
+    const std::string log = read_file(virt::file("dlog")).value_or("");
+    const std::string mode = last_between(log, "Launched rovad daemon with ", " mode");
+    const std::string result = last_between(log, "th cmd done [", "]");
+    const pid_t pid = daemon_pid();
+    if (pid > 0)
+        std::printf("rovad: up (pid %d)\nmode: %s\n", pid, mode.c_str());
+    else
+        std::puts("rovad: not running");
+    std::printf("last result: %s\n", result.empty() ? "none" : result.c_str());
+    return pid > 0 ? OK : NG;
+}
+
+} // namespace vcam

@@ -1,0 +1,29 @@
+// The camera's processes: those that carry its ROVA_SYSROOT and the name of one of its programs.
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+
+namespace vcam
+{
+
+inline constexpr char DAEMON[] = "/usr/bin/rovad";
+inline constexpr char RESPONDER[] = "/usr/bin/mtp-responder";
+
+// The running daemon of the open camera, or -1.
+pid_t daemon_pid();
+// A process of the camera, daemon or responder, still runs.
+bool camera_is_busy();
+// False also for a process that has ended and waits for its parent.
+bool process_runs(pid_t pid);
+
+// Looks every few milliseconds; false when `seconds` have passed first, or end_asked() turned true.
+bool wait_until(const std::function<bool()> &condition, double seconds);
+
+// From catch_interrupts() on Ctrl-C and SIGTERM no longer end vcam but are remembered here.
+void catch_interrupts();
+bool end_asked();
+void forget_interrupts();
+
+} // namespace vcam

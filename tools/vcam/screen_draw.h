@@ -1,0 +1,54 @@
+// The factory screen as its operator sees it, drawn on an EFL canvas.
+#pragma once
+
+#include <Evas.h>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace vcam
+{
+
+struct screen_size {
+    int width;
+    int height;
+};
+
+screen_size size_of_screen(const nlohmann::json &screen);
+
+struct screen_row {
+    std::string text;
+    int color;
+    int size; // points on a screen of 480 rows
+};
+
+// By number; "text" or "grid".
+std::map<int, screen_row> rows_of_screen(const nlohmann::json &screen, const char *kind);
+
+class screen_drawing
+{
+public:
+    explicit screen_drawing(Evas *evas) : evas_(evas) {}
+
+    // Replaces what was drawn before.  False when text has no extent: then no fonts are installed.
+    bool draw(const nlohmann::json &screen);
+
+private:
+    Evas_Object *add(Evas_Object *object, int x, int y, int width, int height);
+    void draw_background(const nlohmann::json &screen);
+    void draw_image(const std::string &path);
+    bool draw_row(const screen_row &row, const char *font, int x, int y, int height);
+    bool draw_rows(const nlohmann::json &screen);
+
+    Evas *evas_;
+    screen_size size_ = {};
+    std::vector<Evas_Object *> objects_;
+};
+
+// The screen of the open camera as a PNG file; needs no display.
+void save_screen(const std::filesystem::path &path);
+
+} // namespace vcam
