@@ -25,7 +25,7 @@ struct Log {
 std::shared_ptr<Log> open_log()
 {
     static std::mutex lock;
-    static std::shared_ptr<Log> log;
+    static auto &log = *new std::shared_ptr<Log>; // never destroyed: threads may outlive main()
 
     std::string now = root();
     std::lock_guard guard(lock);

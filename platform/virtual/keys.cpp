@@ -359,7 +359,7 @@ std::mutex current_lock;
 
 std::shared_ptr<Store> &current()
 {
-    static std::shared_ptr<Store> store;
+    static auto &store = *new std::shared_ptr<Store>; // never destroyed: threads may outlive main()
     return store;
 }
 
@@ -442,6 +442,7 @@ struct KeyWatch::State {
     std::shared_ptr<Store> store;
     Descriptor wake;
     std::int64_t id = 0, seen = 0, told = 0;
+    pid_t owner = getpid();
 };
 
 // The descriptor listens before the newest write is asked for, so that none falls in between.
@@ -463,7 +464,7 @@ KeyWatch::KeyWatch() : state_(std::make_unique<State>())
 
 KeyWatch::~KeyWatch()
 {
-    if (valid())
+    if (valid() && state_->owner == getpid())
         state_->store->remove_watcher(state_->id);
 }
 

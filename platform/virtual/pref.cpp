@@ -58,7 +58,7 @@ struct Images {
 
 Images &images()
 {
-    static Images all;
+    static Images &all = *new Images; // never destroyed: threads may outlive main()
     return all;
 }
 

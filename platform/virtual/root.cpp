@@ -29,18 +29,21 @@ std::string canonical(const std::string &folder)
 // The last answer is kept: resolving links costs more than the calls that ask for it.
 std::string root()
 {
-    static std::mutex lock;
-    static std::string variable, resolved;
+    struct Kept {
+        std::mutex lock;
+        std::string variable, resolved;
+    };
+    static Kept &kept = *new Kept; // never destroyed: threads may outlive main()
 
     const char *now = std::getenv("ROVA_SYSROOT");
     if (!now || !*now)
         return "";
-    std::lock_guard guard(lock);
-    if (variable != now) {
-        variable = now;
-        resolved = canonical(variable);
+    std::lock_guard guard(kept.lock);
+    if (kept.variable != now) {
+        kept.variable = now;
+        kept.resolved = canonical(kept.variable);
     }
-    return resolved;
+    return kept.resolved;
 }
 
 std::string path(std::string_view camera_path)

@@ -38,7 +38,7 @@ struct Watches {
 
 Watches &watches()
 {
-    static Watches all;
+    static Watches &all = *new Watches; // never destroyed: threads may outlive main()
     return all;
 }
 

@@ -1,0 +1,135 @@
+// platform_program WORD ARGUMENTS: a process of the camera that does one thing.
+#include "platform/device.h"
+#include "platform/pref.h"
+#include "platform/sys.h"
+#include "platform/vconf.h"
+#include "platform/virtual/root.h"
+#include "platform/virtual/values.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <glib.h>
+#include <string>
+#include <unistd.h>
+
+namespace
+{
+
+// set KEY FIRST COUNT
+int set(char **args)
+{
+    int first = std::atoi(args[1]), count = std::atoi(args[2]);
+    for (int number = first; number < first + count; number++)
+        if (vconf_set_int(args[0], number) != 0)
+            return 1;
+    return 0;
+}
+
+// flip KEY: two long texts in turn, for ever
+int flip(char **args)
+{
+    std::string texts[] = {std::string(5000, 'a'), std::string(5000, 'b')};
+    for (int round = 0;; round++)
+        if (vconf_set_str(args[0], texts[round % 2].c_str()) != 0)
+            return 1;
+}
+
+void echo(keynode_t *node, void *)
+{
+    vconf_set_int("test/echo", vconf_keynode_get_int(node));
+}
+
+// echo KEY: each integer of KEY goes to test/echo
+int serve_echo(char **args)
+{
+    if (vconf_notify_key_changed(args[0], echo, nullptr) != 0)
+        return 1;
+    vconf_set_int("test/ready", 1);
+    g_main_loop_run(g_main_loop_new(nullptr, FALSE));
+    return 0;
+}
+
+// read PATH COUNT: the values of COUNT readings, a line each
+int read_values(char **args)
+{
+    for (int count = std::atoi(args[1]); count > 0; count--)
+        std::puts(virt::read_value(virt::path(args[0])).value_or("none").c_str());
+    return 0;
+}
+
+// properties COUNT: the results of device_get_property, a line each
+int properties(char **args)
+{
+    for (int count = std::atoi(args[0]); count > 0; count--) {
+        int value = 0;
+        std::printf("%d\n", device_get_property(1, 1, &value));
+    }
+    return 0;
+}
+
+// number PARTITION KEY
+int number(char **args)
+{
+    std::printf("%d\n", pref_get_long(std::atoi(args[0]), std::atoi(args[1])));
+    return 0;
+}
+
+// save PARTITION: 1, 2, 3 ... all over the partition, saved, for ever
+int save(char **args)
+{
+    int partition = std::atoi(args[0]);
+    uint32_t size = 0;
+    void *image = pref_get_addr(partition, &size);
+    for (int round = 1;; round++) {
+        std::memset(static_cast<char *>(image) + PREF_HEADER_SIZE, round, size);
+        if (pref_save(partition) != 0)
+            return 1;
+    }
+}
+
+int key_of(char **args)
+{
+    std::printf("%d\n", sys_ftok(args[0], 1));
+    return 0;
+}
+
+int execute(char **args)
+{
+    return sys_execvp(args[0], args + 1);
+}
+
+int command(char **args)
+{
+    int status = sys_system(args[0]);
+    std::printf("%d\n", status);
+    return 0;
+}
+
+int get(char **args)
+{
+    int value = 0, result = vconf_get_int(args[0], &value);
+    result += vconf_get_int(args[0], &value);
+    std::printf("%d\n", result);
+    return 0;
+}
+
+constexpr struct {
+    const char *name;
+    int (*run)(char **args);
+} words[] = {
+    {"set", set},         {"flip", flip}, {"echo", serve_echo},       {"read", read_values},
+    {"number", number},   {"save", save}, {"ftok", key_of},           {"execute", execute},
+    {"command", command}, {"get", get},   {"properties", properties},
+};
+
+} // namespace
+
+int main(int, char **argv)
+{
+    for (auto &word : words)
+        if (std::strcmp(word.name, argv[1]) == 0)
+            return word.run(argv + 2);
+    return 2;
+}
