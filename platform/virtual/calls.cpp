@@ -40,7 +40,8 @@ double seconds_now()
 {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec / 1000) / 1e6;
+    const long microseconds = now.tv_nsec / 1000;
+    return static_cast<double>(now.tv_sec) + static_cast<double>(microseconds) / 1e6;
 }
 
 } // namespace

@@ -63,16 +63,16 @@ constexpr const char *statements[STATEMENT_COUNT] = {
     "BEGIN IMMEDIATE",
     "COMMIT",
     "ROLLBACK",
-    "INSERT INTO keys (name, type, value) VALUES (?1, ?2, ?3) "
-    "ON CONFLICT (name) DO UPDATE SET type = ?2, value = ?3",
+    ("INSERT INTO keys (name, type, value) VALUES (?1, ?2, ?3) "
+     "ON CONFLICT (name) DO UPDATE SET type = ?2, value = ?3"),
     "DELETE FROM keys WHERE name = ?1",
     "INSERT INTO changes (name, type, value) VALUES (?1, ?2, ?3)",
     "SELECT name, type, value FROM keys WHERE name = ?1",
     "SELECT name, type, value FROM keys ORDER BY name",
     "SELECT seq FROM sqlite_sequence WHERE name = 'changes'",
     "SELECT name, type, value, seq FROM changes WHERE seq > ?1 ORDER BY seq",
-    "INSERT INTO watchers (pid, started, seen) "
-    "VALUES (?1, ?2, coalesce((SELECT seq FROM sqlite_sequence WHERE name = 'changes'), 0))",
+    ("INSERT INTO watchers (pid, started, seen) "
+     "VALUES (?1, ?2, coalesce((SELECT seq FROM sqlite_sequence WHERE name = 'changes'), 0))"),
     "UPDATE watchers SET seen = ?2 WHERE id = ?1",
     "DELETE FROM watchers WHERE id = ?1",
     "SELECT id, pid, started FROM watchers",
