@@ -4,7 +4,7 @@ target_include_directories(rova_flags INTERFACE ${CMAKE_SOURCE_DIR})
 target_include_directories(rova_flags INTERFACE ${CMAKE_SOURCE_DIR}/platform/include)
 target_compile_definitions(rova_flags INTERFACE _GNU_SOURCE _FILE_OFFSET_BITS=64)
 target_compile_options(rova_flags INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-gnu-zero-variadic-macro-arguments
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion
   -fasynchronous-unwind-tables -fno-omit-frame-pointer)
 if(ROVA_WERROR)
   target_compile_options(rova_flags INTERFACE -Werror)

@@ -253,7 +253,7 @@ int rova_csv_close(rova_csv_handle handle, rova_resp_stream *stream)
     if (stream != nullptr) {
         stream->stream_type = 1;
         std::memset(stream->text, 0, sizeof(stream->text));
-        std::strncpy(stream->text, handle->path, sizeof(stream->text) - 1);
+        std::memcpy(stream->text, handle->path, std::strlen(handle->path));
         ROVA_LOG_NOTICE("\033[33mtype=%d, file=%s \n", stream->stream_type, stream->text);
     }
     std::free(handle);
