@@ -5,7 +5,6 @@
 #include "platform/virtual/values.h"
 
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -107,16 +106,6 @@ long count(const std::string &call, const struct stat &setting)
     if (pwrite(fd.get(), &record, sizeof(record), 0) != static_cast<ssize_t>(sizeof(record)))
         return 0;
     return static_cast<long>(record.calls);
-}
-
-std::string name_behind(int fd)
-{
-    char name[PATH_MAX];
-    std::string link = "/proc/self/fd/" + std::to_string(fd);
-    ssize_t length = readlink(link.c_str(), name, sizeof(name));
-    if (length < 0)
-        return "";
-    return camera_path(std::string_view(name, static_cast<size_t>(length)));
 }
 
 bool concerns(const Fault &fault, std::initializer_list<const char *> texts)

@@ -3,10 +3,12 @@
 #include "platform/virtual/values.h"
 
 #include <atomic>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
+#include <unistd.h>
 
 namespace virt
 {
@@ -62,6 +64,16 @@ std::string camera_path(std::string_view place)
     if (place.empty())
         return "/";
     return place.front() == '/' ? std::string(place) : top.append(place);
+}
+
+std::string name_behind(int fd)
+{
+    char name[PATH_MAX];
+    std::string link = "/proc/self/fd/" + std::to_string(fd);
+    ssize_t length = readlink(link.c_str(), name, sizeof(name));
+    if (length < 0)
+        return "";
+    return camera_path(std::string_view(name, static_cast<size_t>(length)));
 }
 
 std::string file(std::string_view name)

@@ -18,6 +18,9 @@ std::string path(std::string_view camera_path);
 // The camera's name of a place on the PC, such as one read from /proc/self/fd.
 std::string camera_path(std::string_view place);
 
+// The camera path of an open descriptor; "" when it has none.
+std::string name_behind(int fd);
+
 // A file or folder below virtual/: file("property/4.21").
 std::string file(std::string_view name);
 

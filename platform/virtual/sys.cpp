@@ -56,16 +56,6 @@ void play_before(const Place &place, bool reading)
     errno = before;
 }
 
-std::string camera_name(int fd)
-{
-    char name[PATH_MAX];
-    std::string link = "/proc/self/fd/" + std::to_string(fd);
-    ssize_t length = readlink(link.c_str(), name, sizeof(name));
-    if (length < 0)
-        return "";
-    return virt::camera_path(std::string_view(name, static_cast<size_t>(length)));
-}
-
 std::string hexadecimal(unsigned long number)
 {
     char text[20];
@@ -231,12 +221,13 @@ int sys_ioctl(int fd, unsigned long request, void *argument)
 {
     if (auto failure = virt::fault_on("sys_ioctl", fd)) {
         int error = errno;
-        virt::record("sys_ioctl", {camera_name(fd), hexadecimal(request), told(request, argument)},
+        virt::record("sys_ioctl",
+                     {virt::name_behind(fd), hexadecimal(request), told(request, argument)},
                      *failure);
         errno = error;
         return static_cast<int>(*failure);
     }
-    std::string node = has_camera() ? camera_name(fd) : "";
+    std::string node = has_camera() ? virt::name_behind(fd) : "";
     if (node.starts_with("/dev/") && node != "/dev/null")
         return device_ioctl(node, request, argument);
     return ioctl(fd, request, argument);
