@@ -32,6 +32,13 @@ sigset_t loop_signals()
     return set;
 }
 
+void block_loop_signals(sigset_t *before)
+{
+    const sigset_t blocked = loop_signals();
+    if (int error = pthread_sigmask(SIG_BLOCK, &blocked, before); error != 0)
+        ROVA_LOG_ERR("pthread_sigmask() failed (%d) \n", error);
+}
+
 // What one wait of the main loop looks at: GLib's descriptors first, then the toolkit's.
 struct wait_set {
     std::vector<GPollFD> glib;
@@ -146,9 +153,7 @@ int wait_for_both(int nfds, fd_set *in, fd_set *out, fd_set *urgent, timeval *ti
 
 void rova_loop_block_signals()
 {
-    const sigset_t blocked = loop_signals();
-    if (int error = pthread_sigmask(SIG_BLOCK, &blocked, &wait_mask); error != 0)
-        ROVA_LOG_ERR("pthread_sigmask() failed (%d) \n", error);
+    block_loop_signals(&wait_mask);
     for (int signal : STOP_SIGNALS)
         sigdelset(&wait_mask, signal);
     sigdelset(&wait_mask, SIGCHLD);
@@ -173,6 +178,8 @@ void rova_loop_init(int argc, char **argv)
     ecore_app_no_system_modules();
     efreet_cache_disable();
     elm_init(argc, argv);
+    // The toolkit has opened the signals that it knows.
+    block_loop_signals(nullptr);
     // Whether or not the toolkit was built to serve GLib: it would not open the signal mask.
     ecore_main_loop_select_func_set(wait_for_both);
 }
