@@ -1,0 +1,67 @@
+#include <gtest/gtest.h>
+
+#include "tests/tools/tool.h"
+
+#include <sstream>
+
+namespace
+{
+
+using words = std::vector<std::string>;
+
+// What bash would offer for the last of these words.
+words completions(const words &line)
+{
+    std::string script = "source " COMPLETION "; COMP_WORDS=(";
+    for (const std::string &word : line)
+        script += "'" + word + "' ";
+    script += "); COMP_CWORD=" + std::to_string(line.size() - 1);
+    script += "; read -ra spec < <(complete -p \"${COMP_WORDS[0]##*/}\")";
+    script += "; \"${spec[-2]}\" \"${COMP_WORDS[0]}\"; printf '%s\\n' \"${COMPREPLY[@]}\"";
+    const test::Outcome outcome = test::run({"bash", "-c", script});
+    EXPECT_EQ(outcome.err, "");
+    std::istringstream text(outcome.out);
+    words found;
+    for (std::string word; text >> word;)
+        found.push_back(word);
+    return found;
+}
+
+bool offers(const words &offered, const std::string &word)
+{
+    return std::find(offered.begin(), offered.end(), word) != offered.end();
+}
+
+} // namespace
+
+TEST(Completion, OffersEveryVerbThatTheProgramHas)
+{
+    std::istringstream list(tool::vcam({"--list-verbs"}).out);
+    const words offered = completions({VCAM_PROGRAM, ""});
+    int count = 0;
+    for (std::string verb; list >> verb; count++)
+        EXPECT_TRUE(offers(offered, verb)) << verb;
+    EXPECT_EQ(offered.size(), static_cast<std::size_t>(count));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "-C", "dir", "sta"}), (words{"start", "status"}));
+}
+
+TEST(Completion, OffersTheOptionsAndActionsOfAVerb)
+{
+    EXPECT_TRUE(offers(completions({VCAM_PROGRAM, "stop", "--"}), "--kill"));
+    EXPECT_FALSE(offers(completions({VCAM_PROGRAM, "stop", "--"}), "--follow"));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "key", "w"}), (words{"watch"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "card", ""}), (words{"insert", "remove"}));
+    EXPECT_TRUE(offers(completions({VCAM_PROGRAM, "-"}), "-C"));
+}
+
+TEST(Completion, OffersFilesWhereFilesAreMeant)
+{
+    const std::string start = std::string(COMPLETION).substr(0, sizeof(COMPLETION) - 4);
+    EXPECT_EQ(completions({VCAM_PROGRAM, "run", start}), (words{COMPLETION}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "screen", "--png", start}), (words{COMPLETION}));
+}
+
+TEST(Completion, OffersTheOptionsOfRova)
+{
+    EXPECT_TRUE(offers(completions({ROVA_PROGRAM, "-"}), "--help"));
+}

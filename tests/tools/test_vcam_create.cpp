@@ -1,0 +1,169 @@
+#include <gtest/gtest.h>
+
+#include "tests/tools/tool.h"
+
+#include <filesystem>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+using tool::failed;
+using tool::succeeded;
+using tool::vcam;
+
+namespace
+{
+
+constexpr char SOUNDS[] = "/usr/apps/com.halvex.lumen-app/res/sounds/camera/";
+constexpr char PICTURES[] = "/usr/apps/com.halvex.lumen-app/res/edje/images/lcd/fix/";
+
+uint32_t word_at(const std::string &bytes, std::size_t at)
+{
+    uint32_t value = 0;
+    for (std::size_t i = 4; i-- > 0;)
+        value = value << 8 | static_cast<unsigned char>(bytes.at(at + i));
+    return value;
+}
+
+std::string first_argument(pid_t pid)
+{
+    const test::Outcome words = test::run({"cat", "/proc/" + std::to_string(pid) + "/cmdline"});
+    return words.out.substr(0, words.out.find('\0'));
+}
+
+} // namespace
+
+TEST(VcamCreate, MakesTheFoldersLinksAndFilesOfACamera)
+{
+    const test::Camera place;
+    const fs::path dir = place.path("/tmp/new/camera");
+    ASSERT_TRUE(succeeded(vcam({"-C", dir, "create"})));
+    for (const char *folder :
+         {"sdcard", "tmp", "opt/share/rova", "var/run/memory/private", "usr/bin", "virtual"})
+        EXPECT_TRUE(fs::is_directory(dir / folder)) << folder;
+    EXPECT_EQ(fs::read_symlink(dir / "mnt/mmc"), "../sdcard");
+    EXPECT_TRUE(fs::exists(dir / "dev/fb0"));
+    const std::string base = "/tmp/new/camera/sys/devices/platform/";
+    EXPECT_EQ(place.read(base + "m7-keys/key_unmask_on_boot"), "1\n");
+    EXPECT_TRUE(place.exists(base + "movra7_wdt/boot_shutdown"));
+    EXPECT_TRUE(place.exists(base + "movra7_wdt/timer"));
+}
+
+TEST(VcamCreate, SoundsAreWavFilesOfWholeSamples)
+{
+    const test::Camera camera;
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    for (const char *name : {"07_N_AF.wav", "06_N_SButton.wav", "10_N_Shutter_30f_1sec.wav",
+                             "13_N_NoBattery.wav", "1KHz_sound.wav"}) {
+        const std::string wav = camera.read(std::string(SOUNDS) + name);
+        ASSERT_GT(wav.size(), 44U) << name;
+        EXPECT_EQ(wav.substr(0, 4) + wav.substr(8, 8), "RIFFWAVEfmt ");
+        EXPECT_EQ(word_at(wav, 4), wav.size() - 8);
+        EXPECT_EQ(word_at(wav, 40), wav.size() - 44);
+        EXPECT_EQ(word_at(wav, 28), 2 * word_at(wav, 24)) << "bytes a second";
+    }
+    // A thousand upward crossings of zero a second, give or take the ends.
+    const std::string tone = camera.read(std::string(SOUNDS) + "1KHz_sound.wav");
+    int crossings = 0;
+    for (std::size_t at = 46; at + 1 < tone.size(); at += 2)
+        crossings += (tone[at - 1] & 0x80) != 0 && (tone[at + 1] & 0x80) == 0;
+    EXPECT_NEAR(crossings, 1000, 2);
+}
+
+TEST(VcamCreate, PicturesAreFourDifferentPngFiles)
+{
+    const test::Camera camera;
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    std::vector<std::string> seen;
+    for (const char *name :
+         {"product_sample_1.png", "product_sample_2.png", "product_sample_3.png", "lcd_3.png"}) {
+        const std::string png = camera.read(std::string(PICTURES) + name);
+        EXPECT_EQ(png.substr(0, 8), "\x89PNG\r\n\x1a\n") << name;
+        EXPECT_EQ(std::count(seen.begin(), seen.end(), png), 0) << name;
+        seen.push_back(png);
+    }
+}
+
+TEST(VcamCreate, RefusesAFolderThatIsNeitherEmptyNorACamera)
+{
+    const test::Camera place;
+    place.write("/tmp/full/letter.txt", "dear");
+    const std::string dir = place.path("/tmp/full");
+    EXPECT_TRUE(failed(vcam({"-C", dir, "create"}), "is not empty and no camera"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir), {}), 1);
+    EXPECT_TRUE(failed(vcam({"-C", dir + "/letter.txt", "create"}), "is not a folder"));
+}
+
+TEST(VcamCreate, AddsWhatIsMissingAndLeavesTheRest)
+{
+    const test::Camera camera;
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    camera.remove("/usr/bin/sync");
+    camera.write("/usr/bin/reboot", "mine");
+    camera.write("/sdcard/photo.jpg", "jpeg");
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    EXPECT_EQ(access(camera.path("/usr/bin/sync").c_str(), X_OK), 0);
+    EXPECT_EQ(camera.read("/usr/bin/reboot"), "mine");
+    EXPECT_EQ(camera.read("/sdcard/photo.jpg"), "jpeg");
+}
+
+TEST(VcamCreate, ACardThatWasRemovedStaysOut)
+{
+    const test::Camera camera;
+    ASSERT_TRUE(succeeded(vcam({"card", "remove"})));
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    EXPECT_FALSE(camera.exists("/sdcard"));
+}
+
+TEST(StandIn, NotesItsCallAsThePlatformDoes)
+{
+    const test::Camera camera;
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    EXPECT_EQ(test::run({camera.path("/usr/bin/sync"), "-f", "a \"b\" c\\d"}).status, 0);
+    EXPECT_EQ(test::run({camera.path("/usr/bin/make_snapshot.sh")}).status, 0);
+    const auto calls = camera.calls("sync");
+    ASSERT_EQ(calls.size(), 1U);
+    EXPECT_EQ(calls[0]["args"], nlohmann::json({"-f", "a \"b\" c\\d"}));
+    EXPECT_EQ(calls[0]["result"], 0);
+    EXPECT_TRUE(calls[0]["time"].is_number_float());
+    EXPECT_EQ(camera.calls("make_snapshot.sh").size(), 1U);
+}
+
+TEST(StandIn, TheResponderIsFoundByItsPathAndEndsOnTerm)
+{
+    const test::Camera camera;
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    test::Process responder({camera.path("/usr/bin/mtp-responder")});
+    EXPECT_TRUE(test::wait_for(
+        [&] { return first_argument(responder.pid()) == "/usr/bin/mtp-responder"; }));
+    EXPECT_EQ(camera.calls("mtp-responder").size(), 1U);
+    responder.signal(SIGTERM);
+    EXPECT_EQ(responder.wait(), 128 + SIGTERM);
+}
+
+TEST(StandIn, PowerOffEndsThisCamerasProgramsAndNoOthers)
+{
+    const test::Camera other;
+    const auto others_daemon = tool::stand_in(tool::DAEMON);
+    const test::Camera camera;
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    const auto daemon = tool::stand_in(tool::DAEMON);
+    const auto responder = tool::stand_in("/usr/bin/mtp-responder");
+    const auto shell = tool::stand_in("bash");
+
+    EXPECT_EQ(test::run({camera.path("/usr/bin/poweroff"), "-f"}).status, 0);
+    EXPECT_EQ(daemon->wait(), 128 + SIGKILL);
+    EXPECT_EQ(responder->wait(), 128 + SIGKILL);
+    EXPECT_TRUE(shell->running());
+    EXPECT_TRUE(others_daemon->running());
+    EXPECT_EQ(camera.calls("poweroff").size(), 1U);
+}
+
+TEST(StandIn, RebootCutsThePowerAsWell)
+{
+    const test::Camera camera;
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    const auto daemon = tool::stand_in(tool::DAEMON);
+    EXPECT_EQ(test::run({camera.path("/usr/bin/reboot")}).status, 0);
+    EXPECT_EQ(daemon->wait(), 128 + SIGKILL);
+    EXPECT_EQ(camera.calls("reboot").size(), 1U);
+}
