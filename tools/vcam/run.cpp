@@ -196,10 +196,14 @@ private:
     {
         read();
         progress_.clear();
-        const std::string last = log_.running().empty() ? "" : ", during: " + log_.running();
+        std::string last;
+        if (!log_.running().empty())
+            last = ", during: " + log_.running();
+        else if (!log_.last().empty())
+            last = ", after: " + log_.last();
         if (was_switched_off(calls_start_))
             return "the camera was switched off" + last;
-        if (log_.counts().ended() == 0 && log_.running().empty())
+        if (last.empty())
             std::fputs(daemon.output().c_str(), stderr);
         return "rovad ended before the script" + last;
     }

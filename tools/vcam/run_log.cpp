@@ -62,6 +62,7 @@ command_result run_log::end(int number, command_verdict verdict, double seconds,
         counts_.skipped++;
         break;
     }
+    last_ = text;
     return {number, verdict, seconds, text};
 }
 

@@ -40,6 +40,7 @@ public:
 
     const run_counts &counts() const { return counts_; }
     const std::string &running() const { return running_; } // "" between commands
+    const std::string &last() const { return last_; }       // that ended, "" before the first
     bool client_has_ended() const { return client_ended_; }
     bool client_gave_up() const { return client_gave_up_; } // not all commands will come
     bool script_missing() const { return script_missing_; }
@@ -55,6 +56,7 @@ private:
     run_counts counts_;
     std::size_t next_ = 0;
     std::string running_;
+    std::string last_;
     double started_ = 0;
     bool client_ended_ = false;
     bool client_gave_up_ = false;
