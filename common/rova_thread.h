@@ -7,8 +7,8 @@
 inline constexpr std::size_t ROVA_THREAD_STACK_SIZE = 0x100000;
 inline constexpr int ROVA_THREAD_PRIORITY = 2;
 
-// `name` and `priority` are accepted and not used: a thread names itself.  A `stack_size` of 0 means
-// ROVA_THREAD_STACK_SIZE bytes.  `*thread` is written on success only.
+// `name` and `priority` are accepted and not used: a thread names itself.  A `stack_size` of 0
+// means ROVA_THREAD_STACK_SIZE bytes.  `*thread` is written on success only.
 int rova_thread_create(pthread_t *thread, const char *name, int priority, int joinable,
                        std::size_t stack_size, void *(*start)(void *), void *arg);
 int rova_thread_join(pthread_t thread, void **result);
@@ -18,8 +18,8 @@ int rova_thread_kill(pthread_t thread, int signal);
 
 // A thread that may be cancelled at any instant must hold neither lock nor heap block while it can
 // be.  It calls rova_thread_make_cancellable once: the cancellation type is asynchronous from then
-// on, and the thread can be cancelled inside a window only.  A window encloses one blocking call; on
-// a thread that has not been made cancellable it does nothing.
+// on, and the thread can be cancelled inside a window only.  A window encloses one blocking call;
+// on a thread that has not been made cancellable it does nothing.
 void rova_thread_make_cancellable();
 bool rova_thread_is_cancellable();
 void rova_thread_open_cancel_window();

@@ -8,8 +8,8 @@ pid_t rova_get_exec_pid(const char *path);
 
 inline constexpr unsigned int ROVA_LAUNCH_NICE = 2; // the next argument is the nice increment
 
-// Starts a program unless it runs already.  `args` (may be NULL) is split at blanks, with quotes and
-// backslashes.  Returns the child's process number, 1 when it runs already, -1 on failure.  The
+// Starts a program unless it runs already.  `args` (may be NULL) is split at blanks, with quotes
+// and backslashes.  Returns the child's process number, 1 when it runs already, -1 on failure.  The
 // child is not waited for.
 pid_t rova_launch_app_with_nice(const char *path, const char *args, unsigned int flags, ...);
 

@@ -14,7 +14,7 @@ namespace test
 
 class Camera
 {
-  public:
+public:
     // Makes the folders of a bare camera (a card inserted, no marker file, no program in usr/bin)
     // and points ROVA_SYSROOT at it.  The destructor removes the kernel objects and the folder.
     Camera();
@@ -50,7 +50,7 @@ class Camera
     std::string platform_log() const { return read("/virtual/dlog"); }
     bool logged(const std::string &text) const; // in the platform log
 
-  private:
+private:
     std::filesystem::path root_;
 };
 
