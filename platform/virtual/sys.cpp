@@ -26,18 +26,15 @@ using virt::fault;
 namespace
 {
 
-// A path's place on the PC; a null pointer stays one, for the C library to refuse.
+// A path's place on the PC; a null pointer is an empty path, which the C library refuses.
 class Place
 {
 public:
-    explicit Place(const char *path) : given_(path != nullptr), text_(virt::path(path ? path : ""))
-    {
-    }
-    const char *get() const { return given_ ? text_.c_str() : nullptr; }
+    explicit Place(const char *path) : text_(virt::path(path ? path : "")) {}
+    const char *get() const { return text_.c_str(); }
     const std::string &text() const { return text_; }
 
 private:
-    bool given_;
     std::string text_;
 };
 
