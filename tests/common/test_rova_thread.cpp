@@ -1,0 +1,203 @@
+#include "common/rova_thread.h"
+
+#include "tests/support/camera.h"
+#include "tests/support/wrap.h"
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <string>
+#include <unistd.h>
+
+namespace
+{
+
+void *add_one(void *arg)
+{
+    return reinterpret_cast<void *>(reinterpret_cast<intptr_t>(arg) + 1);
+}
+
+void *stack_of_self(void * /*arg*/)
+{
+    pthread_attr_t attributes;
+    std::size_t size = 0;
+    pthread_getattr_np(pthread_self(), &attributes);
+    pthread_attr_getstacksize(&attributes, &size);
+    pthread_attr_destroy(&attributes);
+    return reinterpret_cast<void *>(size);
+}
+
+struct Thread : testing::Test {
+    ~Thread() override { test::wrap_clear(); }
+    int create(void *(*start)(void *), void *arg, std::size_t stack_size = 0)
+    {
+        return rova_thread_create(&thread, "any", ROVA_THREAD_PRIORITY, 1, stack_size, start, arg);
+    }
+    std::size_t stack_size(std::size_t wanted)
+    {
+        void *result = nullptr;
+        EXPECT_EQ(create(stack_of_self, nullptr, wanted), 0);
+        EXPECT_EQ(rova_thread_join(thread, &result), 0);
+        return reinterpret_cast<std::size_t>(result);
+    }
+    void expect_failure(const char *call, const char *message)
+    {
+        test::wrap_fail(call, EAGAIN);
+        thread = 77;
+        EXPECT_EQ(create(add_one, nullptr), -1) << call;
+        EXPECT_EQ(thread, 77u) << call;
+        EXPECT_TRUE(camera.logged(message)) << call;
+        test::wrap_clear();
+    }
+    test::Camera camera;
+    pthread_t thread = 0;
+};
+
+} // namespace
+
+TEST_F(Thread, AJoinedThreadGivesItsResult)
+{
+    void *result = nullptr;
+    ASSERT_EQ(create(add_one, reinterpret_cast<void *>(41)), 0);
+    EXPECT_EQ(rova_thread_join(thread, &result), 0);
+    EXPECT_EQ(result, reinterpret_cast<void *>(42));
+}
+
+TEST_F(Thread, ADetachedThreadCannotBeJoined)
+{
+    static std::atomic<int> state;
+    state = 0;
+    auto wait_for_go = [](void *) -> void * {
+        while (state < 1)
+            usleep(100);
+        state = 2;
+        return nullptr;
+    };
+    ASSERT_EQ(rova_thread_create(&thread, "d", 2, 0, 0, wait_for_go, nullptr), 0);
+    EXPECT_EQ(rova_thread_join(thread, nullptr), -1);
+    EXPECT_TRUE(camera.logged("Thread join failed for thread [" +
+                              std::to_string(static_cast<unsigned int>(thread)) +
+                              "] (Invalid argument) "));
+    state = 1;
+    EXPECT_TRUE(test::wait_for([] { return state == 2; }));
+}
+
+TEST_F(Thread, TheStackIsAMegabyteUnlessAnotherSizeIsGiven)
+{
+    EXPECT_EQ(stack_size(0), 0x100000u);
+    EXPECT_EQ(stack_size(0x200000), 0x200000u);
+}
+
+TEST_F(Thread, AFunctionIsNeeded)
+{
+    EXPECT_EQ(create(nullptr, nullptr), -1);
+}
+
+TEST_F(Thread, EachFailureOfTheCreationIsTold)
+{
+    expect_failure("pthread_attr_init", "Got error from pthread_attr_init ");
+    expect_failure("pthread_attr_setstacksize", "Got error from pthread_attr_setstacksize ");
+    expect_failure("pthread_attr_setdetachstate", "Got error from pthread_attr_setdetachstate ");
+    expect_failure("pthread_create", "pthread_create() failed ");
+}
+
+TEST_F(Thread, AnImpossibleStackSizeFails)
+{
+    EXPECT_EQ(create(add_one, nullptr, 1), -1);
+    EXPECT_TRUE(camera.logged("Got error from pthread_attr_setstacksize "));
+}
+
+TEST_F(Thread, AFailedDestructionOfTheAttributesIsToldAndHarmless)
+{
+    test::wrap_fail("pthread_attr_destroy", EINVAL);
+    ASSERT_EQ(create(add_one, nullptr), 0);
+    EXPECT_TRUE(camera.logged("pthread_attr_destroy() failed "));
+    EXPECT_EQ(rova_thread_join(thread, nullptr), 0);
+}
+
+TEST_F(Thread, NoThreadCannotBeJoinedCancelledOrSignalled)
+{
+    EXPECT_EQ(rova_thread_join(0, nullptr), -1);
+    EXPECT_TRUE(camera.logged("Thread join failed for thread [0] (No such process) "));
+    EXPECT_EQ(rova_thread_cancel(0), -1);
+    EXPECT_EQ(rova_thread_kill(0, SIGUSR1), -1);
+    EXPECT_TRUE(camera.logged("Thread kill failed for thread [0:10] "));
+}
+
+TEST_F(Thread, FailedCancelIsSilent)
+{
+    test::wrap_fail("pthread_cancel", ESRCH);
+    EXPECT_EQ(rova_thread_cancel(pthread_self()), -1);
+    EXPECT_EQ(camera.platform_log(), "");
+}
+
+TEST_F(Thread, KillSendsASignal)
+{
+    EXPECT_EQ(rova_thread_kill(pthread_self(), 0), 0);
+    EXPECT_EQ(rova_thread_kill(pthread_self(), 1000), -1);
+    EXPECT_TRUE(camera.logged(":1000] "));
+}
+
+TEST_F(Thread, ExitGivesTheResult)
+{
+    auto leave = [](void *arg) -> void * { rova_thread_exit(arg); };
+    void *result = nullptr;
+    ASSERT_EQ(create(leave, reinterpret_cast<void *>(9)), 0);
+    EXPECT_EQ(rova_thread_join(thread, &result), 0);
+    EXPECT_EQ(result, reinterpret_cast<void *>(9));
+}
+
+TEST_F(Thread, ACancellableThreadIsCancelledInsideAWindowOnly)
+{
+    static std::atomic<int> state;
+    static std::atomic<int> passed;
+    state = passed = 0;
+    auto body = [](void *) -> void * {
+        rova_thread_make_cancellable();
+        state = 1;
+        while (state < 2) // a cancellation point outside a window
+            usleep(100);
+        passed = 1;
+        rova_thread_open_cancel_window();
+        passed = 2;
+        rova_thread_close_cancel_window();
+        return nullptr;
+    };
+    ASSERT_EQ(create(body, nullptr), 0);
+    ASSERT_TRUE(test::wait_for([] { return state == 1; }));
+    EXPECT_EQ(rova_thread_cancel(thread), 0);
+    state = 2;
+    EXPECT_EQ(rova_thread_join(thread, nullptr), 0);
+    EXPECT_EQ(passed, 1);
+}
+
+TEST_F(Thread, ABlockedThreadIsCancelledInItsWindow)
+{
+    static std::atomic<int> state;
+    state = 0;
+    auto body = [](void *) -> void * {
+        rova_thread_make_cancellable();
+        rova_thread_open_cancel_window();
+        state = 1;
+        for (;;)
+            pause();
+    };
+    ASSERT_EQ(create(body, nullptr), 0);
+    ASSERT_TRUE(test::wait_for([] { return state == 1; }));
+    void *result = nullptr;
+    EXPECT_EQ(rova_thread_cancel(thread), 0);
+    EXPECT_EQ(rova_thread_join(thread, &result), 0);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+}
+
+TEST_F(Thread, AWindowDoesNothingOnOtherThreads)
+{
+    EXPECT_FALSE(rova_thread_is_cancellable());
+    rova_thread_open_cancel_window();
+    rova_thread_close_cancel_window();
+    int before = -1;
+    pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, &before);
+    EXPECT_EQ(before, PTHREAD_CANCEL_ENABLE);
+}
