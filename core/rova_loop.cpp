@@ -28,7 +28,6 @@ sigset_t loop_signals()
     sigemptyset(&set);
     for (int signal : STOP_SIGNALS)
         sigaddset(&set, signal);
-    sigaddset(&set, SIGCHLD);
     return set;
 }
 
@@ -156,7 +155,6 @@ void rova_loop_block_signals()
     block_loop_signals(&wait_mask);
     for (int signal : STOP_SIGNALS)
         sigdelset(&wait_mask, signal);
-    sigdelset(&wait_mask, SIGCHLD);
 }
 
 void rova_loop_catch_signals(void (*handler)(int signal))
@@ -178,6 +176,8 @@ void rova_loop_init(int argc, char **argv)
     ecore_app_no_system_modules();
     efreet_cache_disable();
     elm_init(argc, argv);
+    // The toolkit reaps every child that it hears of, also those that system() waits for.
+    std::signal(SIGCHLD, SIG_DFL);
     // The toolkit has opened the signals that it knows.
     block_loop_signals(nullptr);
     // Whether or not the toolkit was built to serve GLib: it would not open the signal mask.

@@ -2,8 +2,7 @@
 #pragma once
 
 // Blocks the daemon's stop signals (SIGINT, SIGTERM, SIGQUIT, SIGHUP) in the calling thread and in
-// every thread it creates, and SIGCHLD with them, so that the end of a child interrupts no other
-// thread's blocking call.  Before any other thread exists.
+// every thread it creates.  Before any other thread exists.
 void rova_loop_block_signals();
 
 // After rova_loop_init: `handler` runs on the main thread only, while the loop waits, with no lock

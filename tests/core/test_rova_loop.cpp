@@ -164,10 +164,31 @@ TEST_F(Loop, ThreadsInheritTheBlockedSignals)
         std::thread([&] {
             sigset_t mask;
             pthread_sigmask(SIG_SETMASK, nullptr, &mask);
-            for (const int number : {SIGINT, SIGTERM, SIGQUIT, SIGHUP, SIGCHLD})
+            for (const int number : {SIGINT, SIGTERM, SIGQUIT, SIGHUP})
                 blocked = blocked && sigismember(&mask, number) == 1;
         }).join();
         down(blocked);
+    });
+}
+
+TEST_F(Loop, LeavesTheChildrenOfOtherThreadsToThem)
+{
+    EXPECT_GOOD({
+        up();
+        static std::atomic<bool> reaped = true;
+        std::thread waiter([] {
+            for (int i = 0; i < 50; i++) {
+                const pid_t child = fork();
+                if (child == 0)
+                    _exit(0);
+                usleep(1000); // the loop has heard of the end before the child is waited for
+                reaped = reaped && waitpid(child, nullptr, 0) == child;
+            }
+            in_idle([] { rova_loop_exit(); });
+        });
+        rova_loop_run();
+        waiter.join();
+        down(reaped);
     });
 }
 
