@@ -137,7 +137,9 @@ void send_script(rova_ipc *ipc, std::FILE *file)
     }
 }
 
-void run_client(rova_main_data *pdata)
+// Unwinding leaves the frames below poisoned, and resuming it from an instrumented function would
+// have the address sanitizer stumble over them.
+[[gnu::no_sanitize_address]] void run_client(rova_main_data *pdata)
 {
     if (pdata == nullptr) {
         ROVA_LOG_ERR("pdata is NULL \n");

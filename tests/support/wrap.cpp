@@ -36,7 +36,7 @@ bool recording = false;
 bool skipping = false;
 
 // True when this call of `function` is to fail; errno is set and `result` told.
-bool fails(const char *function, long &result)
+bool look_up(const char *function, long &result)
 {
     std::lock_guard guard(lock);
     auto found = armed().find(std::string_view(function));
@@ -52,6 +52,16 @@ bool fails(const char *function, long &result)
     if (!fault.every)
         armed().erase(found);
     return true;
+}
+
+// The same for callers that may be cancelled at any instant: not while the lock is held.
+[[gnu::noinline]] bool fails(const char *function, long &result)
+{
+    int state = 0;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
+    const bool failed = look_up(function, result);
+    pthread_setcancelstate(state, nullptr);
+    return failed;
 }
 
 } // namespace
