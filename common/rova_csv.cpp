@@ -129,12 +129,11 @@ uint32_t get_last_line_index(int fd)
         return 0;
     }
     auto size = static_cast<std::size_t>(end);
-    FileText text(static_cast<char *>(std::malloc(size)));
+    FileText text(static_cast<char *>(std::calloc(size, 1)));
     if (!text) {
         ROVA_LOG_INFO("Memory allocation failed\n");
         return 0;
     }
-    std::memset(text.get(), 0, size);
     if (lseek(fd, 0, SEEK_SET) < 0) {
         ROVA_LOG_ERR("File control error[get_last_line_index->seek]\n");
         return 0;

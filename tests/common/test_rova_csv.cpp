@@ -219,7 +219,7 @@ TEST_F(Csv, AFileThatCannotBeOpenedGivesNoHandle)
 
 TEST_F(Csv, FailuresToReadTheLastIndexRestartAtZero)
 {
-    test::wrap_fail("malloc", 0, ENOMEM, 2);
+    test::wrap_fail("calloc", 0, ENOMEM);
     EXPECT_EQ(after_a_row("8,a\r\n"), "0,4711,x\r\n");
     EXPECT_TRUE(camera.logged("Memory allocation failed"));
 
