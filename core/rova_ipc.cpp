@@ -128,9 +128,8 @@ int __rova_sem_post(rova_ipc *ipc, const rova_packet *packet)
 void take_entry(rova_ipc *ipc, rova_packet *packet)
 {
     *packet = ipc->ring[ipc->tail.load(std::memory_order_relaxed) % ipc->capacity];
-    std::atomic_thread_fence(std::memory_order_seq_cst);
-    ipc->tail.fetch_add(1);
-    std::atomic_thread_fence(std::memory_order_seq_cst);
+    // A fence on both sides: the entry is copied before its place is given back.
+    ipc->tail.fetch_add(1, std::memory_order_seq_cst);
 }
 
 int receive_by_sem(rova_ipc *ipc, rova_packet *packet, int (*wait)(sem_t *))
