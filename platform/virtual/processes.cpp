@@ -1,16 +1,16 @@
 #include "platform/virtual/processes.h"
 
 #include "platform/virtual/root.h"
+#include "platform/virtual/values.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
-#include <dirent.h>
-#include <fcntl.h>
+#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
+#include <string_view>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace virt
@@ -27,29 +27,28 @@ bool is_number(const std::string &name)
                                         [](unsigned char letter) { return std::isdigit(letter); });
 }
 
-std::string variable_of(const std::string &process, const std::string &name)
+// The process's ROVA_SYSROOT as it was started; the first one counts, as for getenv().
+std::string sysroot_of(const std::string &process)
 {
-    std::ifstream in(process + "/environ", std::ios::binary);
-    std::string entry;
-    while (std::getline(in, entry, '\0'))
-        if (entry.starts_with(name + "="))
-            return entry.substr(name.size() + 1);
+    constexpr std::string_view name = "ROVA_SYSROOT=";
+    const std::string variables = read_file(process + "/environ");
+    for (size_t at = 0; at < variables.size(); at += std::strlen(variables.c_str() + at) + 1)
+        if (variables.compare(at, name.size(), name) == 0)
+            return variables.c_str() + at + name.size();
     return "";
 }
 
-// A relative ROVA_SYSROOT counts from that process's own working directory.
-bool runs_here(const std::string &process, const std::string &here)
+// Two names of one folder are one camera; a relative ROVA_SYSROOT counts from that process's own
+// working directory.
+bool runs_here(const std::string &process, const struct stat &here)
 {
-    std::string value = variable_of(process, "ROVA_SYSROOT");
+    std::string value = sysroot_of(process);
     if (value.empty())
         return false;
-    std::error_code error;
-    fs::path folder = value.front() == '/' ? fs::path(value) : fs::path(process + "/cwd") / value;
-    fs::path found = fs::weakly_canonical(folder, error);
-    std::string text = found.string();
-    while (text.size() > 1 && text.back() == '/')
-        text.pop_back();
-    return !error && text == here;
+    struct stat there = {};
+    std::string place = value.front() == '/' ? value : process + "/cwd/" + value;
+    return stat(place.c_str(), &there) == 0 && there.st_dev == here.st_dev &&
+           there.st_ino == here.st_ino;
 }
 
 void remove_stale(const std::string &view, const std::vector<pid_t> &alive)
@@ -70,10 +69,12 @@ void remove_stale(const std::string &view, const std::vector<pid_t> &alive)
 std::vector<pid_t> processes()
 {
     std::vector<pid_t> found;
-    std::string here = root();
+    struct stat here = {};
+    if (stat(root().c_str(), &here) != 0)
+        return found; // no camera
     std::error_code error;
     fs::directory_iterator entries("/proc", error), end;
-    for (; !here.empty() && !error && entries != end; entries.increment(error)) {
+    for (; !error && entries != end; entries.increment(error)) {
         std::string name = entries->path().filename().string();
         if (is_number(name) && runs_here(entries->path().string(), here))
             found.push_back(static_cast<pid_t>(std::atoi(name.c_str())));
@@ -84,8 +85,7 @@ std::vector<pid_t> processes()
 void refresh_processes()
 {
     std::string view = path("/proc");
-    std::error_code error;
-    fs::create_directories(view, error);
+    mkdir(view.c_str(), 0755); // not the camera itself, if there is none
     std::vector<pid_t> alive = processes();
     remove_stale(view, alive);
     for (pid_t process : alive) {

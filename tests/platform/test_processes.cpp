@@ -1,8 +1,11 @@
 #include "platform/sys.h"
+#include "platform/virtual/values.h"
 #include "tests/support/camera.h"
 #include "tests/support/process.h"
 
+#include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <set>
 #include <unistd.h>
@@ -57,6 +60,58 @@ TEST(Processes, ThoseThatEndedAreGone)
     EXPECT_TRUE(listed().empty());
     EXPECT_EQ(
         sys_open(("/proc/" + std::to_string(process.pid()) + "/cmdline").c_str(), O_RDONLY, 0), -1);
+}
+
+// A sleeper with a folder and a camera of its own, once it is one.
+class Sleeper
+{
+public:
+    Sleeper(const std::string &folder, const std::string &sysroot)
+        : process_({"/usr/bin/env", "-C", folder, "ROVA_SYSROOT=" + sysroot, "sleep", "100"})
+    {
+        EXPECT_TRUE(test::wait_for(
+            [this] { return virt::read_file("/proc/" + name() + "/comm") == "sleep\n"; }));
+    }
+    std::string name() const { return std::to_string(process_.pid()); }
+
+private:
+    test::Process process_;
+};
+
+TEST(Processes, ARelativeNameOfTheCameraCountsFromTheProcessesOwnFolder)
+{
+    test::Camera camera;
+    std::string name = camera.root().filename();
+    camera.write("/tmp/" + name + "/file", "another camera of the same name");
+    Sleeper mine(camera.root().parent_path(), name), other(camera.path("/tmp"), name);
+    EXPECT_EQ(listed(), Names{mine.name()});
+}
+
+TEST(Processes, ALinkToTheCameraIsTheCamera)
+{
+    test::Camera camera;
+    std::filesystem::create_directory_symlink(camera.root(), camera.path("/tmp/link"));
+    Sleeper mine("/", camera.path("/tmp/link/"));
+    EXPECT_EQ(listed(), Names{mine.name()});
+}
+
+TEST(Processes, ACameraWhoseNameBeginsAlikeIsAnother)
+{
+    test::Camera camera;
+    std::string place = camera.root().string() + "2";
+    std::filesystem::create_directory(place);
+    Sleeper mine("/", camera.root()), other("/", place);
+    EXPECT_EQ(listed(), Names{mine.name()});
+    std::filesystem::remove(place);
+}
+
+TEST(Processes, LookingInAMissingCameraMakesNone)
+{
+    test::Camera camera;
+    setenv("ROVA_SYSROOT", camera.path("/tmp/none").c_str(), 1);
+    EXPECT_TRUE(listed().empty());
+    setenv("ROVA_SYSROOT", camera.root().c_str(), 1);
+    EXPECT_FALSE(camera.exists("/tmp/none"));
 }
 
 } // namespace
