@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
+#include <pthread.h>
 #include <unistd.h>
 
 namespace virt
@@ -15,6 +16,37 @@ namespace virt
 
 namespace
 {
+
+struct Kept {
+    std::mutex lock;
+    std::string variable, resolved;
+};
+
+Kept &kept_root();
+
+void lock_for_fork()
+{
+    kept_root().lock.lock();
+}
+
+void unlock_behind_fork()
+{
+    kept_root().lock.unlock();
+}
+
+// A child asks for the root before it starts its program: the lock must not be held just then by a
+// thread that fork() leaves behind.
+Kept *make_kept_root()
+{
+    pthread_atfork(lock_for_fork, unlock_behind_fork, unlock_behind_fork);
+    return new Kept;
+}
+
+Kept &kept_root()
+{
+    static Kept &kept = *make_kept_root(); // never destroyed: threads may outlive main()
+    return kept;
+}
 
 std::string canonical(const std::string &folder)
 {
@@ -31,12 +63,7 @@ std::string canonical(const std::string &folder)
 // The last answer is kept: resolving links costs more than the calls that ask for it.
 std::string root()
 {
-    struct Kept {
-        std::mutex lock;
-        std::string variable, resolved;
-    };
-    static Kept &kept = *new Kept; // never destroyed: threads may outlive main()
-
+    Kept &kept = kept_root();
     const char *now = std::getenv("ROVA_SYSROOT");
     if (!now || !*now)
         return "";

@@ -3,8 +3,11 @@
 #include "tests/support/camera.h"
 #include "tests/support/process.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace
@@ -60,6 +63,30 @@ TEST(Root, SpeedIsOneUnlessANumberAboveZeroIsGiven)
         camera.write("/virtual/speed", text);
         EXPECT_EQ(virt::speed(), 1) << text;
     }
+}
+
+TEST(Root, AChildOfABusyProcessFindsTheCamera)
+{
+    test::Camera camera;
+    std::atomic<bool> busy{true};
+    std::thread asking([&] {
+        while (busy)
+            virt::root();
+    });
+    for (int count = 0; count < 100; count++) {
+        pid_t child = fork();
+        if (child == 0) {
+            alarm(20); // ends one that waits for a lock for ever
+            _exit(virt::root() == camera.root().string() ? 0 : 1);
+        }
+        int status = -1;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0) << "child " << count;
+        if (status != 0)
+            break;
+    }
+    busy = false;
+    asking.join();
 }
 
 } // namespace
