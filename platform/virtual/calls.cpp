@@ -3,6 +3,8 @@
 #include "platform/virtual/guard.h"
 #include "platform/virtual/root.h"
 
+#include <nlohmann/json.hpp>
+
 #include <cerrno>
 #include <fcntl.h>
 #include <memory>
@@ -62,6 +64,11 @@ void record(const char *call, const nlohmann::json &args, const nlohmann::json &
     ssize_t put = write(log->fd.get(), text.data(), text.size());
     (void)put; // a full disk loses the line, not the call
     errno = before;
+}
+
+void record(const char *call, const nlohmann::json &args)
+{
+    record(call, args, nullptr);
 }
 
 } // namespace virt

@@ -7,6 +7,7 @@
 #include "platform/virtual/values.h"
 
 #include <fcntl.h>
+#include <nlohmann/json.hpp>
 #include <string>
 
 using nlohmann::json;

@@ -1,7 +1,7 @@
 // virtual/screen.json, for the factory screen's calls and for tools that show it.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <functional>
 

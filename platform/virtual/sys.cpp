@@ -14,6 +14,7 @@
 #include <climits>
 #include <cstring>
 #include <fcntl.h>
+#include <nlohmann/json.hpp>
 #include <pthread.h>
 #include <sstream>
 #include <string>

@@ -5,6 +5,7 @@
 #include "platform/virtual/faults.h"
 
 #include <cerrno>
+#include <nlohmann/json.hpp>
 
 namespace virt
 {

@@ -6,6 +6,7 @@
 #include "tests/support/wrap.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 namespace test

@@ -9,6 +9,7 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <sys/ioctl.h>
 #include <sys/mman.h>

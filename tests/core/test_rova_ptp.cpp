@@ -13,6 +13,7 @@
 #include <glib.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sys/ipc.h>
 #include <sys/msg.h>
 #include <sys/wait.h>

@@ -1,6 +1,7 @@
 #include "tests/e2e/line.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <random>
 
 using e2e::Line;

@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 using e2e::Line;
 

@@ -4,6 +4,7 @@
 #include "tests/support/camera.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <thread>
 
 namespace

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sys/ipc.h>
 #include <sys/msg.h>
 #include <thread>

@@ -11,6 +11,7 @@
 #include <glib.h>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <thread>
 

@@ -1,7 +1,7 @@
 // A camera of a test's own: made below TMPDIR, gone with the test.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <filesystem>
 #include <functional>
@@ -40,7 +40,8 @@ public:
     std::optional<int> key_int(const std::string &key) const;
     std::optional<std::string> key_string(const std::string &key) const;
 
-    // The calls so far, all or those of one name, each as it stands in calls.jsonl.
+    // The calls so far, all or those of one name, each as it stands in calls.jsonl.  Who looks into
+    // them includes <nlohmann/json.hpp>.
     std::vector<nlohmann::json> calls() const;
     std::vector<nlohmann::json> calls(const std::string &name) const;
     // The same in one text a call, such as "device_set_property(17, 7, 0)".

@@ -3,6 +3,7 @@
 #include "tests/tools/tool.h"
 
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 namespace fs = std::filesystem;

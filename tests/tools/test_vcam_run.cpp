@@ -3,6 +3,7 @@
 
 #include "tests/tools/tool.h"
 
+#include <nlohmann/json.hpp>
 #include <regex>
 
 using testing::AssertionResult;

@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 using tool::failed;

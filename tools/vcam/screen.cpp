@@ -5,6 +5,7 @@
 #include "tools/vcam/verb.h"
 
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
 namespace vcam
 {

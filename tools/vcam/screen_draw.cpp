@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <iterator>
+#include <nlohmann/json.hpp>
 
 namespace vcam
 {

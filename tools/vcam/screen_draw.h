@@ -2,7 +2,7 @@
 #pragma once
 
 #include <Evas.h>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <filesystem>
 #include <map>

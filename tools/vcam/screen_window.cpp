@@ -18,6 +18,7 @@
 #include <X11/Xlib.h>
 
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 
 namespace vcam
 {

@@ -1,6 +1,8 @@
 #include "command/rova_cmd_handler.h"
 #include "tests/command/command_test.h"
 
+#include <nlohmann/json.hpp>
+
 using namespace test;
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -1,5 +1,7 @@
 #include "tests/command/command_test.h"
 
+#include <nlohmann/json.hpp>
+
 using namespace test;
 using testing::ElementsAre;
 using testing::IsEmpty;
