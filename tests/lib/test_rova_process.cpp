@@ -1,5 +1,6 @@
 #include "lib/rova_process.h"
 
+#include "platform/device.h"
 #include "tests/support/camera.h"
 #include "tests/support/wrap.h"
 
@@ -219,6 +220,14 @@ TEST_F(Process, TheProgramSeesItsPathAsGiven)
     ASSERT_EQ(camera.calls("sys_execvp").size(), 1u);
     EXPECT_EQ(camera.calls("sys_execvp")[0]["args"][0], "/usr/bin/reporter");
     EXPECT_EQ(camera.calls("sys_execvp")[0]["args"][1][0], "/usr/bin/reporter");
+}
+
+TEST_F(Process, AStartIsRecordedAlsoBehindOtherCalls)
+{
+    device_set_property(17, 7, 0);
+    words_of("x");
+    EXPECT_EQ(camera.calls("device_set_property").size(), 1u);
+    EXPECT_EQ(camera.calls("sys_execvp").size(), 1u);
 }
 
 TEST_F(Process, AChildStartsWithItsSignalsAndFilesReset)

@@ -3,9 +3,11 @@
 #include "platform/device.h"
 #include "tests/support/camera.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -59,6 +61,33 @@ TEST(Calls, LinesOfManyThreadsStayWhole)
     for (std::thread &thread : threads)
         thread.join();
     EXPECT_EQ(camera.calls("call").size(), 200U); // parses each line
+}
+
+TEST(Calls, ALogThatWasDeletedIsMadeAnew)
+{
+    test::Camera camera;
+    device_set_property(1, 1, 1);
+    camera.remove("/virtual/calls.jsonl");
+    device_set_property(2, 2, 2);
+    EXPECT_EQ(camera.call_texts(), std::vector<std::string>{"device_set_property(2, 2, 2)"});
+}
+
+TEST(Calls, AChildThatClosedAllFilesStillRecordsAndWritesToNoOther)
+{
+    test::Camera camera;
+    device_set_property(1, 1, 1);
+    pid_t child = fork();
+    if (child == 0) {
+        closefrom(3);
+        int other = open(camera.path("/tmp/other").c_str(), O_WRONLY | O_CREAT, 0644);
+        virt::record("call", json::array());
+        _exit(other == 3 ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(camera.calls("call").size(), 1U);
+    EXPECT_EQ(camera.read("/tmp/other"), "");
 }
 
 TEST(Calls, TheNextCameraHasALogOfItsOwn)
