@@ -47,6 +47,12 @@ uintptr_t handle_number(rova_csv_handle handle)
     return reinterpret_cast<uintptr_t>(handle);
 }
 
+// The bytes of a text that are in the buffer, by what vsnprintf said of its length.
+std::size_t kept_length(int formatted)
+{
+    return std::min(static_cast<std::size_t>(std::max(formatted, 0)), TEXT_SIZE - 1);
+}
+
 // A full disk takes part of a text and refuses the rest: only the whole text counts.
 bool write_all(int fd, const char *text, std::size_t length)
 {
@@ -98,7 +104,7 @@ uint32_t next_index(const char *text, std::size_t size)
         ROVA_LOG_INFO("failed to seek Index, line_index=%d", 0);
         return 0;
     }
-    auto result = static_cast<uint32_t>(std::strtol(index, nullptr, 10) + 1);
+    uint32_t result = static_cast<uint32_t>(std::strtol(index, nullptr, 10)) + 1;
     ROVA_LOG_INFO("Get Last line_index=%d\n", static_cast<int>(result));
     return result;
 }
@@ -227,9 +233,9 @@ int rova_csv_write(rova_csv_handle handle, const char *fmt, ...)
     char text[TEXT_SIZE] = {};
     va_list args;
     va_start(args, fmt);
-    std::vsnprintf(text, sizeof(text), fmt, args);
+    int length = std::vsnprintf(text, sizeof(text), fmt, args);
     va_end(args);
-    if (!write_all(handle->fd, text, std::strlen(text)))
+    if (!write_all(handle->fd, text, kept_length(length)))
         return 0;
     rova_log_raw("%s", text);
     rova_fd_printf(handle->fd, "%s", LINE_END);
@@ -266,6 +272,6 @@ int rova_fd_printf(int fd, const char *fmt, ...)
     va_start(args, fmt);
     int length = std::vsnprintf(text, sizeof(text), fmt, args);
     va_end(args);
-    write_all(fd, text, std::strlen(text));
+    write_all(fd, text, kept_length(length));
     return length;
 }

@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using testing::ContainsRegex;
@@ -38,6 +39,12 @@ struct Csv : testing::Test {
         void *item = rova_get_adjdata(ADJ_ID_CIS_SN);
         ASSERT_NE(item, nullptr);
         std::memcpy(item, &serial, sizeof(serial));
+    }
+    mode_t mode_of(const char *path) const
+    {
+        struct stat status = {};
+        EXPECT_EQ(stat(camera.path(path).c_str(), &status), 0) << path;
+        return status.st_mode & 07777;
     }
     // The file once a run with one row has gone over it.
     std::string after_a_row(const std::string &before)
@@ -113,6 +120,12 @@ TEST_F(Csv, AFileOfThreeBytesWithoutACommaRestartsAtOne)
 {
     EXPECT_EQ(after_a_row("77\n"), "1,4711,x\r\n");
     EXPECT_EQ(after_a_row("7,\n"), "8,4711,x\r\n");
+}
+
+TEST_F(Csv, TheIndexIsA32BitNumber)
+{
+    EXPECT_EQ(after_a_row("2147483647,a\r\n"), "-2147483648,4711,x\r\n");
+    EXPECT_EQ(after_a_row("4294967295,a\r\n"), "0,4711,x\r\n");
 }
 
 TEST_F(Csv, ALastLineThatBeginsWithACommaRestartsAtOne)
@@ -192,6 +205,39 @@ TEST_F(Csv, OtherModesWriteToTheCard)
     EXPECT_TRUE(camera.exists("/sdcard/a.csv"));
 }
 
+TEST_F(Csv, FilesAreMadeForAllToReadInBothPlaces)
+{
+    mode_t before = umask(0);
+    rova_csv_close(rova_csv_create("a.csv", "V"), nullptr);
+    camera.write("/sdcard/info.tgw", "");
+    rova_csv_close(rova_csv_create("a.csv", "V"), nullptr);
+    umask(before);
+    EXPECT_EQ(mode_of("/sdcard/a.csv"), 0644u);
+    EXPECT_EQ(mode_of("/tmp/a.csv"), 0644u);
+}
+
+TEST_F(Csv, HeaderAndRowsReachTheDisk)
+{
+    // A fault far ahead does nothing but count.
+    constexpr char COUNT[] = "/virtual/fail/.sys_fdatasync.count";
+    camera.fault("sys_fdatasync", "-1 at 1000 on a.csv");
+    rova_csv_handle handle = rova_csv_create("a.csv", "V");
+    EXPECT_TRUE(camera.exists(COUNT));
+    camera.remove(COUNT);
+    rova_csv_write(handle, "x");
+    EXPECT_TRUE(camera.exists(COUNT));
+    rova_csv_close(handle, nullptr);
+}
+
+TEST_F(Csv, APerCentSignInANameIsData)
+{
+    rova_csv_handle handle = rova_csv_create("a%d%n.csv", "%s");
+    rova_resp_stream stream = {};
+    rova_csv_close(handle, &stream);
+    EXPECT_STREQ(stream.text, "/sdcard/a%d%n.csv");
+    EXPECT_EQ(camera.read("/sdcard/a%d%n.csv"), "Index,CIS S/N,%s\r\n");
+}
+
 TEST_F(Csv, ANameIsNeeded)
 {
     EXPECT_EQ(rova_csv_create(nullptr, "V"), nullptr);
@@ -222,6 +268,9 @@ TEST_F(Csv, FailuresToReadTheLastIndexRestartAtZero)
     test::wrap_fail("calloc", 0, ENOMEM);
     EXPECT_EQ(after_a_row("8,a\r\n"), "0,4711,x\r\n");
     EXPECT_TRUE(camera.logged("Memory allocation failed"));
+
+    test::wrap_fail("lseek64", -1, EIO, 1); // whether the file is new: then it is not
+    EXPECT_EQ(after_a_row("8,a\r\n"), "9,4711,x\r\n");
 
     test::wrap_fail("lseek64", -1, EIO, 2);
     EXPECT_EQ(after_a_row("8,a\r\n"), "0,4711,x\r\n");
@@ -277,6 +326,14 @@ TEST_F(Csv, AnEmptyTextIsARow)
     EXPECT_THAT(camera.read("/sdcard/a.csv"), EndsWith("\r\n1,4711,\r\n"));
 }
 
+TEST_F(Csv, TheLengthOfATextIsThatOfItsFormatting)
+{
+    rova_csv_handle handle = rova_csv_create("a.csv", "V");
+    EXPECT_EQ(rova_csv_write(handle, "a%cb", '\0'), 1);
+    rova_csv_close(handle, nullptr);
+    EXPECT_THAT(camera.read("/sdcard/a.csv"), EndsWith(std::string("\r\n1,4711,a\0b\r\n", 14)));
+}
+
 TEST_F(Csv, ClosingNothingIsRefused)
 {
     rova_resp_stream stream = {};
@@ -286,9 +343,22 @@ TEST_F(Csv, ClosingNothingIsRefused)
     EXPECT_EQ(rova_csv_write(nullptr, "x"), 0);
 }
 
-TEST_F(Csv, ALongNameIsCutWithThePath)
+TEST_F(Csv, APathIsCutAt509Bytes)
 {
-    // No file system takes such a name, but nothing may overrun.
+    const std::string folder = std::string(200, 'd') + "/" + std::string(200, 'e') + "/";
+    const std::string path = "/sdcard/" + folder + std::string(509 - 8 - folder.size(), 'f');
+    camera.write("/sdcard/" + folder + "other", "");
+    rova_csv_handle handle = rova_csv_create((path + "tail").c_str() + sizeof("/sdcard"), "V");
+    ASSERT_NE(handle, nullptr);
+    rova_resp_stream stream;
+    std::memset(&stream, 0x55, sizeof(stream));
+    rova_csv_close(handle, &stream);
+    EXPECT_EQ(std::string(stream.text, sizeof(stream.text)), path + '\0');
+    EXPECT_EQ(camera.read(path), "Index,CIS S/N,V\r\n");
+}
+
+TEST_F(Csv, ANameThatNoFileSystemTakesGivesNoHandle)
+{
     EXPECT_EQ(rova_csv_create(std::string(2000, 'n').c_str(), "V"), nullptr);
     EXPECT_THAT(camera.file_log(), EndsWith(", fopen failed, NG \n"));
 }
