@@ -20,7 +20,7 @@ const rova_cmd_entry *rova_cmd_find(rova_cmd_table table, const char *word);
 // "Not found on <family> command table" and gives 0.
 int rova_cmd_run_sub(rova_cmd_table table, const char *family, uint32_t cmd_type, cmd_data *record);
 
-// True at compile time when every row has a name and no name stands twice.
+// True at compile time when every row has a name and a handler and no name stands twice.
 consteval bool rova_cmd_table_is_sound(rova_cmd_table table)
 {
     auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
@@ -30,7 +30,7 @@ consteval bool rova_cmd_table_is_sound(rova_cmd_table table)
         return lower(*a) == lower(*b);
     };
     for (std::size_t i = 0; i < table.size(); i++) {
-        if (table[i].name == nullptr || table[i].name[0] == '\0')
+        if (table[i].name == nullptr || table[i].name[0] == '\0' || table[i].handler == nullptr)
             return false;
         for (std::size_t j = 0; j < i; j++)
             if (equal(table[i].name, table[j].name))
