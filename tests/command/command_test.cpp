@@ -61,6 +61,15 @@ std::string CommandTest::run(cmd_data record, uint32_t cmd_type)
     return without_stamps(camera.file_log().substr(before));
 }
 
+std::size_t CommandTest::times_logged(const std::string &text) const
+{
+    std::string log = camera.platform_log();
+    std::size_t times = 0;
+    for (std::size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + 1))
+        times++;
+    return times;
+}
+
 std::vector<std::string> CommandTest::told(const std::vector<std::string> &names) const
 {
     std::vector<std::string> texts;

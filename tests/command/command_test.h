@@ -34,6 +34,9 @@ protected:
     std::string run(const std::string &line, uint32_t cmd_type = ROVA_CMD_SCRIPT);
     std::string run(cmd_data record, uint32_t cmd_type);
 
+    // How often the text stands in the platform log so far.
+    std::size_t times_logged(const std::string &text) const;
+
     // The calls of these names so far, in order, each as `name[arguments]` with JSON arguments.
     std::vector<std::string> told(const std::vector<std::string> &names) const;
 

@@ -121,6 +121,23 @@ TEST_F(Feedback, BlinksTwiceForNg)
     EXPECT_THAT(wrap_sleeps(), ElementsAre(300000, 300000, 300000, 300000));
 }
 
+TEST_F(Feedback, ComesInTheOrderOfScreenSoundAndLamp)
+{
+    rova_control_flags = {1, 1, 1};
+    rova_set_volume(2);
+    command("file delete x");
+    EXPECT_THAT(told({"factory_osd_grid_text_set", "mm_sound_qz_play_sound_sync",
+                      "mm_sound_qz_volume_set_value", "device_set_property"}),
+                ElementsAre("mm_sound_qz_volume_set_value[0,10]",
+                            R"(factory_osd_grid_text_set[0,"file    "])",
+                            R"(factory_osd_grid_text_set[0,"file: NG"])",
+                            "mm_sound_qz_volume_set_value[0,15]",
+                            "mm_sound_qz_play_sound_sync[\"" + sounds + "13_N_NoBattery.wav\",0]",
+                            "mm_sound_qz_volume_set_value[0,10]", "device_set_property[3,4,1]",
+                            "device_set_property[3,4,0]", "device_set_property[3,4,1]",
+                            "device_set_property[3,4,0]"));
+}
+
 TEST_F(Feedback, DelayShowsNothingButPlaysTheSound)
 {
     rova_control_flags.osd = 1;

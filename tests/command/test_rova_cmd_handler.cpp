@@ -4,6 +4,7 @@
 #include "tests/command/command_test.h"
 
 #include <cstring>
+#include <sys/stat.h>
 
 using namespace test;
 using testing::ElementsAre;
@@ -146,7 +147,7 @@ TEST_P(UnknownSubcommand, IsALineWithoutParametersToo)
 }
 
 INSTANTIATE_TEST_SUITE_P(Factory, UnknownSubcommand,
-                         testing::Values("osd", "create_file", "file", "lcd", "control"));
+                         testing::Values("osd", "create_file", "file", "lcd", "control", "gpio"));
 
 class DumpMode : public CommandTest
 {
@@ -194,9 +195,11 @@ TEST_F(DumpMode, LetsThatWordThroughInSmallLettersOnly)
 
 TEST_F(DumpMode, MakesAnExecutableFile)
 {
+    mode_t old_mask = umask(0);
     run("a");
+    umask(old_mask);
     auto mode = std::filesystem::status(camera.path("/tmp/dump.log")).permissions();
-    EXPECT_NE(mode & std::filesystem::perms::owner_exec, std::filesystem::perms::none);
+    EXPECT_EQ(static_cast<unsigned>(mode), 0755U);
 }
 
 TEST_F(DumpMode, CutsALongLineAndKeepsItsEnd)

@@ -136,5 +136,6 @@ TEST_F(Control, CountThatCannotBeWrittenIsNg)
     camera.fault("sys_open", "-1 errno EROFS on rova.cnt");
     for (const char *line : {"control count set 3", "control count increase"})
         EXPECT_EQ(run(line), NG) << line;
-    EXPECT_TRUE(camera.logged("failed to write /opt/share/rova/rova.cnt (Read-only file system) "));
+    EXPECT_EQ(times_logged("failed to write /opt/share/rova/rova.cnt (Read-only file system) "),
+              2U);
 }

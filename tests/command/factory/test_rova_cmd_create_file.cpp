@@ -59,7 +59,7 @@ TEST_F(CreateFile, IsForThePcOnly)
         EXPECT_EQ(run("create_file on auto.txt", type), NG);
         EXPECT_EQ(run("create_file off", type), NG);
     }
-    EXPECT_TRUE(camera.logged("This cmd is only for ptp-mode."));
+    EXPECT_EQ(times_logged("This cmd is only for ptp-mode."), 4U);
     EXPECT_EQ(run("no_such_word"), NO_ANSWER);
 }
 

@@ -1,8 +1,8 @@
 #include "tests/command/command_test.h"
 
 using namespace test;
+using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::SizeIs;
 
 class FileDelete : public CommandTest
 {
@@ -15,6 +15,7 @@ TEST_F(FileDelete, RemovesTheFileFromTheCard)
     EXPECT_EQ(run("file delete a.csv"), OK);
     EXPECT_FALSE(camera.exists("/sdcard/a.csv"));
     EXPECT_TRUE(camera.exists("/sdcard/b.csv"));
+    EXPECT_THAT(told({"sys_sync"}), ElementsAre("sys_sync[]"));
 }
 
 TEST_F(FileDelete, TakesTheLongestName)
@@ -60,4 +61,5 @@ TEST_F(FileDelete, TellsOfAFileThatCannotBeRemoved)
     EXPECT_EQ(run("file delete a.csv"), NG);
     EXPECT_TRUE(camera.logged("failed to delete /sdcard/a.csv. "));
     EXPECT_TRUE(camera.exists("/sdcard/a.csv"));
+    EXPECT_THAT(told({"sys_sync"}), IsEmpty());
 }
