@@ -1,0 +1,82 @@
+#!/usr/bin/env python3
+"""Hold the command reference to the program's own list of commands.
+
+usage: check-commands.py PROGRAM PAGE
+
+PROGRAM prints a line for each command: table, tab, word.  In the manual page PAGE each of these
+words is to have one subsection below COMMANDS, and no other word one.  A subsection holds at least
+one syntax that begins with the word, what makes the command NG, the files it writes, and an
+example that begins with the word.
+"""
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+PARTS = ('NG', 'Files', 'Example')
+
+
+def rows(program):
+    """Pairs of table and word, as the program tells them."""
+    done = subprocess.run([program], capture_output=True, text=True, check=True)
+    return [tuple(line.split('\t')) for line in done.stdout.splitlines()]
+
+
+def entries(page):
+    """Pairs of word and text of the subsections below COMMANDS."""
+    section = re.search(r'^\.Sh COMMANDS\n(.*?)(?=^\.Sh |\Z)', page, re.MULTILINE | re.DOTALL)
+    pieces = re.split(r'^\.Ss (.+)\n', section.group(1) if section else '', flags=re.MULTILINE)
+    return list(zip(pieces[1::2], pieces[2::2]))
+
+
+def items(text):
+    """Pairs of title and text of the items of a subsection."""
+    pieces = re.split(r'^\.It (.+)\n', text, flags=re.MULTILINE)
+    return [(title, re.sub(r'^\.El\n', '', body, flags=re.MULTILINE).strip())
+            for title, body in zip(pieces[1::2], pieces[2::2])]
+
+
+def entry_faults(word, text):
+    found = items(text)
+    start = re.escape(word) + r'(\s|\Z)'
+    if not any(re.match('Ic ' + start, title) for title, _ in found):
+        yield f'{word}: no syntax'
+    told = dict(found)
+    for part in PARTS:
+        if not told.get('Sy ' + part):
+            yield f'{word}: nothing about {part}'
+    if not re.search(r'^\.Dl ' + start, told.get('Sy Example', ''), re.MULTILINE):
+        yield f'{word}: no example that begins with the word'
+
+
+def faults(table_rows, page_entries):
+    words = [word for _, word in table_rows]
+    described = [word for word, _ in page_entries]
+    for table, word in table_rows:
+        if word not in described:
+            yield f'{word}: in the {table} table, but without an entry'
+    for word in sorted(set(described)):
+        if word not in words:
+            yield f'{word}: an entry, but in no table'
+        if described.count(word) > 1:
+            yield f'{word}: {described.count(word)} entries'
+    for word, text in page_entries:
+        yield from entry_faults(word, text)
+
+
+def main():
+    if len(sys.argv) != 3:
+        sys.exit(__doc__.split('\n\n')[1])
+    program, page = sys.argv[1:]
+    table_rows = rows(program)
+    if not table_rows:
+        sys.exit(f'{program}: tells no command')
+    found = list(faults(table_rows, entries(Path(page).read_text(encoding='utf-8'))))
+    for text in found:
+        print(f'{page}: {text}')
+    print(f'{len(table_rows)} commands checked, {len(found)} faults')
+    return 1 if found else 0
+
+
+if __name__ == '__main__':
+    sys.exit(main())

@@ -1,0 +1,80 @@
+#!/usr/bin/env python3
+"""The check of the command reference finds what it is there to find, and nothing else."""
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+CHECKER = Path(__file__).resolve().parent / 'check-commands.py'
+
+HEAD = '.Sh DESCRIPTION\n.Ss Lines\nText.\n.Sh COMMANDS\nText.\n'
+TAIL = '.Sh FILES\n.Ss Others\nText.\n'
+
+
+def entry(word, syntax=None, ng='None.', files='None.', example=None):
+    return (f'.Ss {word}\n.Bl -tag -width Ds\n.It Ic {syntax or word + " on | off"}\nText.\n'
+            f'.It Sy NG\n{ng}\n.It Sy Files\n{files}\n'
+            f'.It Sy Example\n{example or ".Dl " + word + " on"}\n.El\n')
+
+
+class CheckCommands(unittest.TestCase):
+    def run_checker(self, listed, page):
+        with tempfile.TemporaryDirectory() as folder:
+            program, text = Path(folder, 'list'), Path(folder, 'page.5')
+            program.write_text(f"#!/bin/sh\nprintf '{listed}'\n")
+            program.chmod(0o755)
+            text.write_text(page)
+            done = subprocess.run([sys.executable, '-B', CHECKER, program, text],
+                                  capture_output=True, text=True)
+        return done.returncode, done.stdout + done.stderr
+
+    def assertFinds(self, listed, entries, fault):
+        code, text = self.run_checker(listed, HEAD + entries + TAIL)
+        self.assertEqual(code, 1, text)
+        self.assertEqual([line.split(': ', 1)[1] for line in text.splitlines()[:-1]], [fault])
+
+    def test_a_complete_page_passes(self):
+        page = HEAD + entry('osd') + entry('key') + TAIL
+        code, text = self.run_checker('system\\tkey\\nfactory\\tosd\\n', page)
+        self.assertEqual((code, text), (0, '2 commands checked, 0 faults\n'))
+
+    def test_a_row_without_an_entry_is_found(self):
+        self.assertFinds('factory\\tosd\\nfactory\\tlcd\\n', entry('osd'),
+                         'lcd: in the factory table, but without an entry')
+
+    def test_an_entry_without_a_row_is_found(self):
+        self.assertFinds('factory\\tosd\\n', entry('osd') + entry('os'),
+                         'os: an entry, but in no table')
+
+    def test_a_second_entry_is_found(self):
+        self.assertFinds('factory\\tosd\\n', entry('osd') + entry('osd'), 'osd: 2 entries')
+
+    def test_a_missing_syntax_is_found(self):
+        self.assertFinds('factory\\tosd\\n', entry('osd', syntax='osds on'), 'osd: no syntax')
+
+    def test_missing_parts_are_found(self):
+        self.assertFinds('factory\\tosd\\n', entry('osd', ng=''), 'osd: nothing about NG')
+        self.assertFinds('factory\\tosd\\n', entry('osd', files=''), 'osd: nothing about Files')
+        self.assertFinds('factory\\tosd\\n', entry('osd').replace('.It Sy NG\n', '.It Sy OK\n'),
+                         'osd: nothing about NG')
+
+    def test_an_example_of_another_word_is_none(self):
+        self.assertFinds('factory\\tosd\\n', entry('osd', example='.Dl lcd on'),
+                         'osd: no example that begins with the word')
+
+    def test_headings_of_other_sections_are_no_entries(self):
+        self.assertFinds('factory\\tLines\\n', '',
+                         'Lines: in the factory table, but without an entry')
+
+    def test_a_program_that_tells_nothing_fails(self):
+        self.assertNotEqual(self.run_checker('', HEAD + TAIL)[0], 0)
+
+    def test_a_page_without_the_section_fails(self):
+        code, text = self.run_checker('factory\\tosd\\n', '.Sh NAME\n')
+        self.assertEqual(code, 1)
+        self.assertIn('osd: in the factory table, but without an entry', text)
+
+
+if __name__ == '__main__':
+    unittest.main()

@@ -1,0 +1,77 @@
+// What the manual page tells a script's author works as it is told.
+#include "tests/command/command_test.h"
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+using namespace test;
+
+namespace
+{
+
+// The page's lines between ".Sh COMMANDS" and the next heading that begin with `macro`, without it.
+std::vector<std::string> command_lines(const std::string &macro)
+{
+    std::ifstream page(ROVA_SOURCE_DIR "/man/rova-script.5");
+    std::vector<std::string> lines;
+    bool inside = false;
+    for (std::string line; std::getline(page, line);) {
+        if (line.starts_with(".Sh "))
+            inside = line == ".Sh COMMANDS";
+        else if (inside && line.starts_with(macro + " "))
+            lines.push_back(line.substr(macro.size() + 1));
+    }
+    return lines;
+}
+
+// "control osd | sound Cm on" stands for "control osd" and "control sound".
+std::vector<std::string> subcommands(const std::string &syntax)
+{
+    std::istringstream words(syntax);
+    std::vector<std::string> lines;
+    std::string family;
+    words >> family;
+    for (std::string word; words >> word && !std::isupper(word[0]);)
+        if (word != "|")
+            lines.push_back(family + " " + word);
+    return lines;
+}
+
+uint32_t source_of(const std::string &line)
+{
+    return line.starts_with("create_file ") ? ROVA_CMD_PTP : ROVA_CMD_CARD;
+}
+
+} // namespace
+
+class Manual : public CommandTest
+{
+};
+
+TEST_F(Manual, EverySubcommandIsKnown)
+{
+    std::size_t count = 0;
+    for (const std::string &syntax : command_lines(".It Ic"))
+        for (const std::string &line : subcommands(syntax)) {
+            EXPECT_NE(run(line), NO_ANSWER) << line;
+            count++;
+        }
+    EXPECT_GT(count, 0U);
+}
+
+TEST_F(Manual, EveryExampleEndsWithOk)
+{
+    camera.write("/dev/fb0", "");
+    camera.write("/dev/mem", "");
+    std::filesystem::resize_file(camera.path("/dev/mem"), uintmax_t{1} << 32);
+    camera.write("/sdcard/gpio_pindump.csv", "x");
+    camera.fault("sys_fdatasync", "0"); // hundreds of rows would each wait for the PC's disk
+
+    std::vector<std::string> examples = command_lines(".Dl");
+    for (const std::string &line : examples) {
+        bool from_pc = source_of(line) == ROVA_CMD_PTP;
+        EXPECT_TRUE(run(line, source_of(line)).ends_with(from_pc ? PTP_OK : OK)) << line;
+    }
+    EXPECT_FALSE(examples.empty());
+}
