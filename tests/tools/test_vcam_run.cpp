@@ -150,6 +150,31 @@ TEST_F(VcamRun, PngIsTheScreenBehindTheLastCommand)
     EXPECT_NE(shown, camera.read("/tmp/after.png")) << "the daemon's end cleared it";
 }
 
+TEST_F(VcamRun, APngThatCannotBeWrittenIsToldWhenTheDaemonHasBeenStopped)
+{
+    camera.write("/tmp/pc/show.adj", "osd string 1 hello\n");
+    const test::Outcome outcome =
+        vcam({"run", "--png", camera.path("/none/s.png"), camera.path("/tmp/pc/show.adj")});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_NE(outcome.err.find("/none/s.png' cannot be written"), std::string::npos) << outcome.err;
+    EXPECT_TRUE(outcome.out.ends_with("1 commands: 1 OK, 0 NG, 0 skipped\n")) << outcome.out;
+    EXPECT_EQ(vcam({"status"}).status, 1) << "the daemon has gone";
+}
+
+TEST_F(VcamRun, AReaderOfItsOutputThatEndsLeavesNoDaemonBehind)
+{
+    camera.write("/tmp/pc/two.adj", "delay 5\ndelay 5\ndelay 5\n");
+    const std::string script = camera.path("/tmp/pc/two.adj");
+    test::run({"bash", "-c", std::string(VCAM_PROGRAM) + " run " + script + " | true"});
+    EXPECT_EQ(vcam({"status"}).status, 1);
+}
+
+TEST_F(VcamRun, AScriptCannotCommandTheTerminal)
+{
+    const test::Outcome outcome = run("bytes.adj", "osd string 1 \x1b[2J\x07\n");
+    EXPECT_NE(outcome.out.find("osd string 1 ?[2J?\n"), std::string::npos) << outcome.out;
+}
+
 TEST_F(VcamRun, ShowsItsProgressOnATerminal)
 {
     camera.write("/tmp/pc/two.adj", "delay 3000\ndelay 5\n");
@@ -173,6 +198,11 @@ TEST_F(VcamRun, RefusesWhatCannotRun)
     EXPECT_TRUE(failed(vcam({"run", camera.path("/none.adj")}), "none.adj"));
     EXPECT_TRUE(failed(vcam({"run", camera.path("/tmp/pc/a b.adj")}), "make a script's name"));
     EXPECT_TRUE(failed(vcam({"run", camera.path("/tmp/pc/" + longest)}), "39 characters"));
+    for (const std::string marker : {"info.tg", "info.tgw"}) {
+        camera.write("/tmp/pc/" + marker, "delay 5\n");
+        EXPECT_TRUE(failed(vcam({"run", camera.path("/tmp/pc/" + marker)}), "a marker file's"));
+        EXPECT_FALSE(camera.exists("/sdcard/" + marker));
+    }
     {
         const auto daemon = tool::stand_in(tool::DAEMON);
         EXPECT_TRUE(failed(vcam({"run", camera.path("/tmp/pc/good.adj")}), "rovad runs already"));
@@ -209,5 +239,6 @@ TEST_F(VcamRun, StartWithoutAMarkerTellsTheDaemonsHint)
     const test::Outcome outcome = vcam({"start"});
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(outcome.err, "Try `/usr/bin/rovad --help' for more information. \n"
-                           "vcam: rovad ended before it was up\n");
+                           "vcam: rovad ended before it was up; without options it needs a marker "
+                           "file on the card (vcam start --help)\n");
 }

@@ -77,6 +77,8 @@ void catch_interrupts()
     action.sa_handler = note_interrupt; // without SA_RESTART: waits end
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGHUP, &action, nullptr);
+    sigaction(SIGPIPE, &action, nullptr);
 }
 
 bool end_asked()

@@ -21,7 +21,8 @@ bool process_runs(pid_t pid);
 // Looks every few milliseconds; false when `seconds` have passed first, or end_asked() turned true.
 bool wait_until(const std::function<bool()> &condition, double seconds);
 
-// From catch_interrupts() on Ctrl-C and SIGTERM no longer end vcam but are remembered here.
+// From catch_interrupts() on Ctrl-C, SIGTERM, the terminal's end and that of a reader of the output
+// no longer end vcam but are remembered here.
 void catch_interrupts();
 bool end_asked();
 void forget_interrupts();

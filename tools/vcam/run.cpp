@@ -10,8 +10,10 @@
 #include "tools/vcam/verb.h"
 
 #include <algorithm>
+#include <cctype>
 #include <csignal>
 #include <cstdio>
+#include <iterator>
 #include <map>
 #include <unistd.h>
 
@@ -24,6 +26,8 @@ constexpr std::size_t NAME_MAX_IN_MARKER = 39;
 constexpr double UP_SECONDS = 30;
 constexpr double END_SECONDS = 600;
 constexpr char FILE_LOG[] = "/opt/share/rova/rova.log";
+// What the daemon looks for on the card to choose its mode: no names for a script.
+constexpr const char *MARKERS[] = {"info.tg", "info.tgw"};
 
 using file_times = std::map<fs::path, std::pair<fs::file_time_type, std::uintmax_t>>;
 
@@ -36,6 +40,8 @@ void check_name(const std::string &name)
         throw failure("'" + name + "': info.tg has room for 39 characters only");
     if (name.find_first_not_of(LETTERS) != std::string::npos)
         throw failure("'" + name + "': letters, digits and ._-+,@= make a script's name");
+    if (std::find(std::begin(MARKERS), std::end(MARKERS), name) != std::end(MARKERS))
+        throw failure("'" + name + "' is a marker file's name on the card, not a script's");
 }
 
 void put_on_card(const fs::path &script)
@@ -81,6 +87,14 @@ void print_files(const file_times &before)
         std::printf("log: %s\n", on_pc(FILE_LOG).c_str());
 }
 
+// A script may hold any bytes; those that would command the terminal are told as question marks.
+std::string printable(std::string text)
+{
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, '?');
+    return text;
+}
+
 // The line that a person at a terminal sees below the results, rewritten all the time.
 class progress
 {
@@ -88,7 +102,7 @@ public:
     void show(const run_log &log, std::size_t total)
     {
         const std::string text = std::to_string(log.counts().ended()) + "/" +
-                                 std::to_string(total) + "  " + log.running();
+                                 std::to_string(total) + "  " + printable(log.running());
         if (!terminal_ || text == shown_)
             return;
         clear();
@@ -111,12 +125,13 @@ private:
 
 void print_result(const command_result &result)
 {
+    const std::string text = printable(result.text);
     if (result.verdict == command_verdict::skipped)
-        std::printf("%4d  %-7s %10s  %s\n", result.number, "skipped", "", result.text.c_str());
+        std::printf("%4d  %-7s %10s  %s\n", result.number, "skipped", "", text.c_str());
     else
         std::printf("%4d  %-7s %8.2f s  %s\n", result.number,
                     result.verdict == command_verdict::ok ? "OK" : "NG", result.seconds,
-                    result.text.c_str());
+                    text.c_str());
     std::fflush(stdout);
 }
 
@@ -169,15 +184,26 @@ private:
     // SIGTERM leaves the queue alone: what waits there still runs, or is skipped after a failure.
     std::string end_after_commands(daemon_process &daemon)
     {
-        if (!screenshot_.empty())
-            save_screen(screenshot_); // the daemon's end takes the screen down
+        const std::string missed = take_screenshot(); // the daemon's end takes the screen down
         kill(daemon.pid(), SIGTERM);
         const bool ended = wait_until([&] { return daemon.has_ended(); }, END_SECONDS);
         read();
         progress_.clear();
         if (ended)
-            return "";
+            return missed;
         return end_early(daemon, end_asked() ? "interrupted" : "rovad did not end in time");
+    }
+
+    // "", or why there is none: the daemon is to be stopped all the same.
+    std::string take_screenshot() const
+    {
+        try {
+            if (!screenshot_.empty())
+                save_screen(screenshot_);
+            return "";
+        } catch (const failure &error) {
+            return error.what();
+        }
     }
 
     std::string end_early(daemon_process &daemon, const std::string &why)
@@ -233,8 +259,8 @@ int verb_run(const invocation &in, CLI::App &app)
     if (daemon_pid() > 0)
         throw failure("rovad runs already; vcam stop ends it");
     const file_times before = csv_files();
-    put_on_card(script);
     script_run run(script, screenshot);
+    put_on_card(script);
     catch_interrupts();
     daemon_process daemon(program, {});
     const std::string trouble = run.follow(daemon);
