@@ -420,6 +420,11 @@ bool remove_key(const std::string &name)
     return where && where->remove(name);
 }
 
+bool keys_open()
+{
+    return store() != nullptr;
+}
+
 std::optional<Key> get_key(const std::string &name)
 {
     std::shared_ptr<Store> where = store();

@@ -33,6 +33,9 @@ bool set_bool(const std::string &name, bool value);
 bool set_string(const std::string &name, const std::string &value);
 bool remove_key(const std::string &name); // not told to watchers
 
+// False when the store cannot be opened, which the reading functions tell like a missing key.
+bool keys_open();
+
 std::optional<Key> get_key(const std::string &name);
 std::vector<Key> list_keys(); // in the order of their names
 

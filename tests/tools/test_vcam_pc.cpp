@@ -145,9 +145,23 @@ TEST(VcamPc, NoAnswerNoDaemonAndBadArgumentsAreErrors)
     EXPECT_TRUE(failed(vcam({"pc", "delay 1"}), "rovad is not running"));
     const auto daemon = tool::stand_in(tool::DAEMON);
     EXPECT_TRUE(failed(vcam({"pc", "--timeout", "0.05", "delay 1"}), "no answer in time"));
+    EXPECT_TRUE(failed(vcam({"pc", "--timeout", "nan", "x"}), "'nan' is no number of seconds"));
     EXPECT_TRUE(failed(vcam({"pc"}), "neither a command line nor --number"));
     EXPECT_TRUE(failed(vcam({"pc", "--number", "one"}), "'one' is no 32-bit number"));
     EXPECT_TRUE(failed(vcam({"pc", "--number", "1", "x"}), "'x' is no 32-bit number"));
     EXPECT_TRUE(failed(vcam({"pc", "--number", "1", "1", "2", "3", "4", "5"}), "at most four"));
     EXPECT_TRUE(failed(vcam({"pc", "--data", "/none", "x"}), "/none"));
+}
+
+TEST(VcamPc, ADaemonThatEndsInsteadIsToldAtOnce)
+{
+    const test::Camera camera;
+    const auto daemon = tool::stand_in(tool::DAEMON);
+    test::Process pc({VCAM_PROGRAM, "pc", "--timeout", "1000", "delay 1"}, "",
+                     camera.path("/tmp/out"));
+    ASSERT_TRUE(test::wait_for([&] { return camera.key_string(ROVA_KEY_PMODE) == "delay 1"; }));
+    daemon->signal(SIGKILL);
+    daemon->wait();
+    EXPECT_EQ(pc.wait(), 2);
+    EXPECT_EQ(camera.read("/tmp/out"), "vcam: rovad ended before it answered\n");
 }

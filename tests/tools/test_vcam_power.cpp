@@ -32,7 +32,7 @@ TEST(VcamStart, ADaemonThatEndsEarlyIsToldWithItsLastWords)
 {
     const test::Camera camera;
     const std::string rovad = program(camera, "echo first; echo no marker >&2; exit 1\n");
-    const test::Outcome start = vcam({"start", "--rovad", rovad});
+    const test::Outcome start = vcam({"start", "--rovad", rovad, "--", "--test"});
     EXPECT_EQ(start.status, 2);
     EXPECT_EQ(start.err, "first\nno marker\nvcam: rovad ended before it was up\n");
     EXPECT_EQ(camera.read("/virtual/rovad.out"), "first\nno marker\n");
@@ -85,7 +85,8 @@ TEST(VcamStart, RefusesWhatIsNoProgram)
     const test::Camera camera;
     EXPECT_TRUE(failed(vcam({"start", "--rovad", "/none"}), "'/none' is no program"));
     EXPECT_TRUE(failed(vcam({"start", "--rovad", camera.path("/tmp")}), "is no program"));
-    EXPECT_TRUE(failed(vcam({"start", "--timeout", "soon"}), "soon"));
+    for (const std::string time : {"soon", "-1", "nan", "inf", ""})
+        EXPECT_TRUE(failed(vcam({"start", "--timeout", time}), "is no number of seconds")) << time;
 }
 
 TEST(VcamStart, PowerOnClearsImagesAndKernelObjectsButKeepsFlash)

@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
@@ -44,6 +45,21 @@ TEST(VcamKey, BadValuesAndArgumentsAreRefused)
     EXPECT_TRUE(failed(vcam({"key", "set", "a"}), "VALUE is required"));
     EXPECT_TRUE(failed(vcam({"key"}), "subcommand is required"));
     EXPECT_TRUE(failed(vcam({"key", "get", "a"}), "no key 'a'"));
+    EXPECT_TRUE(failed(vcam({"key", "fetch", "a"}), "unknown action 'fetch' (vcam key --help"));
+    for (const std::string count : {"0", "-1", "many"})
+        EXPECT_TRUE(failed(vcam({"key", "watch", "--count", count}), "no whole number above 0"));
+}
+
+TEST(VcamKey, AStoreThatCannotBeOpenedIsNotAnEmptyOne)
+{
+    const test::Camera camera;
+    std::filesystem::create_directory(camera.path("/virtual/keys.db"));
+    for (const std::vector<std::string> &words :
+         {std::vector<std::string>{"key", "list"}, {"key", "get", "a"}}) {
+        const test::Outcome outcome = vcam(words);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_TRUE(outcome.err.ends_with("vcam: the keys cannot be read\n")) << outcome.err;
+    }
 }
 
 TEST(VcamKey, GetAndListPrintValues)
@@ -122,6 +138,8 @@ TEST(VcamAttr, BadPathsAreRefused)
     EXPECT_TRUE(failed(vcam({"attr", "get", "sys/none"}), "no absolute path"));
     EXPECT_TRUE(failed(vcam({"attr", "set", "/sys/../../x", "1"}), "no absolute path"));
     EXPECT_TRUE(failed(vcam({"attr", "play", "/sys/a"}), "VALUE is required"));
+    EXPECT_TRUE(failed(vcam({"attr", "set", "/sdcard", "1"}), "'/sdcard' is a folder"));
+    EXPECT_TRUE(failed(vcam({"attr", "play", "/", "1"}), "'/' is a folder"));
 }
 
 TEST(VcamFault, SetFaultFailsTheNamedCallAsTold)
@@ -155,7 +173,10 @@ TEST(VcamFault, WhatIsNoFaultIsRefused)
     const test::Camera camera;
     EXPECT_TRUE(failed(vcam({"fault", "pref_save"}), "RESULT is missing"));
     EXPECT_TRUE(failed(vcam({"fault", "pref_save", "x"}), "RESULT"));
-    EXPECT_TRUE(failed(vcam({"fault", "pref_save", "-1", "--at", "0"}), "--at"));
+    EXPECT_TRUE(failed(vcam({"fault", "pref_save", "1.5"}), "'1.5' is no 32-bit number"));
+    EXPECT_TRUE(failed(vcam({"fault", "pref_save", "-1", "--at", "0"}),
+                       "--at: '0' is no whole number above 0 ("));
+    EXPECT_TRUE(failed(vcam({"fault", "", "-1"}), "'' is no name of a call"));
     EXPECT_TRUE(failed(vcam({"fault", "pref_save", "-1", "--errno", "EWHAT"}), "EWHAT"));
     EXPECT_TRUE(failed(vcam({"fault", "../x", "-1"}), "CALL"));
     EXPECT_TRUE(failed(vcam({"fault", "--clear", "pref_save"}), "no fault is set"));

@@ -2,6 +2,7 @@
 #include "platform/virtual/faults.h"
 #include "platform/virtual/root.h"
 #include "tools/vcam/camera.h"
+#include "tools/vcam/number.h"
 #include "tools/vcam/verb.h"
 
 #include <algorithm>
@@ -24,7 +25,13 @@ struct fault_options {
 std::string check_call(const std::string &call)
 {
     constexpr char LETTERS[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
-    return call.find_first_not_of(LETTERS) == std::string::npos ? "" : "CALL is the name of a call";
+    const bool good = !call.empty() && call.find_first_not_of(LETTERS) == std::string::npos;
+    return good ? "" : "'" + call + "' is no name of a call";
+}
+
+std::string check_result(const std::string &result)
+{
+    return to_word32(result) ? "" : "'" + result + "' is no 32-bit number";
 }
 
 std::string check_errno(const std::string &name)
@@ -90,9 +97,9 @@ int verb_fault(const invocation &in, CLI::App &app)
     app.add_option("CALL", options.call, "The call; without one: list all faults")
         ->check(CLI::Validator(check_call, ""));
     app.add_option("RESULT", options.result, "What it returns instead of doing its work")
-        ->check(CLI::Number);
+        ->check(CLI::Validator(check_result, ""));
     app.add_option("--at", options.at, "Only the N-th call from now on")
-        ->check(CLI::PositiveNumber)
+        ->check(CLI::Validator(check_count, ""))
         ->type_name("N");
     app.add_option("--errno", options.error, "The errno it sets, such as ENOSPC")
         ->check(CLI::Validator(check_errno, ""))

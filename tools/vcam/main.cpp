@@ -25,7 +25,7 @@ constexpr verb VERBS[] = {
      "get memory/rova/power_off\nset memory/sysman/usb_status 2\nwatch", verb_key},
     {"log", "Show the file log or the platform log", "--follow\n--platform", verb_log},
     {"pc", "Send a command as the PC does and show the answer",
-     "firmware check version\n--number 0x10030000 2026 11 20 0", verb_pc},
+     "osd string 1 hello\n--number 0x10030000 2026 11 20 0", verb_pc},
     {"property", "Read or write a device property", "get 17 7\nset 2 4 1", verb_property},
     {"run", "Run a script and tell the result of each command", "line.adj", verb_run},
     {"screen", "Show the camera's screen", "--png screen.png\n--text", verb_screen},
@@ -150,8 +150,24 @@ int run(int argc, char **argv)
 
 } // namespace
 
+// CLI11 would call an unknown action a missing one.
+static void refuse_unknown_action(const CLI::App &app, const std::vector<std::string> &arguments)
+{
+    // Groups of options are subcommands without a name.
+    const auto actions =
+        app.get_subcommands([](const CLI::App *sub) { return !sub->get_name().empty(); });
+    if (actions.empty() || arguments.empty() || arguments.front().starts_with('-'))
+        return;
+    for (const CLI::App *action : actions) {
+        if (action->get_name() == arguments.front())
+            return;
+    }
+    throw CLI::ValidationError("unknown action '" + arguments.front() + "'");
+}
+
 void invocation::parse(CLI::App &app) const
 {
+    refuse_unknown_action(app, arguments_);
     // CLI11 takes its arguments from the back.
     app.parse(std::vector<std::string>(arguments_.rbegin(), arguments_.rend()));
 }

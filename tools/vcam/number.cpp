@@ -3,6 +3,7 @@
 #include "tools/vcam/verb.h"
 
 #include <cctype>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 
@@ -20,6 +21,21 @@ std::optional<int> to_word32(const std::string &text)
     if (*end != '\0' || number < INT32_MIN || number > UINT32_MAX)
         return std::nullopt;
     return static_cast<int>(static_cast<uint32_t>(number));
+}
+
+std::string check_seconds(const std::string &text)
+{
+    char *end = nullptr;
+    const double seconds = std::strtod(text.c_str(), &end);
+    if (end != text.c_str() && *end == '\0' && std::isfinite(seconds) && seconds >= 0)
+        return "";
+    return "'" + text + "' is no number of seconds";
+}
+
+std::string check_count(const std::string &text)
+{
+    const std::optional<int> number = to_word32(text);
+    return number && *number > 0 ? "" : "'" + text + "' is no whole number above 0";
 }
 
 int read_word32(const std::string &text)

@@ -12,4 +12,8 @@ namespace vcam
 std::optional<int> to_word32(const std::string &text);
 int read_word32(const std::string &text);
 
+// For options: "" when the text is such a number, otherwise what it should be.
+std::string check_seconds(const std::string &text); // 0 or more
+std::string check_count(const std::string &text);   // a whole number, 1 or more
+
 } // namespace vcam

@@ -106,9 +106,16 @@ answer ask(const std::string &number, const std::vector<std::string> &words, dou
         check_written(vconf_set_str(ROVA_KEY_PMODE, join_words(words).c_str()));
     else
         send_number(number, words);
-    if (!wait_until([&] { return watch.answered(); }, seconds))
-        throw failure(end_asked() ? "interrupted" : "no answer in time");
-    return read_answer();
+    const pid_t daemon = daemon_pid();
+    bool answered = false;
+    wait_until([&] { return (answered = watch.answered()) || !process_runs(daemon); }, seconds);
+    if (answered || watch.answered())
+        return read_answer();
+    if (end_asked())
+        throw failure("interrupted");
+    if (!process_runs(daemon))
+        throw failure("rovad ended before it answered");
+    throw failure("no answer in time; rovad gives none to a command that it does not know");
 }
 
 // An answer that brings a number has no word for its verdict; the file log has it, written before.
@@ -148,7 +155,9 @@ int verb_pc(const invocation &in, CLI::App &app)
     app.add_option("--data", data, "Data that goes with the command")
         ->check(CLI::ExistingFile)
         ->type_name("FILE");
-    app.add_option("--timeout", seconds, "How long to wait for the answer")->type_name("SECONDS");
+    app.add_option("--timeout", seconds, "How long to wait for the answer")
+        ->check(CLI::Validator(check_seconds, ""))
+        ->type_name("SECONDS");
     in.open(app);
     if (words.empty() && number.empty())
         throw failure("neither a command line nor --number");

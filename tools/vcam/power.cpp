@@ -2,6 +2,7 @@
 #include "platform/virtual/root.h"
 #include "tools/vcam/camera.h"
 #include "tools/vcam/daemon.h"
+#include "tools/vcam/number.h"
 #include "tools/vcam/process.h"
 #include "tools/vcam/verb.h"
 
@@ -52,7 +53,9 @@ int verb_start(const invocation &in, CLI::App &app)
     double seconds = 10;
     std::vector<std::string> options;
     app.add_option("--rovad", program, "The daemon's program")->type_name("FILE");
-    app.add_option("--timeout", seconds, "How long it may take to come up")->type_name("SECONDS");
+    app.add_option("--timeout", seconds, "How long it may take to come up")
+        ->check(CLI::Validator(check_seconds, ""))
+        ->type_name("SECONDS");
     app.add_option("OPTION", options, "Options of rovad, behind --");
     in.open(app);
     daemon_process daemon(program, options);
@@ -61,7 +64,9 @@ int verb_start(const invocation &in, CLI::App &app)
         return OK;
     case daemon_process::state::ended:
         print_output(daemon.output());
-        throw failure("rovad ended before it was up");
+        throw failure(options.empty() ? "rovad ended before it was up; without options it needs a "
+                                        "marker file on the card (vcam start --help)"
+                                      : "rovad ended before it was up");
     case daemon_process::state::late:
         break;
     }
@@ -76,7 +81,9 @@ int verb_stop(const invocation &in, CLI::App &app)
     double seconds = 60;
     app.add_flag("--kill", by_kill, "At once, with SIGKILL, as if it crashed");
     app.add_flag("--signal", by_signal, "With SIGTERM instead of the stop key")->excludes("--kill");
-    app.add_option("--timeout", seconds, "How long it may take to end")->type_name("SECONDS");
+    app.add_option("--timeout", seconds, "How long it may take to end")
+        ->check(CLI::Validator(check_seconds, ""))
+        ->type_name("SECONDS");
     in.open(app);
     const pid_t pid = daemon_pid();
     if (pid < 0)

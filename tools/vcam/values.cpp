@@ -23,6 +23,12 @@ void check_written(bool written, const std::string &what)
         throw failure(what + " cannot be written");
 }
 
+void check_readable()
+{
+    if (!virt::keys_open())
+        throw failure("the keys cannot be read");
+}
+
 bool read_switch(const std::string &value)
 {
     if (value == "1" || value == "true" || value == "on")
@@ -50,6 +56,7 @@ bool write_key(const std::string &name, const std::string &value, key_kind kind)
 
 void get_key_verb(const std::string &name)
 {
+    check_readable();
     const std::optional<virt::Key> key = virt::get_key(name);
     if (!key)
         throw failure("no key '" + name + "'");
@@ -76,6 +83,7 @@ void print_key(const virt::Key &key)
 
 void list_keys(const std::string &prefix)
 {
+    check_readable();
     for (const virt::Key &key : virt::list_keys()) {
         if (key.name.starts_with(prefix))
             print_key(key);
@@ -121,6 +129,8 @@ fs::path attribute_file(const std::string &path)
 {
     if (!path.starts_with('/') || path.find("/../") != std::string::npos || path.ends_with("/.."))
         throw failure("'" + path + "' is no absolute path of the camera");
+    if (fs::is_directory(on_pc(path)))
+        throw failure("'" + path + "' is a folder");
     return on_pc(path);
 }
 
@@ -182,7 +192,9 @@ int verb_key(const invocation &in, CLI::App &app)
         app, "watch", "Print every write of the keys that begin with PREFIX",
         [&] { watch_keys(name, count); }, chosen);
     watch->add_option("PREFIX", name);
-    watch->add_option("--count", count, "End after N writes")->type_name("N");
+    watch->add_option("--count", count, "End after N writes")
+        ->check(CLI::Validator(check_count, ""))
+        ->type_name("N");
     action(
         app, "list", "Print the keys that begin with PREFIX", [&] { list_keys(name); }, chosen)
         ->add_option("PREFIX", name);
