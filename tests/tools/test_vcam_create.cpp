@@ -107,6 +107,14 @@ TEST(VcamCreate, AddsWhatIsMissingAndLeavesTheRest)
     EXPECT_EQ(camera.read("/sdcard/photo.jpg"), "jpeg");
 }
 
+TEST(VcamCreate, NeedsNoHomeThatCanBeWritten)
+{
+    const test::Camera camera;
+    const test::Outcome made = test::run({"env", "-u", "XDG_RUNTIME_DIR", "HOME=/proc/none",
+                                          VCAM_PROGRAM, "-C", camera.path("/tmp/new"), "create"});
+    EXPECT_TRUE(succeeded(made));
+}
+
 TEST(VcamCreate, ACardThatWasRemovedStaysOut)
 {
     const test::Camera camera;
@@ -157,6 +165,26 @@ TEST(StandIn, PowerOffEndsThisCamerasProgramsAndNoOthers)
     EXPECT_TRUE(shell->running());
     EXPECT_TRUE(others_daemon->running());
     EXPECT_EQ(camera.calls("poweroff").size(), 1U);
+}
+
+TEST(StandIn, PowerOffTakesARelativeNameOfTheCameraFromTheProcessesOwnFolder)
+{
+    const test::Camera camera;
+    const auto start = [](const std::string &folder) {
+        return std::make_unique<test::Process>(std::vector<std::string>{
+            "bash", "-c", "cd " + folder + "; ROVA_SYSROOT=cam exec -a /usr/bin/rovad sleep 1000"});
+    };
+    for (const std::string folder : {"/tmp/a", "/tmp/b"})
+        ASSERT_TRUE(succeeded(vcam({"-C", camera.path(folder + "/cam"), "create"})));
+    const auto mine = start(camera.path("/tmp/a")), other = start(camera.path("/tmp/b"));
+    for (const auto *process : {&mine, &other})
+        ASSERT_TRUE(test::wait_for([&] {
+            return test::run({"cat", "/proc/" + std::to_string((*process)->pid()) + "/comm"}).out ==
+                   "sleep\n";
+        }));
+    EXPECT_EQ(test::run({"env", "-C", camera.path("/tmp/a"), "cam/usr/bin/poweroff"}).status, 0);
+    EXPECT_EQ(mine->wait(), 128 + SIGKILL);
+    EXPECT_TRUE(other->running());
 }
 
 TEST(StandIn, RebootCutsThePowerAsWell)

@@ -59,7 +59,8 @@ is_ours() {
     mapfile -d '' -t words <"$1/environ"
     for word in "${words[@]}"; do
         case $word in
-        ROVA_SYSROOT=?*) [ "${word#*=}" -ef "$root" ] && return 0 ;;
+        ROVA_SYSROOT=/*) [ "${word#*=}" -ef "$root" ] && return 0 ;;
+        ROVA_SYSROOT=?*) [ "$1/cwd/${word#*=}" -ef "$root" ] && return 0 ;;
         esac
     done
     return 1

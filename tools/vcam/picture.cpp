@@ -14,6 +14,9 @@ void quiet_efl()
 {
     setenv("EINA_LOG_LEVEL", "0", 0);
     setenv("EINA_LOG_BACKTRACE", "-1", 0);
+    // Without it EFL makes a folder in HOME, and aborts where it cannot.
+    std::error_code error;
+    setenv("XDG_RUNTIME_DIR", std::filesystem::temp_directory_path(error).c_str(), 0);
     ecore_app_no_system_modules();
 }
 
