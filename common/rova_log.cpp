@@ -81,6 +81,7 @@ bool make_stamp(char (&stamp)[STAMP_SIZE])
 {
     time_t now = sys_time(nullptr);
     struct tm local = {};
+    tzset(); // localtime_r alone may stay with the zone of its first call
     if (localtime_r(&now, &local) == nullptr)
         return false;
     std::snprintf(stamp, sizeof(stamp), "%04ld%02d%02d %02d:%02d:%02d : ", local.tm_year + 1900L,

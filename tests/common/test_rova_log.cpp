@@ -2,18 +2,23 @@
 
 #include "tests/support/camera.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <map>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
 #include <sys/stat.h>
+#include <thread>
 
+using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
-using testing::Not;
+using testing::Pair;
 
 namespace
 {
@@ -55,6 +60,19 @@ TEST_F(LogLine, ErrorsStandRedOnTheErrorStream)
     EXPECT_TRUE(camera.logged("test_rova_log.cpp: operator()("));
     EXPECT_TRUE(camera.logged(") > \033[31mlens 7 failed\033[m"));
     EXPECT_FALSE(camera.logged("/test_rova_log.cpp"));
+}
+
+TEST_F(LogLine, EachKindHasItsPriorityAndTheTag)
+{
+    ROVA_LOG_ERR("e");
+    EXPECT_TRUE(camera.logged(" 6 SYS_ROVA test_rova_log.cpp: TestBody("));
+    camera.remove("/virtual/dlog");
+    ROVA_LOG_INFO("i");
+    ROVA_LOG_NOTICE("\033[33mn");
+    ROVA_LOG_CONN(nullptr, "\033[32mc");
+    const std::string log = camera.platform_log();
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 3);
+    EXPECT_THAT(log, MatchesRegex("(.* 4 SYS_ROVA test_rova_log.cpp: .*\n){3}"));
 }
 
 TEST_F(LogLine, TheCallSiteIsNamedWithItsLine)
@@ -182,11 +200,13 @@ TEST_F(FileLog, AStampedLineGoesOnWithRawTexts)
 
 TEST_F(FileLog, TheStampIsTheCamerasLocalTime)
 {
-    setenv("TZ", "UTC", 1);
-    tzset();
     camera.fault("sys_time", "1768482309");
+    setenv("TZ", "UTC", 1);
     rova_log("now\n");
-    EXPECT_EQ(camera.file_log(), "20260115 13:05:09 : now\n");
+    setenv("TZ", "EAST-9", 1);
+    rova_log("there\n");
+    unsetenv("TZ");
+    EXPECT_EQ(camera.file_log(), "20260115 13:05:09 : now\n20260115 22:05:09 : there\n");
 }
 
 TEST_F(FileLog, ATimeThatIsNoDateWritesNothing)
@@ -280,6 +300,35 @@ TEST_F(FileLog, AFailedWriteIsNotLookedAt)
     camera.clear_fault("sys_write");
     EXPECT_EQ(rova_log_raw("kept\n"), 5);
     EXPECT_EQ(camera.file_log(), "kept\n");
+}
+
+TEST_F(FileLog, EachCallReachesTheDisk)
+{
+    // A fault far ahead does nothing but count.
+    constexpr char COUNT[] = "/virtual/fail/.sys_fdatasync.count";
+    camera.fault("sys_fdatasync", "-1 at 1000 on rova.log");
+    rova_log("stamped");
+    EXPECT_TRUE(camera.exists(COUNT));
+    camera.remove(COUNT);
+    rova_log_raw(", raw\n");
+    EXPECT_TRUE(camera.exists(COUNT));
+}
+
+TEST_F(FileLog, TextsOfSeveralThreadsStayWhole)
+{
+    auto write = [](char letter) {
+        for (int i = 0; i < 50; i++)
+            rova_log_raw("%s\n", std::string(100, letter).c_str());
+    };
+    std::thread other(write, 'b');
+    write('a');
+    other.join();
+    std::istringstream lines(camera.file_log());
+    std::map<std::string, int> seen;
+    for (std::string line; std::getline(lines, line);)
+        seen[line]++;
+    EXPECT_THAT(seen,
+                ElementsAre(Pair(std::string(100, 'a'), 50), Pair(std::string(100, 'b'), 50)));
 }
 
 TEST_F(FileLog, ReasonsSurviveALine)
