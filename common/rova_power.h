@@ -1,5 +1,6 @@
 // Ways to switch the camera off.  On the ordinary path the camera application shuts the camera down
-// and the call returns 1; in ALT mode the call does it itself and never returns.  Server thread.
+// and the call returns 1, always; in ALT mode the call does it itself and never returns.  Server
+// thread.
 #pragma once
 
 int rova_poweroff();

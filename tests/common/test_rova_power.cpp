@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 #include <pthread.h>
 #include <string>
+#include <vector>
 
 using testing::ElementsAre;
 using testing::Pair;
@@ -131,15 +132,32 @@ TEST_F(Power, ResetWithAModeSelectsIt)
                                                  "device_set_property(4, 21, 1)", KEY_SET));
 }
 
-TEST(PowerWithoutDisplay, EveryRoutineTellsThatTheKeyWasNotSent)
+TEST_F(Power, ResetOfALaterBoardLeavesThePreferenceAlone)
+{
+    board(2);
+    EXPECT_EQ(rova_power_reset(0), 1);
+    EXPECT_THAT(camera.call_texts(), ElementsAre("device_set_property(4, 20, 1)",
+                                                 "device_set_property(4, 21, 1)", KEY_SET));
+}
+
+TEST(PowerWithoutDisplay, EveryRoutineDoesTheRestAndTellsThatTheKeyWasNotSent)
 {
     unsetenv("DISPLAY");
-    for (auto routine :
-         {+[] { return rova_poweroff(); }, +[] { return rova_power_off(); },
-          +[] { return rova_power_reboot(1); }, +[] { return rova_power_reset(1); }}) {
+    constexpr char PROPERTY[] = "device_set_property(4, 21, 1)";
+    constexpr char MODE[] = "device_set_property(14, 2, 1)";
+    struct {
+        int (*routine)();
+        std::vector<std::string> calls;
+    } const rows[] = {
+        {rova_poweroff, {KEY_SET}},
+        {rova_power_off, {PROPERTY, KEY_SET}},
+        {[] { return rova_power_reboot(1); }, {RESTART, MODE, KEY_SET}},
+        {[] { return rova_power_reset(1); }, {RESTART, MODE, PROPERTY, KEY_SET}},
+    };
+    for (const auto &row : rows) {
         test::Camera camera;
-        EXPECT_EQ(routine(), 0);
-        EXPECT_EQ(camera.key_int("memory/rova/power_off"), 1);
+        EXPECT_EQ(row.routine(), 1);
+        EXPECT_EQ(camera.call_texts(), row.calls);
         EXPECT_TRUE(camera.logged("failed to open display"));
     }
 }
