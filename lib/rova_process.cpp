@@ -41,7 +41,17 @@ bool runs(int pid, const char *path)
     if (got <= 0 || static_cast<std::size_t>(got) >= CMDLINE_MAX)
         return false;
     cmdline[got] = '\0';
-    return path[0] != '\0' && std::strcmp(cmdline, path) == 0;
+    return std::strcmp(cmdline, path) == 0;
+}
+
+pid_t search(DIR *proc, const char *path)
+{
+    while (const dirent *entry = readdir(proc)) {
+        int pid = std::atoi(entry->d_name);
+        if (is_process_entry(entry->d_name) && runs(pid, path))
+            return pid;
+    }
+    return -1;
 }
 
 // An argument vector made in place: the pieces are never longer than the text they come from.
@@ -152,17 +162,17 @@ pid_t launch(char *text, int nice_increment)
 
 pid_t rova_get_exec_pid(const char *path)
 {
+    // An empty path would be found among the kernel's threads, which have no arguments.
+    if (path == nullptr || path[0] == '\0') {
+        errno = ESRCH;
+        return -1;
+    }
     DIR *proc = sys_opendir("/proc");
     if (proc == nullptr) {
         ROVA_LOG_ERR("FAIL: open /proc");
         return -1;
     }
-    pid_t found = -1;
-    while (const dirent *entry = path != nullptr && found < 0 ? readdir(proc) : nullptr) {
-        int pid = std::atoi(entry->d_name);
-        if (is_process_entry(entry->d_name) && runs(pid, path))
-            found = pid;
-    }
+    pid_t found = search(proc, path);
     closedir(proc);
     if (found < 0)
         errno = ESRCH;

@@ -127,6 +127,7 @@ TEST_F(Manager, ADaemonThatAnswersIsEndedByItsSignalToo)
     });
     EXPECT_EQ(rova_terminate_daemon(), 1);
     answer.join();
+    EXPECT_EQ(camera.calls("device_set_property").size(), 1u);
     int status = end_of_daemon();
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
 }

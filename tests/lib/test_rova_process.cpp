@@ -140,9 +140,11 @@ TEST_F(Process, AnEndedChildIsNotFound)
 
 TEST_F(Process, NoPathIsNoProgram)
 {
-    EXPECT_EQ(rova_get_exec_pid(""), -1);
-    EXPECT_EQ(rova_get_exec_pid(nullptr), -1);
-    EXPECT_EQ(errno, ESRCH);
+    for (const char *path : {"", static_cast<const char *>(nullptr)}) {
+        errno = 0;
+        EXPECT_EQ(rova_get_exec_pid(path), -1);
+        EXPECT_EQ(errno, ESRCH);
+    }
 }
 
 TEST_F(Process, WithoutProcNothingIsFound)
