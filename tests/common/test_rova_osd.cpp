@@ -7,14 +7,18 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/msg.h>
+#include <thread>
+#include <utility>
+#include <vector>
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::Not;
 
 namespace
 {
@@ -33,6 +37,33 @@ struct Osd : testing::Test {
     void send(const RawMessage &message) const
     {
         EXPECT_EQ(msgsnd(queue(), &message, sizeof(message.bytes), 0), 0);
+    }
+    RawMessage receive() const
+    {
+        RawMessage message = {};
+        EXPECT_EQ(msgrcv(queue(), &message, sizeof(message.bytes), 0, 0),
+                  static_cast<ssize_t>(sizeof(message.bytes)));
+        return message;
+    }
+    msgqnum_t waiting() const
+    {
+        msqid_ds state = {};
+        EXPECT_EQ(msgctl(queue(), IPC_STAT, &state), 0);
+        return state.msg_qnum;
+    }
+    void answer() const
+    {
+        sem_t *sem = sys_sem_open("sem_rova_osd_resp", O_CREAT, 0666, 0);
+        ASSERT_NE(sem, SEM_FAILED);
+        sem_post(sem);
+        sem_close(sem);
+    }
+    void expect_request(int (*request)(), long func) const
+    {
+        std::thread sender([&] { EXPECT_EQ(request(), 0); });
+        EXPECT_EQ(receive().func, func);
+        answer();
+        sender.join();
     }
     std::string last_call() const
     {
@@ -133,6 +164,33 @@ TEST_F(OsdThread, TheTextOfARecordStandsBehindA16BitRow)
     EXPECT_TRUE(test::wait_for([&] { return last_call() == "factory_osd_text_set(7, \"raw\")"; }));
 }
 
+TEST_F(OsdThread, EachFunctionHasItsNumber)
+{
+    const std::pair<long, const char *> rows[] = {
+        {2, "factory_osd_text_size_set(9)"},
+        {3, "factory_osd_text_color_set(9)"},
+        {5, "factory_osd_text_clear()"},
+        {6, "factory_osd_clear()"},
+        {7, "factory_osd_background_color_set(9)"},
+    };
+    for (const auto &[func, call] : rows) {
+        RawMessage message = {func, {9}};
+        send(message);
+        EXPECT_TRUE(test::wait_for([&] { return last_call() == call; })) << func;
+    }
+}
+
+TEST_F(OsdThread, TheThreadHasItsName)
+{
+    EXPECT_EQ(rova_osd_ipcc_text_size(1), 0); // it runs and has named itself
+    std::vector<std::string> names;
+    for (const auto &task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream file(task.path() / "comm");
+        std::getline(file, names.emplace_back());
+    }
+    EXPECT_THAT(names, Contains("ROVA OSD Thread"));
+}
+
 TEST_F(OsdThread, ATextWithoutATerminatorIsCut)
 {
     RawMessage message = {};
@@ -196,6 +254,33 @@ TEST_F(OsdThread, FailuresAheadOfARequestAreTold)
     EXPECT_EQ(rova_osd_ipcc_clear_screen(), -1);
     EXPECT_TRUE(camera.logged("failed to msgsnd (Identifier removed) "));
     EXPECT_EQ(rova_osd_ipcc_clear_screen(), 0);
+}
+
+// The test stands in for the display thread here.
+TEST_F(Osd, RequestsAreRecordsOfTheirNumberOneAtATime)
+{
+    ASSERT_GE(queue(IPC_CREAT | 0666), 0);
+    std::thread first([] { EXPECT_EQ(rova_osd_ipcc_text(0x10003, "two %d", 2), 0); });
+    RawMessage message = receive();
+    EXPECT_EQ(message.func, 4);
+    EXPECT_EQ(message.bytes[0], 3);
+    EXPECT_EQ(message.bytes[1], 0);
+    EXPECT_STREQ(reinterpret_cast<char *>(message.bytes + 2), "two 2");
+
+    std::thread second([] { EXPECT_EQ(rova_osd_ipcc_text_color(0x01020304), 0); });
+    EXPECT_FALSE(test::wait_for([&] { return waiting() > 0; }, 0.05));
+    answer();
+    first.join();
+    message = receive();
+    EXPECT_EQ(message.func, 3);
+    EXPECT_EQ(std::string(message.bytes, message.bytes + 4), "\4\3\2\1");
+    answer();
+    second.join();
+
+    expect_request([] { return rova_osd_ipcc_text_size(1); }, 2);
+    expect_request(rova_osd_ipcc_clear_screen, 5);
+    expect_request(rova_osd_ipcc_clear_window, 6);
+    expect_request([] { return rova_osd_ipcc_bg_color(1); }, 7);
 }
 
 TEST_F(Osd, AnAnswerThatDoesNotComeIsWaitedForSixtySeconds)
