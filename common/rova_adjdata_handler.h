@@ -10,5 +10,6 @@ inline constexpr uint64_t ADJ_ID_CIS_SN = 0x8560100000000000; // image sensor se
 int rova_adjdata_pref_id(uint64_t id);
 
 // The item's bytes in the partition's image: writable, valid for the life of the process, owned by
-// the preference service.  NULL (and a line in both logs) for an invalid id or a missing partition.
+// the preference service.  NULL, and a line in the platform log, for id 0; the same and a line in
+// the file log for an id of no partition and for a missing partition.
 void *rova_get_adjdata(uint64_t id);

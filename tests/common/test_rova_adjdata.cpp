@@ -106,10 +106,40 @@ TEST(AdjDataTable, ItemsArePackedAndFillThePartition)
     }
 }
 
-TEST(AdjDataTable, TheLastItemOfTheSensorPartitionEndsIt)
+TEST(AdjDataTable, TheSensorPartitionsItemsStandAtTheirOffsets)
 {
-    const adjdata_info *row = rova_get_adjdata_info(0x8560100000000052);
-    ASSERT_NE(row, nullptr);
-    EXPECT_STREQ(row->name, "CIS_PIXEL_NUM_C");
-    EXPECT_EQ(row->size, 2u);
+    const struct {
+        const char *name;
+        uint32_t offset;
+        uint32_t size;
+    } items[] = {
+        {"CIS_SN", 0, 4},
+        {"CIS_CHIP_VERSION", 4, 2},
+        {"CIS_CLAMP_LEVEL", 6, 2},
+        {"CIS_PIXEL_NUM_B", 8, 2},
+        {"CIS_PIXEL_NUM_X", 10, 2},
+        {"CIS_PIXEL_NUM_T", 12, 2},
+        {"CIS_PIXEL_NUM_L", 14, 2},
+        {"CIS_PIXEL_NUM_S", 16, 2},
+        {"CIS_PIXEL_NUM_P", 18, 2},
+        {"CIS_LOT_NUMBER", 20, 32},
+        {"LENS_MOUNT_PIN_STATUS", 52, 2},
+        {"SS_OFFSET", 54, 2},
+        {"SS_AVR", 56, 2},
+        {"SS_VAR", 58, 2},
+        {"SS_MURA", 60, 2},
+        {"EFS_OFFSET", 62, 4},
+        {"EFS_COEFF1", 66, 4},
+        {"EFS_COEFF2", 70, 4},
+        {"EFS_COEFF3", 74, 4},
+        {"CIS_PIXEL_NUM_O", 78, 2},
+        {"CIS_PIXEL_NUM_W", 80, 2},
+        {"CIS_PIXEL_NUM_C", 82, 2},
+    };
+    for (const auto &item : items) {
+        const adjdata_info *row = rova_get_adjdata_info(0x8560100000000000 + item.offset);
+        ASSERT_NE(row, nullptr) << item.name;
+        EXPECT_STREQ(row->name, item.name);
+        EXPECT_EQ(row->size, item.size) << item.name;
+    }
 }

@@ -3,7 +3,9 @@
 #include "common/rova_log.h"
 #include "platform/vconf.h"
 #include "tests/support/camera.h"
+#include "tests/support/wrap.h"
 
+#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <functional>
@@ -13,6 +15,7 @@
 #include <string>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using testing::EndsWith;
@@ -25,6 +28,7 @@ constexpr char VALUE[] = "/sys/devices/value";
 struct Util : testing::Test {
     ~Util() override
     {
+        test::wrap_clear();
         rova_log_set_enable(0);
         rova_set_alt_mode("");
     }
@@ -74,6 +78,21 @@ TEST_F(Util, ReadIntEndsAt256Bytes)
     EXPECT_EQ(rova_sysfs_read_int(VALUE), 1);
     camera.write(VALUE, std::string(256, ' ') + "12");
     EXPECT_EQ(rova_sysfs_read_int(VALUE), 0);
+}
+
+TEST_F(Util, AValueThatCannotBeReadIsEmpty)
+{
+    char text[4] = {'#', '#', '#', '#'};
+    camera.write(VALUE, "12");
+    test::wrap_fail("read", -1, EIO, 1, true);
+    EXPECT_EQ(rova_sysfs_read_int(VALUE), 0);
+    EXPECT_EQ(rova_sysfs_read_string(VALUE, text), 0);
+    EXPECT_EQ(std::string(text, sizeof(text)), "####");
+    EXPECT_EQ(rova_sysfs_read_ulong(VALUE), 0u);
+    EXPECT_EQ(rova_file_read_ulong(VALUE), 0u);
+    test::wrap_clear();
+    EXPECT_TRUE(camera.logged("> \033[31msimple_strtoul failed \033[m"));
+    EXPECT_TRUE(camera.logged("> \033[31mstrtoul failed \033[m"));
 }
 
 TEST_F(Util, WriteIntWritesTheDigitsAlone)
@@ -169,6 +188,16 @@ TEST_F(Util, AFileValueIsCreatedAndReplaced)
     EXPECT_EQ(rova_file_write_ulong("/tmp/count", 7), 0);
     EXPECT_EQ(camera.read("/tmp/count"), "7");
     EXPECT_EQ(rova_file_read_ulong("/tmp/count"), 7u);
+}
+
+TEST_F(Util, AFileValueIsForAllToRead)
+{
+    mode_t before = umask(0);
+    rova_file_write_ulong("/tmp/count", 1);
+    umask(before);
+    struct stat status = {};
+    ASSERT_EQ(stat(camera.path("/tmp/count").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0644u);
 }
 
 TEST_F(Util, AFileValueThatCannotBeStoredIsTold)
@@ -287,12 +316,15 @@ TEST_F(Util, ARecordWithoutTerminatorsIsShownWithinItsFields)
     rova_log_set_enable(1);
     cmd_data record;
     std::memset(&record, 'A', sizeof(record));
-    rova_show_cmd_data(&record, ROVA_CMD_CARD);
     std::string word(32, 'A');
     std::string line = word;
     for (int i = 0; i < 10; i++)
         line += " " + word;
+    rova_show_cmd_data(&record, ROVA_CMD_CARD);
     EXPECT_EQ(camera.file_log(), line + "\n");
+    rova_show_cmd_data(&record, ROVA_CMD_PTP2);
+    line += " | 1094795585 1094795585 1094795585 1094795585 | " + std::string(128, 'A');
+    EXPECT_THAT(camera.file_log(), EndsWith("\n" + line + "\n"));
 }
 
 TEST_F(Util, TheStopTestFollowsTheKey)
@@ -386,6 +418,15 @@ TEST_F(Util, OnlyTheTimerDecidesAboutTheWatchdogsResult)
     camera.remove("/sys/devices/platform/movra7_wdt/timer");
     camera.write("/sys/devices/platform/movra7_wdt/boot_shutdown", "");
     EXPECT_EQ(rova_wdt_set(60, 1), 0);
+}
+
+TEST_F(Util, TheWatchdogsTimerIsWrittenLast)
+{
+    camera.write("/sys/devices/platform/movra7_wdt/boot_shutdown", "9");
+    camera.write("/sys/devices/platform/movra7_wdt/timer", "9");
+    camera.fault("sys_write", "-1 at 1 errno EIO");
+    EXPECT_EQ(rova_wdt_set(60, 1), 1);
+    EXPECT_EQ(camera.read("/sys/devices/platform/movra7_wdt/timer"), "60");
 }
 
 TEST_F(Util, IoctlOpensAsksAndCloses)
