@@ -26,6 +26,16 @@ TEST_F(CmdResp, WritesALineForAScript)
     EXPECT_THAT(told({"vconf_set_int", "vconf_set_str"}), IsEmpty());
 }
 
+TEST_F(CmdResp, WritesALineForTypesThatAreNoSourceOfCommands)
+{
+    for (uint32_t type : {uint32_t{0}, uint32_t{ROVA_CTRL_STOP_PACKET}, uint32_t{6}, 0xffffffffU}) {
+        std::size_t before = camera.file_log().size();
+        EXPECT_EQ(rova_cmd_resp(type, 0, nullptr), 1);
+        EXPECT_TRUE(camera.file_log().substr(before).ends_with(" : resp : OK \n")) << type;
+    }
+    EXPECT_THAT(told({"vconf_set_int", "vconf_set_str"}), IsEmpty());
+}
+
 TEST_F(CmdResp, AnswersThePcThroughTheKeysInOrder)
 {
     EXPECT_EQ(rova_cmd_resp(ROVA_CMD_PTP, 0, nullptr), 1);
@@ -111,7 +121,6 @@ TEST_F(ProcessCmd, UnknownWordLeavesThePcWaiting)
     EXPECT_THAT(told({"vconf_set_int", "vconf_set_str"}), IsEmpty());
 }
 
-// A table of first words finds no row for it either, so the words of later families go here too.
 TEST_F(ProcessCmd, EmptyWordIsNotFound)
 {
     EXPECT_EQ(run(cmd_data{}, ROVA_CMD_SCRIPT), NO_ANSWER);

@@ -53,6 +53,17 @@ TEST_F(CreateFile, TakesTheLongestName)
     EXPECT_EQ(camera.read("/sdcard/" + name), "a\r\n");
 }
 
+TEST_F(CreateFile, TakesNamesThatMeanNothingToTheShell)
+{
+    for (const std::string name : {"abcdefghijklmnopqrstuvwxyz", "ABCDEFGHIJKLMNOPQRSTUVWXYZ",
+                                   "0123456789", "a._-+,=@:%s"}) {
+        EXPECT_EQ(run("create_file on " + name, ROVA_CMD_PTP), PTP_OK) << name;
+        run("a", ROVA_CMD_PTP);
+        EXPECT_EQ(run("create_file off", ROVA_CMD_PTP), PTP_OK) << name;
+        EXPECT_EQ(camera.read("/sdcard/" + name), "a\r\n") << name;
+    }
+}
+
 TEST_F(CreateFile, IsForThePcOnly)
 {
     for (uint32_t type : {ROVA_CMD_CARD, ROVA_CMD_SCRIPT}) {
