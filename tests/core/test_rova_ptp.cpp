@@ -5,6 +5,7 @@
 #include "lib/rova_process.h"
 #include "tests/core/callbacks.h"
 #include "tests/support/camera.h"
+#include "tests/support/process.h"
 #include "tests/support/wrap.h"
 
 #include <cerrno>
@@ -42,7 +43,7 @@ protected:
         test::wrap_clear();
         rova_event_deinit(&data.ipc);
         if (const pid_t pid = rova_get_exec_pid(RESPONDER); pid > 0) {
-            kill(pid, SIGKILL);
+            test::send_signal(pid, SIGKILL);
             waitpid(pid, nullptr, 0);
         }
     }

@@ -25,7 +25,7 @@ Line::Line()
 Line::~Line()
 {
     if (const pid_t pid = daemon(); pid > 0) {
-        kill(pid, SIGKILL);
+        test::send_signal(pid, SIGKILL);
         test::wait_for([this] { return daemon_gone(); });
     }
 }
@@ -106,6 +106,11 @@ pid_t Line::daemon() const
         if (slurp("/proc/" + std::to_string(pid) + "/cmdline").starts_with(name))
             return pid;
     return -1;
+}
+
+void Line::signal(int number) const
+{
+    test::send_signal(daemon(), number);
 }
 
 pid_t Line::thread(const std::string &name) const

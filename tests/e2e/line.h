@@ -35,6 +35,7 @@ public:
     // Of the daemon: the process number, or -1; a thread of it by name; the number of the system
     // call the thread waits in.
     pid_t daemon() const;
+    void signal(int number) const; // throws when the daemon is not up
     bool daemon_gone() const { return daemon() < 0; }
     pid_t thread(const std::string &name) const;
     long waiting_in(const std::string &thread_name) const;

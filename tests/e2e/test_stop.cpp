@@ -53,7 +53,7 @@ TEST(StopSignal, LetsTheQueuedCommandsRun)
 {
     Line line;
     run_until_client_blocks(line, delays("60000", 8));
-    kill(line.daemon(), SIGTERM);
+    line.signal(SIGTERM);
     ASSERT_TRUE(test::wait_for([&] { return line.daemon_gone(); }));
 
     for (const char *number : {"1th", "2th", "3th", "4th"})
@@ -69,7 +69,7 @@ TEST(StopSignal, EachOfTheFourStops)
     for (const int number : {SIGINT, SIGTERM, SIGQUIT, SIGHUP}) {
         Line line;
         line.start();
-        kill(line.daemon(), number);
+        line.signal(number);
         EXPECT_TRUE(test::wait_for([&] { return line.daemon_gone(); })) << number;
         EXPECT_EQ(line.trace().back(), "----------------- rovad end (test) ----------------- ");
     }
@@ -114,7 +114,7 @@ TEST(StopKey, WithASecondStopBehindItStillEndsOnce)
     run_until_client_blocks(line, delays("6000000", 8));
     const pid_t pid = line.daemon();
     line.key(STOP_CMD, 1);
-    kill(pid, SIGTERM);
+    test::send_signal(pid, SIGTERM);
     ASSERT_TRUE(test::wait_for([&] { return line.daemon_gone(); }));
     EXPECT_EQ(line.told("program exited."), 1);
 }
@@ -127,7 +127,7 @@ TEST(TwoCameras, DoNotDisturbEachOther)
     other.start();
     EXPECT_EQ(one.vcam({"pc", "osd string 1 one"}).status, 0);
     EXPECT_EQ(other.vcam({"pc", "osd string 9 other"}).status, 1);
-    kill(one.daemon(), SIGKILL);
+    one.signal(SIGKILL);
     ASSERT_TRUE(test::wait_for([&] { return one.daemon_gone(); }));
     EXPECT_EQ(other.vcam({"pc", "osd string 2 alive"}).status, 0);
     EXPECT_EQ(one.vcam({"start", "--", "--test"}).status, 0);

@@ -17,7 +17,7 @@ constexpr char ROWS[] = "/sdcard/rows.csv";
 
 void kill_daemon(const Line &line)
 {
-    kill(line.daemon(), SIGKILL);
+    line.signal(SIGKILL);
     ASSERT_TRUE(test::wait_for([&] { return line.daemon_gone(); }));
 }
 

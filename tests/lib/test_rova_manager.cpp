@@ -3,6 +3,7 @@
 #include "lib/rova_process.h"
 #include "platform/vconf.h"
 #include "tests/support/camera.h"
+#include "tests/support/process.h"
 #include "tests/support/wrap.h"
 
 #include <csignal>
@@ -30,7 +31,7 @@ struct Manager : testing::Test {
     {
         test::wrap_clear();
         if (daemon > 1) {
-            kill(daemon, SIGKILL);
+            test::send_signal(daemon, SIGKILL);
             waitpid(daemon, nullptr, 0);
         }
     }

@@ -2,6 +2,7 @@
 
 #include "platform/device.h"
 #include "tests/support/camera.h"
+#include "tests/support/process.h"
 #include "tests/support/wrap.h"
 
 #include <cerrno>
@@ -37,7 +38,7 @@ struct Process : testing::Test {
     {
         test::wrap_clear();
         for (pid_t pid : children) {
-            kill(pid, SIGKILL);
+            test::send_signal(pid, SIGKILL);
             waitpid(pid, nullptr, 0);
         }
     }
@@ -114,7 +115,7 @@ TEST_F(Process, ACommandLineOf4096BytesIsSkipped)
     std::string fits = "1000 " + std::string(4095 - 17 - 5 - 1, '0');
     pid_t pid = keep(rova_launch_app_with_nice("/usr/bin/sleeper", fits.c_str(), 0));
     EXPECT_TRUE(test::wait_for([&] { return rova_get_exec_pid("/usr/bin/sleeper") == pid; }));
-    kill(pid, SIGKILL);
+    test::send_signal(pid, SIGKILL);
     end_of(pid);
 
     std::string too_long = fits + "0";
@@ -132,7 +133,7 @@ TEST_F(Process, AnEndedChildIsNotFound)
 {
     add_sleeper("/usr/bin/sleeper");
     pid_t pid = start_sleeper("/usr/bin/sleeper");
-    kill(pid, SIGKILL);
+    test::send_signal(pid, SIGKILL);
     siginfo_t info;
     ASSERT_EQ(waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT), 0);
     EXPECT_EQ(rova_get_exec_pid("/usr/bin/sleeper"), -1);

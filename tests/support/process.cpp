@@ -73,6 +73,8 @@ Outcome run(const std::vector<std::string> &command, const std::string &input, d
     Pipe out;
     Pipe err;
     const pid_t child = fork();
+    if (child < 0)
+        throw std::runtime_error("fork failed");
     if (child == 0) {
         dup2(in.read_end, 0);
         dup2(out.write_end, 1);
@@ -89,7 +91,7 @@ Outcome run(const std::vector<std::string> &command, const std::string &input, d
 
     Outcome outcome{};
     if (!drain(out.read_end, err.read_end, outcome, seconds))
-        kill(child, SIGKILL);
+        send_signal(child, SIGKILL);
     close(out.read_end);
     close(err.read_end);
     int status = 0;
@@ -98,10 +100,19 @@ Outcome run(const std::vector<std::string> &command, const std::string &input, d
     return outcome;
 }
 
+void send_signal(pid_t pid, int number)
+{
+    if (pid <= 1)
+        throw std::invalid_argument("no process to send a signal to");
+    kill(pid, number);
+}
+
 Process::Process(const std::vector<std::string> &command, const std::string &name,
                  const std::string &output)
     : pid_(fork())
 {
+    if (pid_ < 0)
+        throw std::runtime_error("fork failed");
     if (pid_ != 0)
         return;
     const int in = open("/dev/null", O_RDONLY);
@@ -120,13 +131,13 @@ Process::Process(const std::vector<std::string> &command, const std::string &nam
 Process::~Process()
 {
     if (running())
-        kill(pid_, SIGKILL);
+        send_signal(pid_, SIGKILL);
     wait();
 }
 
 void Process::signal(int number) const
 {
-    kill(pid_, number);
+    send_signal(pid_, number);
 }
 
 bool Process::running()

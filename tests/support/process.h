@@ -18,6 +18,10 @@ struct Outcome {
 Outcome run(const std::vector<std::string> &command, const std::string &input = "",
             double seconds = 100);
 
+// kill(), but never with a number that would mean more than one process: a look-up that failed
+// gives -1, and that would be all there are.  Throws then.
+void send_signal(pid_t pid, int number);
+
 // A program in the background; its output goes to /dev/null or, appended, to `output`.
 class Process
 {

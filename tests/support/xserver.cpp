@@ -1,6 +1,7 @@
 #include "tests/support/xserver.h"
 
 #include "tests/support/camera.h"
+#include "tests/support/process.h"
 
 #include <X11/Xlib.h>
 #include <csignal>
@@ -65,7 +66,7 @@ XServer::~XServer()
         unsetenv("DISPLAY");
     if (pid_ <= 0)
         return;
-    kill(pid_, SIGTERM);
+    test::send_signal(pid_, SIGTERM);
     waitpid(pid_, nullptr, 0);
 }
 

@@ -46,7 +46,7 @@ TEST(VcamStart, ADaemonThatDoesNotComeUpInTimeIsToldAndLeftAlone)
     EXPECT_EQ(start.status, 2);
     EXPECT_NE(start.err.find("did not come up in time"), std::string::npos) << start.err;
     ASSERT_TRUE(test::wait_for([&] { return !camera.read("/tmp/pid").empty(); }));
-    EXPECT_EQ(kill(std::stoi(camera.read("/tmp/pid")), SIGKILL), 0);
+    test::send_signal(std::stoi(camera.read("/tmp/pid")), SIGKILL);
 }
 
 TEST(VcamStart, GivesTheDaemonItsOptionsAndSurroundings)
