@@ -79,7 +79,9 @@ std::string path(std::string_view camera_path)
 {
     if (camera_path.empty() || camera_path.front() != '/' || camera_path == "/dev/null")
         return std::string(camera_path);
-    return root().append(camera_path);
+    if (camera_path.find("/..") == std::string_view::npos)
+        return root().append(camera_path);
+    return root() + std::filesystem::path(camera_path).lexically_normal().string();
 }
 
 std::string camera_path(std::string_view place)

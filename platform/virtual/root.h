@@ -12,7 +12,8 @@ namespace virt
 std::string root();
 
 // The place on the PC of a path of the camera.  Relative paths, /dev/null and all paths while there
-// is no camera are given back as they are.
+// is no camera are given back as they are.  ".." leaves the folder named before it, and never the
+// camera.
 std::string path(std::string_view camera_path);
 
 // The camera's name of a place on the PC, such as one read from /proc/self/fd.

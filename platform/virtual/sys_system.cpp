@@ -67,6 +67,26 @@ bool is_word(const std::string &command, size_t at, const char *word)
     return at + size >= command.size() || std::strchr(" \t\n;|&()<>'\"`", command[at + size]);
 }
 
+// A component ".." of a path.
+bool leads_up(const std::string &command, size_t at)
+{
+    return is_word(command, at, "/..") || command.compare(at, 4, "/../") == 0;
+}
+
+bool ends_word(char letter)
+{
+    return std::strchr(" \t\n;|&()<>", letter) != nullptr;
+}
+
+// As at the camera's own root, ".." behind it stays there.
+void leave_folder(std::string &path, std::vector<size_t> &components)
+{
+    if (components.empty())
+        return;
+    path.resize(components.back());
+    components.pop_back();
+}
+
 // The root for the shell, which may hold any character.  Inside the command's own quotes those are
 // closed, and opened again behind the root.
 std::string quoted_root(char quote)
@@ -164,12 +184,25 @@ namespace virt
 std::string map_command(const std::string &command)
 {
     std::string mapped;
+    std::vector<size_t> components; // of the path that is being copied: where they begin in mapped
+    bool in_path = false, escaped = false;
     char quote = '\0', before = ' ';
-    bool escaped = false;
     for (size_t at = 0; at < command.size(); at++) {
         char letter = command[at];
-        if (letter == '/' && !escaped && may_begin(before) && !is_word(command, at, "/dev/null"))
+        if (letter == '/' && !escaped && may_begin(before) && !is_word(command, at, "/dev/null")) {
             mapped += quoted_root(quote);
+            components.clear();
+            in_path = true;
+        }
+        in_path = in_path && (quote || !ends_word(letter));
+        if (in_path && leads_up(command, at)) {
+            leave_folder(mapped, components);
+            at += 2;
+            before = '.';
+            continue;
+        }
+        if (in_path && letter == '/')
+            components.push_back(mapped.size());
         mapped += letter;
         quote = quote_behind(letter, quote, escaped);
         escaped = letter == '\\' && !escaped && quote != '\'';

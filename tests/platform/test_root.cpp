@@ -18,6 +18,9 @@ TEST(Root, AbsolutePathsLieBelowTheCamera)
     test::Camera camera;
     EXPECT_EQ(virt::path("/sdcard/a"), camera.root().string() + "/sdcard/a");
     EXPECT_EQ(virt::path("memory/a"), "memory/a");
+    EXPECT_EQ(virt::path("/sdcard/../../../etc/a"), camera.root().string() + "/etc/a");
+    EXPECT_EQ(virt::path("/.."), camera.root().string() + "/");
+    EXPECT_EQ(virt::path("/sdcard/..a"), camera.root().string() + "/sdcard/..a");
     EXPECT_EQ(virt::path("/dev/null"), "/dev/null");
     EXPECT_EQ(virt::file("speed"), camera.root().string() + "/virtual/speed");
 }

@@ -61,6 +61,19 @@ TEST(SysSystem, EveryAbsolutePathOfTheCommandIsMapped)
     EXPECT_EQ(mapped("ls /opt/share/rova//rova.log"), "ls 'R'/opt/share/rova//rova.log");
 }
 
+TEST(SysSystem, NoPathOfTheCommandLeavesTheCamera)
+{
+    test::Camera camera;
+    EXPECT_EQ(mapped("cp /tmp/a /sdcard/../../../etc/b"), "cp 'R'/tmp/a 'R'/etc/b");
+    EXPECT_EQ(mapped("ls /../..;ls /tmp/.. /tmp/../"), "ls 'R';ls 'R' 'R'/");
+    EXPECT_EQ(mapped("ls \"/../a b/../c\" /..x /x.. /a/..."),
+              "ls \"\"'R'\"/c\" 'R'/..x 'R'/x.. 'R'/a/...");
+    std::string outside = camera.root().filename().string() + ".outside";
+    EXPECT_EQ(sys_system(("echo x >/sdcard/../../" + outside).c_str()), 0);
+    EXPECT_TRUE(camera.exists("/" + outside));
+    EXPECT_FALSE(fs::exists(camera.root().parent_path() / outside));
+}
+
 TEST(SysSystem, TheNullDeviceIsThePcs)
 {
     test::Camera camera;
