@@ -39,7 +39,8 @@ int error_number(const std::string &name)
 bool number_of(const std::string &word, long &number)
 {
     char *end = nullptr;
-    number = std::strtol(word.c_str(), &end, 0);
+    const bool hexadecimal = word.find_first_of("xX") != std::string::npos;
+    number = std::strtol(word.c_str(), &end, hexadecimal ? 16 : 10);
     return end != word.c_str() && !*end;
 }
 

@@ -27,6 +27,16 @@ TEST(Fault, EveryCallFailsUntilItIsCleared)
     EXPECT_EQ(device_get_property(1, 2, &value), 0);
 }
 
+TEST(Fault, NumbersAreDecimalOrHexadecimal)
+{
+    test::Camera camera;
+    int value = 0;
+    camera.fault("device_get_property", "010");
+    EXPECT_EQ(device_get_property(1, 2, &value), 10);
+    camera.fault("device_get_property", "-0x10 at 0x1");
+    EXPECT_EQ(device_get_property(1, 2, &value), -16);
+}
+
 TEST(Fault, OnlyTheNthCallFailsAndSettingItAnewCountsAnew)
 {
     test::Camera camera;
