@@ -138,6 +138,19 @@ TEST_F(Feedback, ComesInTheOrderOfScreenSoundAndLamp)
                             "device_set_property[3,4,0]"));
 }
 
+TEST_F(Feedback, TakesAnyResultThatIsNotOkForNg)
+{
+    wrap_record_sleeps(true);
+    rova_control_flags = {1, 1, 1};
+    rova_cmd_resp(ROVA_CMD_SCRIPT, 2, nullptr);
+    cmd_data record = record_of("file delete x");
+    rova_cmd_show_result(ROVA_CMD_CARD, &record);
+    EXPECT_THAT(shown(), ElementsAre(R"(factory_osd_grid_text_set[0,"file: NG"])"));
+    EXPECT_THAT(told({"mm_sound_qz_play_sound_sync"}),
+                ElementsAre("mm_sound_qz_play_sound_sync[\"" + sounds + "13_N_NoBattery.wav\",0]"));
+    EXPECT_EQ(blinked().size(), 4U);
+}
+
 TEST_F(Feedback, DelayShowsNothingButPlaysTheSound)
 {
     rova_control_flags.osd = 1;

@@ -68,9 +68,10 @@ TEST_F(CreateFile, IsForThePcOnly)
 {
     for (uint32_t type : {ROVA_CMD_CARD, ROVA_CMD_SCRIPT}) {
         EXPECT_EQ(run("create_file on auto.txt", type), NG);
+        EXPECT_EQ(run("create_file on", type), NG);
         EXPECT_EQ(run("create_file off", type), NG);
     }
-    EXPECT_EQ(times_logged("This cmd is only for ptp-mode."), 4U);
+    EXPECT_EQ(times_logged("This cmd is only for ptp-mode."), 6U);
     EXPECT_EQ(run("no_such_word"), NO_ANSWER);
 }
 
