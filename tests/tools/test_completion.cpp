@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "platform/virtual/keys.h"
 #include "tests/tools/tool.h"
 
 #include <sstream>
@@ -52,6 +53,25 @@ TEST(Completion, OffersTheOptionsAndActionsOfAVerb)
     EXPECT_EQ(completions({VCAM_PROGRAM, "key", "w"}), (words{"watch"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "card", ""}), (words{"insert", "remove"}));
     EXPECT_TRUE(offers(completions({VCAM_PROGRAM, "-"}), "-C"));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "screen", "--p"}), (words{"--png"})) << "told once";
+    EXPECT_EQ(completions({VCAM_PROGRAM, "key", "set", "--b"}), (words{"--bool"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "key", "--h"}), (words{"--help"}));
+}
+
+TEST(Completion, OffersTheKeysAndFilesOfTheCamera)
+{
+    const test::Camera camera, other;
+    virt::set_int("memory/rova/other_cmd", 1);
+    setenv("ROVA_SYSROOT", camera.root().c_str(), 1);
+    virt::set_int("memory/rova/start_cmd", 1);
+    camera.write("/sys/devices/keycode", "0\n");
+    EXPECT_EQ(completions({VCAM_PROGRAM, "key", "get", "memory/"}),
+              (words{"memory/rova/start_cmd"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "-C", other.root(), "key", "get", "memory/"}),
+              (words{"memory/rova/other_cmd"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "attr", "get", "/sys/dev"}), (words{"/sys/devices/"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "attr", "get", "/sys/devices/k"}),
+              (words{"/sys/devices/keycode"}));
 }
 
 TEST(Completion, OffersFilesWhereFilesAreMeant)

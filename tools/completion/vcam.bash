@@ -1,7 +1,8 @@
 # Completion of vcam and rova for bash.  Verbs and options come from the programs themselves.
 
 _vcam_options() {
-    "$1" "${@:2}" --help 2>/dev/null | grep -oE -- '(^|[ ,])--?[A-Za-z][-A-Za-z]*' | tr -d ' ,'
+    "$1" "${@:2}" --help 2>/dev/null | grep -oE -- '(^|[ ,])--?[A-Za-z][-A-Za-z]*' | tr -d ' ,' |
+        sort -u
 }
 
 # The words that a verb's help lists as its subcommands.
@@ -9,12 +10,22 @@ _vcam_actions() {
     "$1" "$2" --help 2>/dev/null | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p'
 }
 
+# Files of the camera, by the names that they have there.
+_vcam_camera_files() {
+    local file
+    compgen -f -- "$1$2" | while IFS= read -r file; do
+        [[ -d $file ]] && file+=/
+        printf '%s\n' "${file#"$1"}"
+    done
+}
+
 _vcam() {
-    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]} verb="" at
+    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]} verb="" action="" at
+    local camera=${ROVA_SYSROOT:-camera}
     COMPREPLY=()
     for ((at = 1; at < COMP_CWORD; at++)); do
         case ${COMP_WORDS[at]} in
-        -C) ((at++)) ;;
+        -C) camera=${COMP_WORDS[++at]} ;;
         -*) ;;
         *)
             verb=${COMP_WORDS[at]}
@@ -39,11 +50,18 @@ _vcam() {
     elif [[ -z $verb ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$("$1" --list-verbs 2>/dev/null)" -- "$cur")
     elif [[ $cur == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$(_vcam_options "$1" "$verb")" -- "$cur")
+        [[ -n $(_vcam_actions "$1" "$verb") ]] && action=${COMP_WORDS[at + 1]}
+        mapfile -t COMPREPLY < <(compgen -W "$(_vcam_options "$1" "$verb" ${action:+"$action"})" -- "$cur")
     elif [[ $verb == card ]]; then
         mapfile -t COMPREPLY < <(compgen -W "insert remove" -- "$cur")
     elif [[ $prev == "$verb" && -n $(_vcam_actions "$1" "$verb") ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$(_vcam_actions "$1" "$verb")" -- "$cur")
+    elif [[ $verb == attr ]]; then
+        compopt -o nospace 2>/dev/null
+        mapfile -t COMPREPLY < <(_vcam_camera_files "$camera" "$cur")
+    elif [[ $verb == key && $prev != "$verb" ]]; then
+        mapfile -t COMPREPLY < <(compgen -W \
+            "$("$1" -C "$camera" key list 2>/dev/null | awk '$3 == "=" { print $2 }')" -- "$cur")
     else
         compopt -o filenames 2>/dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$cur")
