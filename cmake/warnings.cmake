@@ -6,6 +6,9 @@ target_compile_definitions(rova_flags INTERFACE _GNU_SOURCE _FILE_OFFSET_BITS=64
 target_compile_options(rova_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion
   -fasynchronous-unwind-tables -fno-omit-frame-pointer)
+# A call that is bound when it is first made may take the loader's locks: not where a thread may be
+# cancelled, nor in a signal handler.
+target_link_options(rova_flags INTERFACE LINKER:-z,now)
 if(ROVA_WERROR)
   target_compile_options(rova_flags INTERFACE -Werror)
 endif()

@@ -110,7 +110,8 @@ int read_command(std::FILE *file, cmd_data *record)
     return rova_parse_cmd_data(line, sizeof(line), record) == 0 ? 1 : -1;
 }
 
-void test_for_cancellation()
+// Never a part of a caller that has something to unwind.
+[[gnu::noinline]] void test_for_cancellation()
 {
     rova_thread_open_cancel_window();
     rova_thread_close_cancel_window();

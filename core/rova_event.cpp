@@ -37,6 +37,10 @@ int hand_over(rova_ipc *ipc, const rova_packet *packet)
 
 int send_copy(rova_ipc *ipc, uint32_t type, const cmd_data *record, uint32_t size)
 {
+    if (stop_packet_sent.load()) {
+        ROVA_LOG_ERR("the event queue has been stopped, '%.31s' is not sent \n", record->cmd);
+        return -1;
+    }
     void *copy = g_try_malloc(size);
     if (copy == nullptr) {
         ROVA_LOG_ERR("Memory Allocation failed\n");
@@ -184,10 +188,6 @@ int rova_event_send(rova_ipc *ipc, uint32_t type, cmd_data *record, uint32_t siz
 {
     if (int error = check_send(ipc, record, size); error != 0)
         return error;
-    if (stop_packet_sent.load()) {
-        ROVA_LOG_ERR("the event queue has been stopped, '%.31s' is not sent \n", record->cmd);
-        return -1;
-    }
     repetition repeat = {1, 0};
     if (std::strncmp(record->cmd, "repeat", sizeof(record->cmd)) == 0 &&
         read_repeat(record, &repeat) < 0)

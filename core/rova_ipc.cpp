@@ -2,6 +2,7 @@
 
 #include "common/rova_log.h"
 #include "common/rova_thread.h"
+#include "core/rova_loop.h"
 #include "platform/sys.h"
 
 #include <cerrno>
@@ -38,12 +39,15 @@ int invalid_parameter()
     return 0;
 }
 
-// The only call inside a cancel window, in a function that has nothing to unwind.
-int send_in_window(int mq_id, const mq_message *message)
+// A full queue must keep neither a cancellation nor a stop signal out.  In a function of its own,
+// which has nothing to unwind: a cancellation between two calls could not unwind any other.
+[[gnu::noinline]] int send_in_window(int mq_id, const mq_message *message)
 {
+    rova_loop_open_signal_window();
     rova_thread_open_cancel_window();
     const int status = msgsnd(mq_id, message, ROVA_PACKET_SIZE, 0);
     rova_thread_close_cancel_window();
+    rova_loop_close_signal_window();
     return status;
 }
 
@@ -101,7 +105,7 @@ int __rova_receive_from_mq_nowait(rova_ipc *ipc, rova_packet *packet)
     return 1;
 }
 
-void yield_in_window()
+[[gnu::noinline]] void yield_in_window()
 {
     rova_thread_open_cancel_window();
     sched_yield();

@@ -19,8 +19,12 @@ namespace
 
 constexpr int STOP_SIGNALS[] = {SIGINT, SIGTERM, SIGQUIT, SIGHUP};
 
-// The mask of the main loop's wait: the only place where the blocked signals come through.
+// The mask of the main loop's wait and of signal windows: where the blocked signals come through.
 sigset_t wait_mask;
+
+// Of the main thread, once its handlers are installed.
+thread_local bool catches_signals = false;
+thread_local bool holds_signals = false;
 
 sigset_t loop_signals()
 {
@@ -165,6 +169,25 @@ void rova_loop_catch_signals(void (*handler)(int signal))
     for (int signal : STOP_SIGNALS)
         if (sigaction(signal, &action, nullptr) != 0)
             ROVA_LOG_ERR("sigaction(%d) failed (%d) \n", signal, errno);
+    catches_signals = true;
+}
+
+void rova_loop_open_signal_window()
+{
+    if (catches_signals && !holds_signals)
+        pthread_sigmask(SIG_SETMASK, &wait_mask, nullptr);
+}
+
+// Also when the signal that came through has begun a stop.
+void rova_loop_close_signal_window()
+{
+    if (catches_signals)
+        block_loop_signals(nullptr);
+}
+
+void rova_loop_hold_signals()
+{
+    holds_signals = true;
 }
 
 void rova_loop_init(int argc, char **argv)

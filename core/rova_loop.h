@@ -9,6 +9,14 @@ void rova_loop_block_signals();
 // held.
 void rova_loop_catch_signals(void (*handler)(int signal));
 
+// Around one blocking call of the main thread, with no lock held that a stop needs: lets the stop
+// signals in, as the loop's wait does.  Nothing on other threads and before
+// rova_loop_catch_signals.
+void rova_loop_open_signal_window();
+void rova_loop_close_signal_window();
+// A stop has begun: windows stay shut from now on, further signals wait for the loop.
+void rova_loop_hold_signals();
+
 // elm_init, with what a daemon without a desktop needs first.
 void rova_loop_init(int argc, char **argv);
 

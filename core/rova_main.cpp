@@ -38,6 +38,7 @@ void rova_handle_stop_cb(keynode_t *key, void *);
 // Harmless when everything has been stopped before.
 void rova_stop()
 {
+    rova_loop_hold_signals();
     if (rova_deinit_client(&main_data) == 0)
         ROVA_LOG_ERR("Failed to deinit client thread \n");
     if (rova_deinit_server(&main_data) == 0)

@@ -156,6 +156,64 @@ TEST_F(Loop, SignalDuringTheLastCallbackIsHandledBeforeTheEnd)
     });
 }
 
+TEST_F(Loop, SignalWindowLetsASignalInAtOnce)
+{
+    EXPECT_GOOD({
+        up();
+        raise(SIGTERM);
+        const bool early = caught != 0;
+        rova_loop_open_signal_window();
+        const bool in_window = caught == SIGTERM;
+        rova_loop_close_signal_window();
+        raise(SIGHUP);
+        down(!early && in_window && catches == 1);
+    });
+}
+
+TEST_F(Loop, HeldSignalsWaitForTheLoop)
+{
+    EXPECT_GOOD({
+        up();
+        rova_loop_hold_signals();
+        raise(SIGTERM);
+        rova_loop_open_signal_window();
+        const bool early = caught != 0;
+        rova_loop_close_signal_window();
+        rova_loop_run();
+        down(!early && caught == SIGTERM);
+    });
+}
+
+TEST_F(Loop, WindowIsShutAgainWhenItsSignalBeginsAStop)
+{
+    EXPECT_GOOD({
+        up();
+        rova_loop_catch_signals([](int) { rova_loop_hold_signals(); });
+        raise(SIGTERM);
+        rova_loop_open_signal_window();
+        rova_loop_close_signal_window();
+        sigset_t mask;
+        pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+        down(sigismember(&mask, SIGTERM) == 1 && sigismember(&mask, SIGINT) == 1);
+    });
+}
+
+TEST_F(Loop, SignalWindowsOfOtherThreadsStayShut)
+{
+    EXPECT_GOOD({
+        up();
+        bool blocked = false;
+        std::thread([&] {
+            rova_loop_open_signal_window();
+            sigset_t mask;
+            pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+            blocked = sigismember(&mask, SIGTERM) == 1;
+            rova_loop_close_signal_window();
+        }).join();
+        down(blocked);
+    });
+}
+
 TEST_F(Loop, ThreadsInheritTheBlockedSignals)
 {
     EXPECT_GOOD({

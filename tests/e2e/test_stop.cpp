@@ -10,6 +10,8 @@ namespace
 {
 
 constexpr char CLIENT[] = "ROVA Client";
+constexpr char MAIN[] = "rovad";
+constexpr char SCRIPT_CMD[] = "memory/rova/script_cmd";
 constexpr char STOP_CMD[] = "memory/rova/stop_cmd";
 
 // A script whose first line runs while three lines wait in the queue and the client is blocked with
@@ -20,6 +22,15 @@ void run_until_client_blocks(const Line &line, const std::string &script)
     line.start({});
     ASSERT_TRUE(line.hears("1th cmd recieved [card]"));
     ASSERT_TRUE(test::wait_for([&] { return line.waiting_in(CLIENT) == SYS_msgsnd; }));
+}
+
+// A line through the key that keeps the main thread itself at the full queue.
+void run_until_main_blocks(const Line &line, const std::string &text)
+{
+    line.start();
+    line.key(SCRIPT_CMD, text);
+    ASSERT_TRUE(line.hears("1th cmd recieved [script]"));
+    ASSERT_TRUE(test::wait_for([&] { return line.waiting_in(MAIN) == SYS_msgsnd; }));
 }
 
 std::string delays(const std::string &milliseconds, int count)
@@ -64,7 +75,48 @@ TEST(StopSignal, LetsTheQueuedCommandsRun)
     EXPECT_EQ(line.trace().back(), "----------------- rovad end (card) ----------------- ");
 }
 
-TEST(StopSignal, EachOfTheFourStops)
+TEST(StopSignal, EndsARepeatThatKeepsTheMainThreadAtTheFullQueue)
+{
+    Line line;
+    run_until_main_blocks(line, "repeat 8000 0 delay 20000");
+    line.signal(SIGTERM);
+    ASSERT_TRUE(test::wait_for([&] { return line.daemon_gone(); }));
+
+    EXPECT_EQ(line.told("4th cmd done [OK]"), 1) << "what was queued has run";
+    EXPECT_FALSE(line.tells("9th cmd")) << "what was not queued has not";
+    EXPECT_TRUE(line.tells("failed to send command (num: 1)"));
+    EXPECT_EQ(line.told("program exited."), 1);
+    EXPECT_EQ(line.key_int(STOP_CMD), 0);
+    EXPECT_EQ(line.trace().back(), "----------------- rovad end (test) ----------------- ");
+}
+
+TEST(StopKey, SkipsARepeatThatKeepsTheMainThreadAtTheFullQueue)
+{
+    Line line;
+    run_until_main_blocks(line, "repeat 50 0 delay 6000000");
+    line.key(STOP_CMD, 1);
+    ASSERT_TRUE(test::wait_for([&] { return line.daemon_gone(); }));
+
+    EXPECT_EQ(line.told("1th cmd done [OK]"), 1);
+    EXPECT_EQ(line.told(" cmd skipped [script]"), 49);
+    EXPECT_EQ(line.told("program exited."), 1);
+    EXPECT_EQ(line.key_int(STOP_CMD), 0);
+}
+
+TEST(StopSignal, EachOfTheFourStopsAClientAtTheFullQueue)
+{
+    for (const int number : {SIGINT, SIGTERM, SIGQUIT, SIGHUP}) {
+        Line line;
+        run_until_client_blocks(line, delays("5000", 100));
+        line.signal(number);
+        EXPECT_TRUE(test::wait_for([&] { return line.daemon_gone(); })) << number;
+        EXPECT_TRUE(line.tells("rova-client: thread terminated.")) << number;
+        EXPECT_FALSE(line.tells("100th cmd")) << number;
+        EXPECT_EQ(line.trace().back(), "----------------- rovad end (card) ----------------- ");
+    }
+}
+
+TEST(StopSignal, EachOfTheFourStopsAnIdleDaemon)
 {
     for (const int number : {SIGINT, SIGTERM, SIGQUIT, SIGHUP}) {
         Line line;
