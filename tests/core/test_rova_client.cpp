@@ -92,6 +92,14 @@ protected:
         return texts;
     }
 
+    // The number that the platform log's last `text` ends with; -1 when it does not tell it.
+    int number_behind(const std::string &text) const
+    {
+        const std::string log = camera.platform_log();
+        const std::size_t at = log.rfind(text);
+        return at == std::string::npos ? -1 : std::atoi(log.c_str() + at + text.size());
+    }
+
     std::vector<std::string> copies() const
     {
         Texts texts;
@@ -452,7 +460,8 @@ TEST_F(ScriptKey, ParseFailureIsReportedWithTheNewCount)
     vconf_set_str(ROVA_KEY_SCRIPT_CMD, "led on");
     ASSERT_TRUE(
         test::serve_until([&] { return camera.logged("rova_script_request_normal_cb() done."); }));
-    EXPECT_TRUE(camera.logged("failed to parse line (num: "));
+    // The number counts the requests of the process.
+    EXPECT_EQ(number_behind("failed to parse line (num: "), number_behind("(cnt=") + 1);
     EXPECT_EQ(queued(), 0u);
 }
 
@@ -471,11 +480,6 @@ TEST_F(ScriptKey, FailedSendIsReportedWithTheNewCount)
             _exit(0);
         },
         testing::ExitedWithCode(0), "");
-    // The number counts the requests of the process.
-    const std::string log = camera.platform_log();
-    const auto number_behind = [&](const std::string &text) {
-        return std::atoi(log.c_str() + log.rfind(text) + text.size());
-    };
     EXPECT_EQ(number_behind("failed to send command (num: "), number_behind("(cnt=") + 1);
 }
 

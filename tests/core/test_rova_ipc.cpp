@@ -142,6 +142,13 @@ TEST_F(MessageQueue, HoldsExactlyThreePackets)
     EXPECT_EQ(rova_ipc_deinit(ipc), 1);
 }
 
+TEST_F(MessageQueue, HasTheModeOfTheChannel)
+{
+    rova_ipc *ipc = make(ROVA_IPC_MQ);
+    EXPECT_EQ(attributes(ipc).msg_perm.mode & 0777, 0766);
+    EXPECT_EQ(rova_ipc_deinit(ipc), 1);
+}
+
 TEST_F(MessageQueue, IsRemovedAtTheEnd)
 {
     rova_ipc *ipc = make(ROVA_IPC_MQ);

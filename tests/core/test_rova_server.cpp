@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <glib.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -185,6 +186,25 @@ TEST_F(Server, FailedReceiveEndsTheThread)
     start();
     ASSERT_TRUE(test::wait_for([&] { return camera.logged("rova-server: thread exited"); }));
     EXPECT_TRUE(camera.logged("ipc_receive failed"));
+    finish();
+    // Nobody has taken the stop packet.
+    uint32_t type = 0;
+    uint32_t size = 0;
+    void *buffer = nullptr;
+    ASSERT_EQ(rova_event_receive(data.ipc, &type, &buffer, &size), 0);
+    EXPECT_EQ(type, ROVA_CTRL_STOP_PACKET);
+    EXPECT_EQ(size, 500u);
+    g_free(buffer);
+}
+
+TEST_F(Server, ThreadIsNamed)
+{
+    start();
+    EXPECT_TRUE(test::wait_for([&] {
+        char name[16] = {};
+        return pthread_getname_np(data.server_thread, name, sizeof(name)) == 0 &&
+               std::string(name) == "ROVA Server";
+    }));
     finish();
 }
 

@@ -103,6 +103,15 @@ TEST(FileLog, RotatesAtItsExactByte)
     EXPECT_NE(line.read(LOG).find("rovad end (test)"), std::string::npos);
 }
 
+TEST(FileLog, AtItsLimitIsRotatedByTheNextLine)
+{
+    Line line;
+    line.write(LOG, std::string(262144, 'x'));
+    line.start();
+    EXPECT_EQ(line.read(LOG_OLD).size(), 262144U);
+    EXPECT_NE(line.read(LOG).find("rovad starts (test)"), std::string::npos);
+}
+
 TEST(FullDisk, LeavesTheDaemonUpAndAnswering)
 {
     Line line;
