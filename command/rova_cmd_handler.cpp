@@ -2,6 +2,7 @@
 
 #include "command/factory/rova_cmd_factory.h"
 #include "command/rova_cmd_control_flags.h"
+#include "command/rova_cmd_result.h"
 #include "command/rova_ptp_resp.h"
 #include "common/rova_log.h"
 #include "common/rova_sound.h"
@@ -20,8 +21,6 @@
 
 // ------------------------------------------------------------------------- answers
 
-static uint32_t last_result;
-
 static const char *result_word(uint32_t result)
 {
     return result == 0 ? "OK" : "NG";
@@ -35,7 +34,7 @@ int rova_cmd_resp(uint32_t cmd_type, uint32_t result, const rova_resp_stream *st
 int rova_cmd_resp_ex(uint32_t cmd_type, uint32_t result, uint32_t param1, uint32_t param2,
                      uint32_t /*param3*/, const rova_resp_stream *stream)
 {
-    last_result = result;
+    rova_cmd_set_result(result);
     if (rova_cmd_is_ptp(cmd_type)) {
         rova_ptp_resp_stream(stream);
         rova_ptp_resp_msg(param1, param2, rova_ptp_stream_code(stream));
@@ -43,11 +42,6 @@ int rova_cmd_resp_ex(uint32_t cmd_type, uint32_t result, uint32_t param1, uint32
         rova_log("resp : %s \n", result_word(result));
     }
     return 1;
-}
-
-uint32_t rova_cmd_get_result()
-{
-    return last_result;
 }
 
 // ------------------------------------------------------------------------- dump mode
@@ -181,7 +175,7 @@ void rova_cmd_show_start(uint32_t /*cmd_type*/, const cmd_data *record)
 
 void rova_cmd_show_result(uint32_t /*cmd_type*/, const cmd_data *record)
 {
-    uint32_t result = last_result;
+    uint32_t result = rova_cmd_get_result();
     if (rova_cmd_control_osd(record->cmd))
         show_word(record->cmd, result != 0 ? ": NG" : ": OK");
     if (rova_cmd_control_sound(record->cmd))
@@ -270,5 +264,5 @@ void rova_process_cmd(uint32_t cmd_type, cmd_data *record)
         return;
     // Nobody answers: a script is stopped by the result, a PC by its own time-out.
     ROVA_LOG_ERR("Not found on command table, so skip all next command! \n");
-    last_result = 1;
+    rova_cmd_set_result(1);
 }

@@ -2,6 +2,7 @@
 // Server thread.
 #pragma once
 
+#include "command/rova_cmd_result.h"
 #include "common/rova_cmd_data.h"
 
 #include <span>
@@ -55,9 +56,6 @@ void rova_process_cmd(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_resp(uint32_t cmd_type, uint32_t result, const rova_resp_stream *stream);
 int rova_cmd_resp_ex(uint32_t cmd_type, uint32_t result, uint32_t param1, uint32_t param2,
                      uint32_t param3, const rova_resp_stream *stream);
-
-// The last result.  Exactly 1 makes the server thread skip later commands that are not PTP.
-uint32_t rova_cmd_get_result();
 
 // Dump mode: commands are written to the dump file and answered OK instead of being run.
 inline constexpr char ROVA_DUMP_FILE[] = "/tmp/dump.log";

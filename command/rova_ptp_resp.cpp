@@ -1,6 +1,6 @@
 #include "command/rova_ptp_resp.h"
 
-#include "command/rova_cmd_handler.h"
+#include "command/rova_cmd_result.h"
 #include "common/rova_log.h"
 #include "common/rova_ptp_keys.h"
 
