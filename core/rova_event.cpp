@@ -21,12 +21,17 @@ constexpr uint32_t REPEAT_WORDS = 3; // count, delay, command
 // stands here was never sent.
 std::atomic<void *> in_flight{nullptr};
 
+// What a sender wrote is seen by whoever takes the packet.  The kernel's queue sees to that, but the
+// language knows nothing of it: the sender's increment and the receiver's look say it in its terms.
+std::atomic<uint32_t> handed_over{0};
+
 // Nobody takes packets from behind the stop packet: a sender would wait for ever once the queue is
 // full.
 std::atomic<bool> stop_packet_sent{false};
 
 int hand_over(rova_ipc *ipc, const rova_packet *packet)
 {
+    handed_over.fetch_add(1, std::memory_order_release);
     if (!rova_thread_is_cancellable())
         return ipc->send(ipc, packet);
     in_flight.store(packet->data);
@@ -209,6 +214,7 @@ int rova_event_receive(rova_ipc *ipc, uint32_t *type, void **buffer, uint32_t *s
         g_free(packet.data);
         return -1;
     }
+    handed_over.load(std::memory_order_acquire);
     void *taken = packet.data;
     if (taken == nullptr) {
         ROVA_LOG_ERR("pkt is empty \n");
