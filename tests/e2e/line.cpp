@@ -98,12 +98,11 @@ std::string slurp(const std::filesystem::path &path)
 
 } // namespace
 
-pid_t Line::daemon() const
+pid_t Line::process(const std::string &path) const
 {
     use();
-    const std::string name("/usr/bin/rovad\0", sizeof("/usr/bin/rovad"));
     for (const pid_t pid : virt::processes())
-        if (slurp("/proc/" + std::to_string(pid) + "/cmdline").starts_with(name))
+        if (slurp("/proc/" + std::to_string(pid) + "/cmdline").c_str() == path)
             return pid;
     return -1;
 }

@@ -32,9 +32,11 @@ public:
     void key(const std::string &name, int value) const;
     void key(const std::string &name, const std::string &value) const;
 
+    // The process on this camera whose first argument is `path`, or -1.
+    pid_t process(const std::string &path) const;
     // Of the daemon: the process number, or -1; a thread of it by name; the number of the system
     // call the thread waits in.
-    pid_t daemon() const;
+    pid_t daemon() const { return process("/usr/bin/rovad"); }
     void signal(int number) const; // throws when the daemon is not up
     bool daemon_gone() const { return daemon() < 0; }
     pid_t thread(const std::string &name) const;

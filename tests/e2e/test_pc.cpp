@@ -124,9 +124,7 @@ TEST(Usb, StartsAndEndsTheResponderInPtpMode)
     Line line;
     line.key("memory/sysman/usb_status", 2);
     line.start({"--ptp"});
-    const auto responder_runs = [&] {
-        return test::run({"pgrep", "-f", "^/usr/bin/mtp-responder"}).status == 0;
-    };
+    const auto responder_runs = [&] { return line.process("/usr/bin/mtp-responder") > 0; };
     EXPECT_TRUE(line.hears("usb_status is available"));
     EXPECT_TRUE(test::wait_for(responder_runs));
     line.key("memory/sysman/usb_status", 1);
