@@ -85,7 +85,6 @@ void rova_thread_exit(void *result)
 void rova_thread_make_cancellable()
 {
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
-    pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
     cancellable = true;
 }
 
@@ -99,11 +98,16 @@ void rova_thread_open_cancel_window()
     if (!cancellable)
         return;
     pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
+    pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
     pthread_testcancel();
 }
 
 void rova_thread_close_cancel_window()
 {
-    if (cancellable)
-        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+    if (!cancellable)
+        return;
+    // The state alone would not do: the C library looks at the type only when it acts on a
+    // cancellation that was sent while the window was open.
+    pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, nullptr);
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
 }

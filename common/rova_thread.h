@@ -17,9 +17,9 @@ int rova_thread_kill(pthread_t thread, int signal);
 [[noreturn]] void rova_thread_exit(void *result);
 
 // A thread that may be cancelled at any instant must hold neither lock nor heap block while it can
-// be.  It calls rova_thread_make_cancellable once: the cancellation type is asynchronous from then
-// on, and the thread can be cancelled inside a window only.  A window encloses one blocking call;
-// on a thread that has not been made cancellable it does nothing.
+// be.  It calls rova_thread_make_cancellable once: from then on it can be cancelled inside a window
+// only, and there at once (asynchronous type).  A window encloses one blocking call; on a thread
+// that has not been made cancellable it does nothing.
 void rova_thread_make_cancellable();
 bool rova_thread_is_cancellable();
 void rova_thread_open_cancel_window();
