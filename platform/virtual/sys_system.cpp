@@ -8,7 +8,6 @@
 #include "platform/virtual/shell.h"
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -119,36 +118,6 @@ std::vector<std::string> environment()
     return list;
 }
 
-// Like system(): the caller's interrupt keys are ignored and its children left alone meanwhile.
-class WaitSignals
-{
-public:
-    WaitSignals()
-    {
-        struct sigaction ignore = {};
-        ignore.sa_handler = SIG_IGN;
-        sigaction(SIGINT, &ignore, &interrupt_);
-        sigaction(SIGQUIT, &ignore, &quit_);
-        sigset_t child;
-        sigemptyset(&child);
-        sigaddset(&child, SIGCHLD);
-        pthread_sigmask(SIG_BLOCK, &child, &mask_);
-    }
-    ~WaitSignals() { restore(); }
-    WaitSignals(const WaitSignals &) = delete;
-    WaitSignals &operator=(const WaitSignals &) = delete;
-    void restore() const
-    {
-        sigaction(SIGINT, &interrupt_, nullptr);
-        sigaction(SIGQUIT, &quit_, nullptr);
-        pthread_sigmask(SIG_SETMASK, &mask_, nullptr);
-    }
-
-private:
-    struct sigaction interrupt_ = {}, quit_ = {};
-    sigset_t mask_ = {};
-};
-
 int wait_for_end(pid_t child)
 {
     int status = -1;
@@ -166,10 +135,8 @@ int run(const std::string &script)
         pointers.push_back(variable.data());
     pointers.push_back(nullptr);
 
-    WaitSignals signals;
     pid_t child = fork();
     if (child == 0) {
-        signals.restore();
         execle("/bin/sh", "sh", "-c", script.c_str(), nullptr, pointers.data());
         _exit(127);
     }
