@@ -21,8 +21,9 @@ constexpr uint32_t REPEAT_WORDS = 3; // count, delay, command
 // stands here was never sent.
 std::atomic<void *> in_flight{nullptr};
 
-// What a sender wrote is seen by whoever takes the packet.  The kernel's queue sees to that, but the
-// language knows nothing of it: the sender's increment and the receiver's look say it in its terms.
+// What a sender wrote is seen by whoever takes the packet.  The kernel's queue sees to that, but
+// the language knows nothing of it: the sender's increment and the receiver's look say it in its
+// terms.
 std::atomic<uint32_t> handed_over{0};
 
 // Nobody takes packets from behind the stop packet: a sender would wait for ever once the queue is

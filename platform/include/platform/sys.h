@@ -42,8 +42,8 @@ void sys_sync(void);
 
 /* Programs.  `command` (never NULL) goes to the shell as system() would give it, with its result,
  * but the process's signals are left alone: system() ignores SIGINT and SIGQUIT meanwhile and puts
- * back what it found, so that a handler which another thread installs in between is lost.  `file` of
- * sys_execvp is looked up below the camera's root, argv is passed on as it stands. */
+ * back what it found, so that a handler which another thread installs in between is lost.  `file`
+ * of sys_execvp is looked up below the camera's root, argv is passed on as it stands. */
 int sys_system(const char *command);
 int sys_execvp(const char *file, char *const argv[]);
 
