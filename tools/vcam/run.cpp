@@ -184,7 +184,7 @@ private:
     // SIGTERM leaves the queue alone: what waits there still runs, or is skipped after a failure.
     std::string end_after_commands(daemon_process &daemon)
     {
-        const std::string missed = take_screenshot(); // the daemon's end takes the screen down
+        std::string missed = take_screenshot(); // the daemon's end takes the screen down
         kill(daemon.pid(), SIGTERM);
         const bool ended = wait_until([&] { return daemon.has_ended(); }, END_SECONDS);
         read();
