@@ -1,4 +1,4 @@
-// The seam to the operating system on the camera: the C library's own calls.
+// The seam to the operating system on the camera: the C library's own calls, but for sys_system.
 #include <platform/sys.h>
 
 #include <cerrno>

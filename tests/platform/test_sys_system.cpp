@@ -4,12 +4,14 @@
 #include "tests/support/camera.h"
 #include "tests/support/process.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace
@@ -179,6 +181,24 @@ TEST(SysExecvp, RunsTheCamerasProgramWithTheArgumentsAsTheyStand)
     EXPECT_EQ(camera.call_texts(),
               Texts{"sys_execvp(\"/usr/bin/tool\", "
                     "[\"/usr/bin/tool\",\"-c\",\"echo $0 $1\",\"/a\",\"/b\"])"});
+}
+
+// system() would put back the action that it found, and the handler would be lost.
+TEST(SysSystem, LeavesAHandlerThatIsInstalledMeanwhile)
+{
+    test::Camera camera;
+    std::thread shell([] { sys_system("touch /tmp/begun; while [ ! -e /tmp/go ]; do :; done"); });
+    EXPECT_TRUE(test::wait_for([&] { return camera.exists("/tmp/begun"); }));
+    for (const int number : {SIGINT, SIGQUIT}) {
+        struct sigaction found = {};
+        sigaction(number, nullptr, &found);
+        EXPECT_EQ(found.sa_handler, SIG_DFL) << "not ignored while the command runs";
+        std::signal(number, [](int) {});
+    }
+    camera.write("/tmp/go", "");
+    shell.join();
+    for (const int number : {SIGINT, SIGQUIT})
+        EXPECT_NE(std::signal(number, SIG_DFL), SIG_DFL) << number;
 }
 
 TEST(SysExecvp, ProgramsOfThePcAreNotFoundAndItCanFail)

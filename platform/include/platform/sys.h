@@ -3,9 +3,9 @@
  *
  * Whatever the daemon and the library touch by an absolute path, by a System V key, by a semaphore
  * name or by the clock goes through these calls.  Each has the shape, the results and the errno of
- * the C library's call it is named after; on the camera each is that call.  On a virtual camera the
- * paths lie below the camera's directory, named objects belong to that camera alone and time runs
- * at the camera's speed (docs/virtual-camera.md).
+ * the C library's call it is named after; on the camera each is that call, but for sys_system
+ * (below).  On a virtual camera the paths lie below the camera's directory, named objects belong to
+ * that camera alone and time runs at the camera's speed (docs/virtual-camera.md).
  *
  * All calls may be used from any thread.
  */
