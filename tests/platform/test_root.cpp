@@ -70,6 +70,9 @@ TEST(Root, SpeedIsOneUnlessANumberAboveZeroIsGiven)
 
 TEST(Root, AChildOfABusyProcessFindsTheCamera)
 {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "a child hangs in the address sanitizer's own heap when fork() finds it locked";
+#endif
     test::Camera camera;
     std::atomic<bool> busy{true};
     std::thread asking([&] {
