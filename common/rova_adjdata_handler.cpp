@@ -1,29 +1,52 @@
 #include "common/rova_adjdata_handler.h"
 
-#include "common/rova_adjdata_table.h"
 #include "common/rova_log.h"
 #include "platform/pref.h"
 
 #include <cinttypes>
+#include <cstdio>
+#include <cstring>
+
+// The line of the file log that an operation begins is ended by the one raw text of its outcome.
 
 namespace
 {
 
 // By pref id.
 constexpr uint32_t HIGH_WORDS[] = {
-    0x85480000, 0x854e0000, 0x85500000, 0x85580000, // no adjustment partitions, but they have ids
-    0x85600000,                                     // adj_sys
-    0x85601000,                                     // adj_cap
-    0x85602000,                                     // adj_iq
-    0x85603000,                                     // adj_vfpn
-    0x85609000,                                     // adj_cs
-    0x85619000,                                     // adj_dpc
+    0x85480000,        0x854e0000,        0x85500000,       0x85580000, // hold no items
+    adj_sys_high_word, adj_cap_high_word, adj_iq_high_word, adj_vfpn_high_word,
+    adj_cs_high_word,  adj_dpc_high_word,
 };
+
+constexpr int FIRST_PART = 4, LAST_PART = 9;
+constexpr int LAST_PART_OF_DEFAULT_ALL = 8; // the defect pixel lists outlive a reset of all
 
 const char *item_name(uint64_t id)
 {
     const adjdata_info *info = rova_get_adjdata_info(id);
     return info != nullptr ? info->name : "(null)";
+}
+
+uint8_t *item_address(void *image, uint64_t id)
+{
+    return static_cast<uint8_t *>(image) + PREF_HEADER_SIZE + static_cast<uint32_t>(id);
+}
+
+int load_default(int pref_id)
+{
+    if (pref_load(pref_id, 1) >= 0)
+        return 1;
+    std::fprintf(stderr, "pref_load(id=%d) was failed! \n", pref_id);
+    return 0;
+}
+
+int load_and_save_default(int pref_id)
+{
+    if (load_default(pref_id) == 0)
+        return 0;
+    pref_save(pref_id);
+    return 1;
 }
 
 } // namespace
@@ -37,6 +60,18 @@ int rova_adjdata_pref_id(uint64_t id)
         pref_id++;
     }
     return -1;
+}
+
+uint64_t rova_get_adjdata_id(const char *name, uint32_t *size_out)
+{
+    if (name == nullptr || name[0] == '\0') {
+        ROVA_LOG_ERR("strId is invalid \n");
+        return 0;
+    }
+    const adjdata_info *found = rova_find_adjdata(name);
+    if (size_out != nullptr)
+        *size_out = found != nullptr ? found->size : 0;
+    return found != nullptr ? found->id : 0;
 }
 
 void *rova_get_adjdata(uint64_t id)
@@ -58,5 +93,156 @@ void *rova_get_adjdata(uint64_t id)
         return nullptr;
     }
     ROVA_LOG_INFO("id=%s \n", item_name(id));
-    return static_cast<char *>(image) + PREF_HEADER_SIZE + static_cast<uint32_t>(id);
+    return item_address(image, id);
+}
+
+bool rova_adjdata_is_number(uint32_t size)
+{
+    return size == 1 || size == 2 || size == 4;
+}
+
+int32_t rova_adjdata_number(const void *bytes, uint32_t size)
+{
+    if (!rova_adjdata_is_number(size))
+        return 0;
+    int32_t value = 0;
+    std::memcpy(&value, bytes, size);
+    switch (size) {
+    case 1:
+        return static_cast<int8_t>(value);
+    case 2:
+        return static_cast<int16_t>(value);
+    default:
+        return value;
+    }
+}
+
+int rova_set_adjdata(uint64_t id, const void *data, uint32_t size, int save)
+{
+    if (id == 0) {
+        ROVA_LOG_ERR("Invalid id (id=0x%" PRIx64 ")\n", id);
+        return 0;
+    }
+    rova_log("set_adjdata: 0x%" PRIx64 ", size=%" PRIu32 ", save=%d", id, size, save);
+    int pref_id = rova_adjdata_pref_id(id);
+    if (pref_id < 0) {
+        ROVA_LOG_ERR("pref_id is invalid (id=0x%" PRIx64 ") \n", id);
+        rova_log_raw(", pref_id is invalid, NG \n");
+        return 0;
+    }
+    void *image = pref_get_addr(pref_id, nullptr);
+    if (image == nullptr) {
+        ROVA_LOG_ERR("pref_addr is NULL (id=0x%" PRIx64 ") \n", id);
+        rova_log_raw(", pref_addr is NULL, NG \n");
+        return 0;
+    }
+    const adjdata_info *info = rova_get_adjdata_info(id);
+    if (info == nullptr) {
+        ROVA_LOG_ERR("adjdata_info is NULL (id=0x%" PRIx64 ") \n", id);
+        rova_log_raw(", adjdata_info is NULL, NG \n");
+        return 0;
+    }
+    if (size != info->size) {
+        ROVA_LOG_ERR("size is different (id=0x%" PRIx64 ", adj_size=%" PRIu32 ", size=%" PRIu32
+                     ") \n",
+                     id, info->size, size);
+        rova_log_raw(", size is different (%s, %" PRIu32 "), NG \n", info->name, info->size);
+        return 0;
+    }
+    std::memcpy(item_address(image, id), data, size);
+    if (save != 0 && pref_save(pref_id) < 0) {
+        ROVA_LOG_ERR("pref_save()failed (pref_id=%d) \n", pref_id);
+        rova_log_raw(", %s, pref_save(%d) failed, NG \n", info->name, pref_id);
+        return 0;
+    }
+    ROVA_LOG_INFO("set_adjdata done \n");
+    rova_log_raw(", %s, OK \n", info->name);
+    return 1;
+}
+
+int rova_save_adjdata(uint64_t id)
+{
+    if (id == 0) {
+        ROVA_LOG_ERR("Invalid id (id=0x%" PRIx64 ")\n", id);
+        return 0;
+    }
+    rova_log("save_adjdata: 0x%" PRIx64, id);
+    int pref_id = rova_adjdata_pref_id(id);
+    if (pref_id < 0) {
+        ROVA_LOG_ERR("pref_id is invalid (id=0x%" PRIx64 ") \n", id);
+        rova_log_raw(", pref_id is invalid, NG \n");
+        return 0;
+    }
+    if (pref_save(pref_id) < 0) {
+        ROVA_LOG_ERR("pref_save() failed (pref_id=%d) \n", pref_id);
+        rova_log_raw(", pref_save(%d) failed, NG \n", pref_id);
+        return 0;
+    }
+    rova_log_raw(", OK \n");
+    return 1;
+}
+
+int rova_save_adjdata_all()
+{
+    for (int pref_id = FIRST_PART; pref_id <= LAST_PART; pref_id++)
+        pref_save(pref_id);
+    return 1;
+}
+
+int rova_save_adjdata_part(int pref_id)
+{
+    if (pref_id < FIRST_PART || pref_id > LAST_PART) {
+        rova_log_raw("pref id invalid (%d), NG \n", pref_id);
+        return 0;
+    }
+    pref_save(pref_id);
+    return 1;
+}
+
+int rova_load_default_adjdata_all()
+{
+    for (int pref_id = FIRST_PART; pref_id <= LAST_PART_OF_DEFAULT_ALL; pref_id++) {
+        load_default(pref_id);
+        pref_save(pref_id);
+    }
+    return 1;
+}
+
+int rova_load_default_adj_sys()
+{
+    return load_and_save_default(4);
+}
+
+int rova_load_default_adj_cap()
+{
+    return load_and_save_default(5);
+}
+
+int rova_load_default_adj_iq()
+{
+    return load_and_save_default(6);
+}
+
+int rova_load_default_adj_vfpn()
+{
+    return load_and_save_default(7);
+}
+
+int rova_load_default_adj_cs()
+{
+    return load_and_save_default(8);
+}
+
+int rova_load_default_adj_dpc()
+{
+    return load_and_save_default(9);
+}
+
+int rova_save_default_adjdata()
+{
+    for (const adjdata_part &part : rova_adjdata_parts())
+        if (pref_get_name(static_cast<int>(part.pref_id)) != nullptr)
+            pref_save_default_to_file(static_cast<int>(part.pref_id), part.default_image,
+                                      part.data_size);
+    return 1;
 }

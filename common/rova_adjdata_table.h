@@ -1,4 +1,4 @@
-// The items of the adjustment partitions.
+// The item tables of the adjustment partitions.
 #pragma once
 
 #include <cstdint>
@@ -10,16 +10,18 @@ struct adjdata_info {
     uint32_t size; // bytes
 };
 
-// One partition of adjustment data.  `items` has a terminator behind its last row, with the name
-// "end", id 0 and size 0; `data_size` is the sum of the items' sizes.
+// One partition of adjustment data.
 struct adjdata_part {
     uint32_t pref_id;
-    const adjdata_info *items;
+    const adjdata_info *items; // behind the last: a row with the name "end", id 0 and size 0
+    const void *default_image; // `data_size` bytes
     uint32_t data_size;
 };
 
-// The partitions that have an item table, in the order of their pref ids.
+// The six partitions, in the order of their pref ids.
 std::span<const adjdata_part> rova_adjdata_parts();
 
+// The row of this exact name; NULL for an unknown one.
+const adjdata_info *rova_find_adjdata(const char *name);
 // The item's row; NULL for an id that no row has, and, with a line in the platform log, for id 0.
 const adjdata_info *rova_get_adjdata_info(uint64_t id);

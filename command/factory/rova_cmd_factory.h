@@ -3,7 +3,12 @@
 
 #include "common/rova_cmd_data.h"
 
+int rova_cmd_proc_mark(uint32_t cmd_type, cmd_data *record);
+int rova_cmd_step_label(uint32_t cmd_type, cmd_data *record);
+int rova_cmd_adj_data(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_osd(uint32_t cmd_type, cmd_data *record);
+int rova_cmd_serial_number(uint32_t cmd_type, cmd_data *record);
+int rova_cmd_shipment_country(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_create_file(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_file(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_delay(uint32_t cmd_type, cmd_data *record);

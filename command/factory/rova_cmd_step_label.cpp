@@ -1,0 +1,1 @@
+#include "command/factory/rova_cmd_factory.h"

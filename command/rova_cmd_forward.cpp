@@ -1,0 +1,1 @@
+#include "command/rova_cmd_forward.h"

@@ -1,0 +1,1 @@
+#include "command/system/rova_cmd_system.h"

@@ -1,0 +1,17 @@
+// Whole partitions of adjustment data in files: one on the card, or all six in an archive.
+//
+// Results are 1, or 0 with the reason in the file log.  Server thread.
+#pragma once
+
+#include <cstdint>
+
+// The partition of this exact name to and from "/sdcard/<name>.bin".  Restoring changes the image
+// only: saving it is another step.
+int rova_backup_adjdata_part(const char *name);
+int rova_restore_adjdata_part(const char *name);
+
+// All six to "/tmp/pref.zip" for a command of the PC, to "/sdcard/pref.zip" for any other.
+int rova_backup_adjdata_part_all(uint32_t cmd_type);
+// From "/sdcard/pref.zip", saving each partition in turn.  Those restored before a failure stay
+// restored.  Needs "/sdcard" as the daemon's working directory, where the archive is unpacked.
+int rova_restore_adjdata_part_all();

@@ -1,0 +1,1 @@
+#include "common/rova_adjdata_console.h"

@@ -1,0 +1,1 @@
+#include "common/rova_proc_mark_handler.h"

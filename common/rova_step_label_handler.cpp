@@ -1,0 +1,1 @@
+#include "common/rova_step_label_handler.h"
