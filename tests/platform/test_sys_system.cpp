@@ -148,6 +148,25 @@ TEST(SysSystem, ArchivesHoldTheCamerasNames)
     EXPECT_EQ(camera.read("/tmp/list"), "tmp/backup/\ntmp/backup/adj_sys.bin\n");
 }
 
+// A daemon that a person started at a terminal, or with a pipe, keeps what is typed there.
+TEST(SysSystem, ACommandHasNothingToReadOnItsStandardInput)
+{
+    test::Camera camera;
+    EXPECT_EQ(test::run({PLATFORM_PROGRAM, "command", "cat; (cat) | cat"}, "typed\n").out, "0\n");
+}
+
+TEST(SysSystem, WhatOverwritesOnlyAfterAQuestionIsAnsweredWithNo)
+{
+    if (access("/usr/bin/zip", X_OK) != 0 || access("/usr/bin/unzip", X_OK) != 0)
+        GTEST_SKIP() << "zip is not installed";
+    test::Camera camera;
+    camera.write("/tmp/a", "old");
+    ASSERT_EQ(sys_system("cd /; zip -q /sdcard/a.zip /tmp/a"), 0);
+    camera.write("/tmp/a", "new");
+    test::run({PLATFORM_PROGRAM, "command", "cd /; unzip /sdcard/a.zip"}, "A\n");
+    EXPECT_EQ(camera.read("/tmp/a"), "new");
+}
+
 TEST(SysSystem, IsRecordedAsTheDaemonGaveItAndCanFail)
 {
     test::Camera camera;

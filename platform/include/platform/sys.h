@@ -41,8 +41,10 @@ int sys_ioctl(int fd, unsigned long request, void *argument);
 void sys_sync(void);
 
 /* Programs.  `command` (never NULL) goes to the shell as system() would give it, with its result,
- * but the process's signals are left alone: system() ignores SIGINT and SIGQUIT meanwhile and puts
- * back what it found, so that a handler which another thread installs in between is lost.  `file`
+ * but for two things.  The process's signals are left alone: system() ignores SIGINT and SIGQUIT
+ * meanwhile and puts back what it found, so that a handler which another thread installs in between
+ * is lost.  And its standard input is empty: a program that asks a question would wait for a person
+ * who is not there, or at a terminal for one who looks elsewhere.  `file`
  * of sys_execvp is looked up below the camera's root, argv is passed on as it stands. */
 int sys_system(const char *command);
 int sys_execvp(const char *file, char *const argv[]);
@@ -56,10 +58,14 @@ int sys_sem_unlink(const char *name);
 
 /* Time.  sys_usleep may end early with -1 and EINTR.  sys_time is the camera's wall clock.
  * sys_deadline gives the CLOCK_REALTIME instant `milliseconds` of camera time from now, for the
- * calls that wait until an absolute time. */
+ * calls that wait until an absolute time.  sys_deadline_seconds gives the one that is reached by
+ * adding to the full seconds of the clock, nanoseconds 0: up to a second earlier, never sooner than
+ * `seconds` - 1 from now.  Where time runs faster both are scaled, the part of a second cut off
+ * too. */
 int sys_usleep(useconds_t microseconds);
 time_t sys_time(time_t *out);
 void sys_deadline(unsigned int milliseconds, struct timespec *deadline);
+void sys_deadline_seconds(unsigned int seconds, struct timespec *deadline);
 
 #ifdef __cplusplus
 }
