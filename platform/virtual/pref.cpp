@@ -79,15 +79,20 @@ size_t image_size(int number)
 }
 
 // A file of the service is good when its header is this partition's and it is whole.
-bool fits(int number, const std::string &contents)
+bool fits(int number, std::string_view contents)
 {
     Header good = header_of(number);
     return contents.size() == image_size(number) &&
            std::memcmp(contents.data(), &good, sizeof(good)) == 0;
 }
 
+// Its size is asked first: what cannot fit is not read, however long it is.
 bool read_partition(int number, const std::string &place, std::string &contents)
 {
+    struct stat status = {};
+    if (stat(place.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        static_cast<size_t>(status.st_size) != image_size(number))
+        return false;
     contents = read_file(place);
     return fits(number, contents);
 }
@@ -123,18 +128,39 @@ bool has_size(int fd, size_t size)
     return fstat(fd, &status) == 0 && static_cast<size_t>(status.st_size) == size;
 }
 
-// The first process that asks for a partition fills its image; others wait for the folder's lock.
-Descriptor open_image(int number)
+// What was left behind when a power cut ended a save: nobody saves a partition without an image.
+void remove_leftovers(int number)
+{
+    const std::string flash = std::string(partitions[number].name) + ".flash.";
+    const std::string image = std::string(partitions[number].name) + ".image.";
+    std::error_code error;
+    for (const auto &entry : std::filesystem::directory_iterator(file("pref"), error)) {
+        const std::string name = entry.path().filename().string();
+        if (name.starts_with(flash) || name.starts_with(image))
+            unlink(entry.path().c_str());
+    }
+}
+
+// Held while images are made and flash is written; waits for other processes and threads.
+Descriptor lock_folder()
 {
     std::error_code error;
     std::filesystem::create_directories(file("pref"), error);
     Descriptor folder(open(file("pref").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder.lock())
+    return folder.lock() ? std::move(folder) : Descriptor();
+}
+
+// The first process that asks for a partition fills its image; others wait for the folder's lock.
+Descriptor open_image(int number)
+{
+    const Descriptor lock = lock_folder();
+    if (!lock)
         return Descriptor();
     std::string place = partition_file(number, "image");
     Descriptor fd(open(place.c_str(), O_RDWR | O_CLOEXEC));
     if (fd && has_size(fd.get(), image_size(number)))
         return fd;
+    remove_leftovers(number);
     if (!replace_file(place, first_contents(number)))
         return Descriptor();
     return Descriptor(open(place.c_str(), O_RDWR | O_CLOEXEC));
@@ -199,12 +225,38 @@ int load(int number, int defaults)
     return fill(number, contents);
 }
 
-int save(int number, const std::string &place, bool sync)
+int write_image(int number, const char *image, const std::string &place, bool sync)
+{
+    return replace_file(place, std::string_view(image, image_size(number)), sync) ? 0 : -1;
+}
+
+// Two saves at once write one after the other: the flash never falls back to what the image held
+// before a save that has ended.
+int save(int number)
 {
     const char *image = image_of(number);
     if (!image)
         return -1;
-    return replace_file(place, std::string_view(image, image_size(number)), sync) ? 0 : -1;
+    const Descriptor lock = lock_folder();
+    return lock ? write_image(number, image, partition_file(number, "flash"), true) : -1;
+}
+
+int save_to(int number, const char *path)
+{
+    const char *image = path ? image_of(number) : nullptr;
+    return image ? write_image(number, image, virt::path(path), false) : -1;
+}
+
+// On a camera too a file's folder must be there: without a card there is no /sdcard.
+int save_to(int number, const char *path)
+{
+    if (!path || !present())
+        return -1;
+    std::string place = virt::path(path);
+    std::error_code error;
+    if (!std::filesystem::is_directory(std::filesystem::path(place).parent_path(), error))
+        return -1;
+    return save(number, place, false);
 }
 
 int load_from(int number, const char *path)
@@ -264,6 +316,29 @@ std::string partition_file(int number, const char *kind)
     return known ? file(std::string("pref/") + known->name + "." + kind) : "";
 }
 
+int partition_of(std::string_view contents)
+{
+    for (int number = 0; number < partition_count; number++)
+        if (fits(number, contents))
+            return number;
+    return -1;
+}
+
+std::string power_on_contents(int number)
+{
+    return partition(number) ? first_contents(number) : "";
+}
+
+char *partition_image(int number)
+{
+    return image_of(number);
+}
+
+bool save_partition(int number)
+{
+    return partition(number) && save(number, partition_file(number, "flash"), true) == 0;
+}
+
 void release_partitions()
 {
     Images &all = images();
@@ -316,15 +391,14 @@ int pref_load(int partition, int defaults)
 
 int pref_save(int partition)
 {
-    return virt::told("pref_save", json::array({partition}), {name_of(partition)}, [=] {
-        return virt::save(partition, virt::partition_file(partition, "flash"), true);
-    });
+    return virt::told("pref_save", json::array({partition}), {name_of(partition)},
+                      [=] { return virt::save(partition); });
 }
 
 int pref_save_to_file(int partition, const char *path)
 {
     return virt::told("pref_save_to_file", {partition, or_empty(path)}, {path},
-                      [=] { return path ? virt::save(partition, virt::path(path), false) : -1; });
+                      [=] { return virt::save_to(partition, path); });
 }
 
 int pref_load_from_file(int partition, const char *path)

@@ -3,11 +3,19 @@
 #include "platform/virtual/pref.h"
 #include "tests/support/camera.h"
 #include "tests/support/process.h"
+#include "tests/support/wrap.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/ptrace.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace
 {
@@ -124,27 +132,91 @@ TEST(Pref, AFileOfThePartitionFillsTheImage)
     EXPECT_LT(pref_save_to_file(adj_sys, nullptr), 0);
 }
 
+TEST(Pref, AFileIsNotWrittenWhereThereIsNoFolder)
+{
+    test::Camera camera;
+    camera.remove("/sdcard");
+    EXPECT_LT(pref_save_to_file(adj_sys, "/sdcard/adj_sys.bin"), 0);
+    EXPECT_FALSE(camera.exists("/sdcard")) << "no card comes from nowhere";
+    camera.write("/tmp/file", "");
+    EXPECT_LT(pref_save_to_file(adj_sys, "/tmp/file/adj_sys.bin"), 0);
+}
+
 TEST(Pref, AFileThatIsNotThisPartitionsWholeLeavesTheImageAlone)
 {
     test::Camera camera;
     pref_set_long(adj_sys, 0, 5);
     pref_save_to_file(adj_sys, "/sdcard/good");
     pref_save_to_file(5, "/sdcard/other");
-    std::string good = camera.read("/sdcard/good"), magic = good, size = good;
-    magic[0] = 'x';
-    size[16]++;
-    camera.write("/sdcard/magic", magic);
-    camera.write("/sdcard/size", size);
+    const std::string good = camera.read("/sdcard/good");
+    const auto changed = [&](std::size_t at) {
+        std::string file = good;
+        file[at]++;
+        return file;
+    };
+    camera.write("/sdcard/magic", changed(0));
+    camera.write("/sdcard/version", changed(8));
+    camera.write("/sdcard/number", changed(12));
+    camera.write("/sdcard/size", changed(16));
+    camera.write("/sdcard/name", changed(20));
+    camera.write("/sdcard/unused", changed(511));
     camera.write("/sdcard/short", good.substr(0, good.size() - 1));
     camera.write("/sdcard/long", good + "x");
-    camera.write("/sdcard/header", good.substr(0, 100));
+    camera.write("/sdcard/header", good.substr(0, 512));
+    camera.write("/sdcard/half", good.substr(0, 100));
     camera.write("/sdcard/empty", "");
+    std::filesystem::create_directory(camera.path("/sdcard/folder"));
+    ASSERT_EQ(mkfifo(camera.path("/sdcard/pipe").c_str(), 0644), 0);
     pref_set_long(adj_sys, 0, 6);
+    const std::string image = std::string(data_of(adj_sys) - PREF_HEADER_SIZE, good.size());
     for (const char *name :
-         {"other", "magic", "size", "short", "long", "header", "empty", "missing"})
-        EXPECT_LT(pref_load_from_file(adj_sys, (std::string("/sdcard/") + name).c_str()), 0)
-            << name;
+         {"other", "magic", "version", "number", "size", "name", "unused", "short", "long",
+          "header", "half", "empty", "folder", "pipe", "missing"}) {
+        const std::string path = std::string("/sdcard/") + name;
+        EXPECT_LT(pref_load_from_file(adj_sys, path.c_str()), 0) << name;
+        EXPECT_EQ(std::string(data_of(adj_sys) - PREF_HEADER_SIZE, good.size()), image) << name;
+    }
+    EXPECT_LT(pref_load_from_file(adj_sys, nullptr), 0);
+    EXPECT_EQ(pref_load_from_file(adj_sys, "/sdcard/good"), 0);
+}
+
+TEST(Pref, AFileFarTooLongIsRefusedWithoutReadingIt)
+{
+    test::Camera camera;
+    camera.write("/sdcard/long", "");
+    std::filesystem::resize_file(camera.path("/sdcard/long"), std::uintmax_t{1} << 40);
+    EXPECT_LT(pref_load_from_file(adj_sys, "/sdcard/long"), 0);
+}
+
+TEST(Pref, DamagedFlashIsNotLoadedAndANewImageIsTheDefaultOne)
+{
+    test::Camera camera;
+    pref_set_long(adj_sys, 0, 5);
+    EXPECT_EQ(pref_save(adj_sys), 0);
+    std::string flash = camera.read("/virtual/pref/adj_sys.flash");
+    camera.write("/virtual/pref/adj_sys.flash", flash.substr(0, 1000));
+    pref_set_long(adj_sys, 0, 6);
+    EXPECT_LT(pref_load(adj_sys, 0), 0);
     EXPECT_EQ(pref_get_long(adj_sys, 0), 6);
+    EXPECT_EQ(pref_save_default_to_file(adj_sys, "abcd", 4), 0);
+    virt::release_partitions();
+    camera.remove("/virtual/pref/adj_sys.image");
+    EXPECT_EQ(pref_get_long(adj_sys, 0), 0x64636261);
+}
+
+TEST(Pref, TwoProcessesKeepEachOthersChangesAndSaves)
+{
+    test::Camera camera;
+    constexpr const char *rounds = "100";
+    test::Process one({PLATFORM_PROGRAM, "keep", "8", "0", rounds});
+    test::Process two({PLATFORM_PROGRAM, "keep", "8", "56388", rounds});
+    EXPECT_EQ(one.wait(), 0);
+    EXPECT_EQ(two.wait(), 0);
+    EXPECT_EQ(pref_get_long(8, 0), 100);
+    EXPECT_EQ(pref_get_long(8, 56388), 100);
+    EXPECT_EQ(pref_load(8, 0), 0);
+    EXPECT_EQ(pref_get_long(8, 0), 100);
+    EXPECT_EQ(pref_get_long(8, 56388), 100);
 }
 
 // Rounds are told apart by the one byte that fills the whole of the data.
@@ -164,6 +236,204 @@ TEST(Pref, AKilledSaveLeavesTheOldFlashOrTheNew)
         EXPECT_EQ(pref_load(8, 0), 0);
     }
 }
+
+// All that lies in the folder of the partitions but the images.
+Texts files_of(const test::Camera &camera)
+{
+    Texts names;
+    for (const auto &entry : std::filesystem::directory_iterator(camera.path("/virtual/pref")))
+        if (entry.path().extension() != ".image")
+            names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+void fill(int partition, char byte)
+{
+    uint32_t size = 0;
+    auto image = static_cast<char *>(pref_get_addr(partition, &size));
+    std::memset(image + PREF_HEADER_SIZE, byte, size);
+}
+
+bool is_filled(const std::string &contents, int partition, char byte)
+{
+    return contents.size() == PREF_HEADER_SIZE + virt::partition(partition)->size &&
+           contents.find_first_not_of(byte, PREF_HEADER_SIZE) == std::string::npos;
+}
+
+std::string image_text(int partition)
+{
+    uint32_t size = 0;
+    auto image = static_cast<const char *>(pref_get_addr(partition, &size));
+    return image ? std::string(image, PREF_HEADER_SIZE + size) : "";
+}
+
+// Starts a traced process that saves the partition and stops it ahead of its first system call.
+pid_t traced_save(int partition)
+{
+    pid_t pid = fork();
+    if (pid == 0) {
+        if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0)
+            _exit(99);
+        raise(SIGSTOP);
+        _exit(pref_save(partition) == 0 ? 0 : 1);
+    }
+    return pid;
+}
+
+// Kills the process at the `count`-th begin or end of a system call; how it ended.
+int cut(pid_t pid, int count)
+{
+    int status = 0;
+    for (; waitpid(pid, &status, 0) == pid && WIFSTOPPED(status); count--)
+        if (count == 0)
+            test::send_signal(pid, SIGKILL);
+        else
+            ptrace(PTRACE_SYSCALL, pid, nullptr, nullptr);
+    return status;
+}
+
+struct PrefCut : testing::TestWithParam<int> {
+    // Back to a camera with old flash and a new image.
+    void prepare() const
+    {
+        fill(GetParam(), 'o');
+        ASSERT_EQ(pref_save(GetParam()), 0);
+        old_flash = camera.read(flash);
+        fill(GetParam(), 'n');
+    }
+
+    // What the camera finds when it is on again: an image like the flash, and nothing left over.
+    void check_next_start(const std::string &found) const
+    {
+        EXPECT_EQ(pref_load(GetParam(), 0), 0);
+        EXPECT_TRUE(image_text(GetParam()) == found);
+        virt::release_partitions();
+        camera.remove("/virtual/pref/" + name + ".image");
+        EXPECT_TRUE(image_text(GetParam()) == found);
+        EXPECT_EQ(files_of(camera), Texts{name + ".flash"});
+    }
+
+    test::Camera camera;
+    const std::string name = virt::partition(GetParam())->name;
+    const std::string flash = "/virtual/pref/" + name + ".flash";
+    mutable std::string old_flash;
+};
+
+// Counts up until a run gets to its end; each call is cut once ahead of its work and once behind.
+TEST_P(PrefCut, AnywhereInASaveLeavesTheOldFlashOrTheNew)
+{
+    int old_ones = 0, new_ones = 0, status = -1;
+    for (int count = 1; !WIFEXITED(status); count++) {
+        ASSERT_NO_FATAL_FAILURE(prepare());
+        status = cut(traced_save(GetParam()), count);
+        if (WIFEXITED(status) && WEXITSTATUS(status) == 99)
+            GTEST_SKIP() << "no process may be traced here";
+        const std::string found = camera.read(flash);
+        const bool is_new = is_filled(found, GetParam(), 'n');
+        ASSERT_TRUE(is_new || found == old_flash) << "cut " << count;
+        (is_new ? new_ones : old_ones)++;
+        check_next_start(found);
+    }
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_GT(old_ones, 10);
+    EXPECT_GT(new_ones, 5);
+}
+
+INSTANTIATE_TEST_SUITE_P(EachPartition, PrefCut, testing::Range(4, 10), [](const auto &number) {
+    return std::string(virt::partition(number.param)->name);
+});
+
+// Files of this process cannot grow beyond `bytes`: the flash is full there.
+struct FullAt {
+    explicit FullAt(rlim_t bytes)
+    {
+        getrlimit(RLIMIT_FSIZE, &before);
+        rlimit now = {bytes, before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &now);
+        handler = signal(SIGXFSZ, SIG_IGN);
+    }
+    ~FullAt()
+    {
+        setrlimit(RLIMIT_FSIZE, &before);
+        signal(SIGXFSZ, handler);
+    }
+    rlimit before = {};
+    void (*handler)(int) = nullptr;
+};
+
+struct PrefFull : testing::TestWithParam<int> {
+    PrefFull()
+    {
+        fill(GetParam(), 'o');
+        EXPECT_EQ(pref_save(GetParam()), 0);
+        fill(GetParam(), 'n');
+    }
+    ~PrefFull() override { test::wrap_clear(); }
+
+    void check_failed_save(int result) const
+    {
+        EXPECT_LT(result, 0);
+        EXPECT_TRUE(is_filled(camera.read("/virtual/pref/" + name + ".flash"), GetParam(), 'o'));
+        EXPECT_TRUE(is_filled(image_text(GetParam()), GetParam(), 'n'));
+        EXPECT_EQ(files_of(camera), Texts{name + ".flash"});
+        EXPECT_EQ(pref_save(GetParam()), 0); // there is room again
+        EXPECT_TRUE(is_filled(camera.read("/virtual/pref/" + name + ".flash"), GetParam(), 'n'));
+    }
+
+    test::Camera camera;
+    const std::string name = virt::partition(GetParam())->name;
+};
+
+TEST_P(PrefFull, ASaveThatDoesNotFitLeavesTheOldFlash)
+{
+    int result = 0;
+    {
+        FullAt limit(PREF_HEADER_SIZE + virt::partition(GetParam())->size - 1);
+        result = pref_save(GetParam());
+    }
+    check_failed_save(result);
+}
+
+TEST_P(PrefFull, ASaveThatFitsNothingLeavesTheOldFlash)
+{
+    int result = 0;
+    {
+        FullAt limit(0);
+        result = pref_save(GetParam());
+    }
+    check_failed_save(result);
+}
+
+TEST_P(PrefFull, ASaveThatIsFullOnlyWhenSyncedLeavesTheOldFlash)
+{
+    test::wrap_fail("fsync", -1, ENOSPC);
+    check_failed_save(pref_save(GetParam()));
+}
+
+TEST_P(PrefFull, ASaveThatCannotTakeTheFlashsNameLeavesTheOldFlash)
+{
+    test::wrap_fail("rename", -1, ENOSPC);
+    check_failed_save(pref_save(GetParam()));
+}
+
+TEST_P(PrefFull, ABackupThatDoesNotFitLeavesTheOldFile)
+{
+    camera.write("/sdcard/backup/a.bin", "before");
+    int result = 0;
+    {
+        FullAt limit(PREF_HEADER_SIZE);
+        result = pref_save_to_file(GetParam(), "/sdcard/backup/a.bin");
+    }
+    EXPECT_LT(result, 0);
+    EXPECT_EQ(camera.read("/sdcard/backup/a.bin"), "before");
+    const std::filesystem::directory_iterator files(camera.path("/sdcard/backup"));
+    EXPECT_EQ(std::distance(begin(files), end(files)), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(EachPartition, PrefFull, testing::Range(4, 10), [](const auto &number) {
+    return std::string(virt::partition(number.param)->name);
+});
 
 TEST(Pref, CallsAreRecordedAndCanFail)
 {
