@@ -241,12 +241,6 @@ int save(int number)
     return lock ? write_image(number, image, partition_file(number, "flash"), true) : -1;
 }
 
-int save_to(int number, const char *path)
-{
-    const char *image = path ? image_of(number) : nullptr;
-    return image ? write_image(number, image, virt::path(path), false) : -1;
-}
-
 // On a camera too a file's folder must be there: without a card there is no /sdcard.
 int save_to(int number, const char *path)
 {
@@ -256,7 +250,8 @@ int save_to(int number, const char *path)
     std::error_code error;
     if (!std::filesystem::is_directory(std::filesystem::path(place).parent_path(), error))
         return -1;
-    return save(number, place, false);
+    const char *image = image_of(number);
+    return image ? write_image(number, image, place, false) : -1;
 }
 
 int load_from(int number, const char *path)
@@ -336,7 +331,7 @@ char *partition_image(int number)
 
 bool save_partition(int number)
 {
-    return partition(number) && save(number, partition_file(number, "flash"), true) == 0;
+    return save(number) == 0;
 }
 
 void release_partitions()
