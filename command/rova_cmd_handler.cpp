@@ -190,6 +190,8 @@ static constexpr std::array<rova_cmd_entry, 0> system_table{};
 
 static constexpr rova_cmd_entry factory_table[] = {
     // clang-format off
+    {"proc_mark",   rova_cmd_proc_mark},
+    {"step_label",  rova_cmd_step_label},
     {"osd",         rova_cmd_osd},
     {"create_file", rova_cmd_create_file},
     {"file",        rova_cmd_file},

@@ -86,7 +86,9 @@ TEST_P(CommandFamily, IsFoundInItsTable)
 }
 
 INSTANTIATE_TEST_SUITE_P(Factory, CommandFamily,
-                         testing::Values(Family{"factory", "osd", rova_cmd_osd},
+                         testing::Values(Family{"factory", "proc_mark", rova_cmd_proc_mark},
+                                         Family{"factory", "step_label", rova_cmd_step_label},
+                                         Family{"factory", "osd", rova_cmd_osd},
                                          Family{"factory", "create_file", rova_cmd_create_file},
                                          Family{"factory", "file", rova_cmd_file},
                                          Family{"factory", "delay", rova_cmd_delay},
