@@ -73,6 +73,9 @@ int sys_system(const char *command)
 {
     const pid_t child = fork();
     if (child == 0) {
+        const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
+        if (nothing > STDIN_FILENO)
+            dup2(nothing, STDIN_FILENO);
         execl("/bin/sh", "sh", "-c", command, static_cast<char *>(nullptr));
         _exit(127);
     }
@@ -133,4 +136,11 @@ void sys_deadline(unsigned int milliseconds, struct timespec *deadline)
         deadline->tv_sec++;
         deadline->tv_nsec -= second;
     }
+}
+
+void sys_deadline_seconds(unsigned int seconds, struct timespec *deadline)
+{
+    clock_gettime(CLOCK_REALTIME, deadline);
+    deadline->tv_sec += seconds;
+    deadline->tv_nsec = 0;
 }

@@ -124,6 +124,18 @@ useconds_t real_microseconds(useconds_t microseconds)
     return static_cast<useconds_t>(std::min(real, static_cast<double>(UINT_MAX)));
 }
 
+void add_camera_time(timespec *time, double nanoseconds)
+{
+    constexpr long billion = 1000000000;
+    auto wait = static_cast<long long>(nanoseconds / camera_speed());
+    time->tv_sec += static_cast<time_t>(wait / billion);
+    time->tv_nsec += static_cast<long>(wait % billion);
+    if (time->tv_nsec >= billion) {
+        time->tv_sec++;
+        time->tv_nsec -= billion;
+    }
+}
+
 std::optional<long> sleep_fault()
 {
     int state = 0;
@@ -317,13 +329,13 @@ time_t sys_time(time_t *out)
 
 void sys_deadline(unsigned int milliseconds, struct timespec *deadline)
 {
-    constexpr long billion = 1000000000;
     clock_gettime(CLOCK_REALTIME, deadline);
-    auto wait = static_cast<long long>(milliseconds * 1e6 / camera_speed());
-    deadline->tv_sec += static_cast<time_t>(wait / billion);
-    deadline->tv_nsec += static_cast<long>(wait % billion);
-    if (deadline->tv_nsec >= billion) {
-        deadline->tv_sec++;
-        deadline->tv_nsec -= billion;
-    }
+    add_camera_time(deadline, milliseconds * 1e6);
+}
+
+// Cutting the scaled deadline to full seconds would leave nothing of a short wait.
+void sys_deadline_seconds(unsigned int seconds, struct timespec *deadline)
+{
+    clock_gettime(CLOCK_REALTIME, deadline);
+    add_camera_time(deadline, seconds * 1e9 - static_cast<double>(deadline->tv_nsec));
 }

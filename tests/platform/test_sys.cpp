@@ -223,6 +223,41 @@ TEST(SysTime, SleepsAndDeadlinesRunAtTheCamerasSpeed)
     EXPECT_LT(deadline.tv_nsec, 1000000000);
 }
 
+// Real seconds until the deadline, counted from before it was asked for.
+static double wait_until(unsigned int seconds, timespec *deadline)
+{
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    sys_deadline_seconds(seconds, deadline);
+    return static_cast<double>(deadline->tv_sec - now.tv_sec) +
+           static_cast<double>(deadline->tv_nsec - now.tv_nsec) / 1e9;
+}
+
+TEST(SysTime, ADeadlineInSecondsFallsOnAFullSecond)
+{
+    test::Camera camera;
+    timespec deadline = {};
+    double wait = wait_until(360, &deadline);
+    EXPECT_EQ(deadline.tv_nsec, 0);
+    EXPECT_GT(wait, 359);
+    EXPECT_LT(wait, 380);
+}
+
+TEST(SysTime, ADeadlineInSecondsLeavesAWaitAtAnySpeed)
+{
+    test::Camera camera;
+    timespec deadline = {};
+    for (double speed : {100.0, 1000.0}) {
+        camera.speed(speed);
+        double wait = wait_until(60, &deadline);
+        EXPECT_GT(wait, 59 / speed);
+        EXPECT_LT(wait, 20);
+        EXPECT_LT(deadline.tv_nsec, 1000000000);
+    }
+    camera.speed(0.5);
+    EXPECT_GT(wait_until(60, &deadline), 118);
+}
+
 TEST(SysTime, ASleepIsAtLeastAsLongAsAsked)
 {
     test::Camera camera;
