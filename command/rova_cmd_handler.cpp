@@ -192,6 +192,7 @@ static constexpr rova_cmd_entry factory_table[] = {
     // clang-format off
     {"proc_mark",   rova_cmd_proc_mark},
     {"step_label",  rova_cmd_step_label},
+    {"adj_data",    rova_cmd_adj_data},
     {"osd",         rova_cmd_osd},
     {"create_file", rova_cmd_create_file},
     {"file",        rova_cmd_file},

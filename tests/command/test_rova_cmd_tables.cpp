@@ -88,6 +88,7 @@ TEST_P(CommandFamily, IsFoundInItsTable)
 INSTANTIATE_TEST_SUITE_P(Factory, CommandFamily,
                          testing::Values(Family{"factory", "proc_mark", rova_cmd_proc_mark},
                                          Family{"factory", "step_label", rova_cmd_step_label},
+                                         Family{"factory", "adj_data", rova_cmd_adj_data},
                                          Family{"factory", "osd", rova_cmd_osd},
                                          Family{"factory", "create_file", rova_cmd_create_file},
                                          Family{"factory", "file", rova_cmd_file},
