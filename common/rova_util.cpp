@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cctype>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -317,8 +318,10 @@ static bool file_ends_before(int fd, off_t end)
 int rova_mmap_region(int fd, off_t offset, std::size_t length, void **mapped_addr, void **map_base)
 {
     *map_base = MAP_FAILED;
-    if (file_ends_before(fd, offset + static_cast<off_t>(length)))
+    if (file_ends_before(fd, offset + static_cast<off_t>(length))) {
+        errno = ENXIO;
         return -1;
+    }
     off_t in_page = offset % PAGE_SIZE_BYTES;
     void *base = mmap(nullptr, length + static_cast<std::size_t>(in_page), PROT_READ | PROT_WRITE,
                       MAP_SHARED, fd, offset - in_page);

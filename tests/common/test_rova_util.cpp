@@ -467,6 +467,7 @@ TEST_F(Util, ARegionThatReachesBehindTheEndOfTheFileIsRefused)
     void *mapped = nullptr;
     void *base = nullptr;
     EXPECT_EQ(rova_mmap_region(fd, 4096, 101, &mapped, &base), -1);
+    EXPECT_EQ(errno, ENXIO);
     EXPECT_EQ(mapped, nullptr);
     ASSERT_EQ(rova_mmap_region(fd, 4096, 100, &mapped, &base), 0);
     EXPECT_EQ(static_cast<char *>(mapped)[99], 'm');
