@@ -204,6 +204,71 @@ TEST(VcamCard, InsertWithoutACardInTheDrawerGivesANewOne)
     EXPECT_TRUE(camera.exists("/sdcard"));
 }
 
+namespace
+{
+
+// Where a process stands that was started in the card's folder.
+class OnTheCard
+{
+public:
+    explicit OnTheCard(const test::Camera &camera)
+        : process_({"env", "-C", camera.path("/sdcard"), "sleep", "1000"})
+    {
+        EXPECT_TRUE(test::wait_for([&] { return place() == camera.path("/sdcard"); }));
+    }
+    std::filesystem::path place() const
+    {
+        return std::filesystem::read_symlink("/proc/" + std::to_string(process_.pid()) + "/cwd");
+    }
+
+private:
+    test::Process process_;
+};
+
+} // namespace
+
+TEST(VcamCard, WhoStandsOnTheCardStandsInAnEmptyFolderWhileItIsOut)
+{
+    const test::Camera camera;
+    camera.write("/sdcard/memory/private/data", "of the card");
+    const OnTheCard daemon(camera);
+    ASSERT_TRUE(succeeded(vcam({"card", "remove"})));
+    EXPECT_EQ(camera.read("/virtual/card/memory/private/data"), "of the card");
+    EXPECT_EQ(daemon.place(), camera.path("/virtual/slot"));
+    EXPECT_TRUE(std::filesystem::is_empty(daemon.place()));
+    ASSERT_TRUE(succeeded(vcam({"card", "insert"})));
+    EXPECT_EQ(daemon.place(), camera.path("/sdcard"));
+    EXPECT_EQ(camera.read("/sdcard/memory/private/data"), "of the card");
+    EXPECT_FALSE(camera.exists("/virtual/card"));
+    EXPECT_FALSE(camera.exists("/virtual/slot"));
+}
+
+TEST(VcamCard, WhoStoodOnOneCardStandsOnTheNext)
+{
+    const test::Camera camera;
+    camera.write("/sdcard/old", "");
+    const OnTheCard daemon(camera);
+    ASSERT_TRUE(succeeded(vcam({"card", "remove"})));
+    std::filesystem::rename(camera.path("/virtual/card"), camera.path("/carried-away"));
+    ASSERT_TRUE(succeeded(vcam({"card", "insert"})));
+    EXPECT_EQ(daemon.place(), camera.path("/sdcard"));
+    EXPECT_TRUE(std::filesystem::is_empty(camera.path("/sdcard")));
+    EXPECT_TRUE(camera.exists("/carried-away/old"));
+}
+
+TEST(VcamCard, AFolderElsewhereMayBeTheCard)
+{
+    const test::Camera camera;
+    camera.write("/tmp/stick/photo.jpg", "jpeg");
+    camera.remove("/sdcard");
+    std::filesystem::create_symlink(camera.path("/tmp/stick"), camera.path("/sdcard"));
+    ASSERT_TRUE(succeeded(vcam({"card", "remove"})));
+    EXPECT_FALSE(camera.exists("/sdcard"));
+    ASSERT_TRUE(succeeded(vcam({"card", "insert"})));
+    EXPECT_EQ(camera.read("/sdcard/photo.jpg"), "jpeg");
+    EXPECT_TRUE(camera.exists("/tmp/stick/photo.jpg"));
+}
+
 TEST(VcamCard, OtherActionsAreRefused)
 {
     const test::Camera camera;

@@ -3,28 +3,58 @@
 #include "tools/vcam/camera.h"
 #include "tools/vcam/verb.h"
 
+#include <vector>
+
 namespace vcam
 {
 namespace
 {
 
-void insert_card(const fs::path &slot, const fs::path &drawer)
+// Programs of the camera may stand in the card's folder.  That folder stays the camera's: a card is
+// what lies in it, so they stand in an empty folder while the card is out and on the next card
+// then, never in a card that lies somewhere else.  A card that is a link to a folder goes in and
+// out as such.
+struct card_places {
+    fs::path slot;        // with a card in
+    fs::path closed_slot; // the same folder without one
+    fs::path drawer;      // the card that is out
+};
+
+void move_contents(const fs::path &from, const fs::path &to)
 {
-    if (fs::exists(slot))
-        throw failure("a card is inserted already");
-    if (fs::exists(drawer))
-        fs::rename(drawer, slot);
-    else
-        fs::create_directory(slot);
+    std::vector<fs::path> names; // listed before the first of them goes
+    for (const fs::directory_entry &entry : fs::directory_iterator(from))
+        names.push_back(entry.path().filename());
+    for (const fs::path &name : names)
+        fs::rename(from / name, to / name);
 }
 
-void remove_card(const fs::path &slot, const fs::path &drawer)
+void insert_card(const card_places &at)
 {
-    if (!fs::exists(slot))
+    if (fs::exists(at.slot))
+        throw failure("a card is inserted already");
+    if (fs::is_symlink(at.drawer))
+        return fs::rename(at.drawer, at.slot);
+    fs::create_directory(at.closed_slot);
+    if (fs::exists(at.drawer)) {
+        move_contents(at.drawer, at.closed_slot);
+        fs::remove(at.drawer);
+    }
+    fs::rename(at.closed_slot, at.slot);
+}
+
+void remove_card(const card_places &at)
+{
+    if (!fs::exists(at.slot))
         throw failure("no card is inserted");
-    if (fs::exists(drawer))
-        throw failure("'" + drawer.string() + "' holds a card already");
-    fs::rename(slot, drawer);
+    if (fs::exists(at.drawer))
+        throw failure("'" + at.drawer.string() + "' holds a card already");
+    if (fs::is_symlink(at.slot))
+        return fs::rename(at.slot, at.drawer);
+    fs::remove(at.closed_slot); // fails with something in it
+    fs::create_directory(at.drawer);
+    fs::rename(at.slot, at.closed_slot); // gone at once for all who look
+    move_contents(at.closed_slot, at.drawer);
 }
 
 } // namespace
@@ -36,12 +66,11 @@ int verb_card(const invocation &in, CLI::App &app)
         ->required()
         ->check(CLI::IsMember({"insert", "remove"}));
     in.open(app);
-    const fs::path slot = on_pc("/sdcard");
-    const fs::path drawer = virt::file("card");
+    const card_places at = {on_pc("/sdcard"), virt::file("slot"), virt::file("card")};
     if (what == "insert")
-        insert_card(slot, drawer);
+        insert_card(at);
     else
-        remove_card(slot, drawer);
+        remove_card(at);
     return OK;
 }
 
