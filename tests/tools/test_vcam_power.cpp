@@ -3,12 +3,17 @@
 
 #include "tests/tools/tool.h"
 
+#include "common/rova_adjdata_backup.h"
+#include "common/rova_cmd_data.h"
+#include "platform/pref.h"
 #include "platform/sys.h"
 #include "platform/virtual/keys.h"
+#include "platform/virtual/pref.h"
 
 #include <filesystem>
 #include <sys/msg.h>
 #include <thread>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 using tool::failed;
@@ -60,12 +65,48 @@ TEST(VcamStart, GivesTheDaemonItsOptionsAndSurroundings)
     vcam({"-C", camera.path("/tmp/.."), "start", "--rovad", rovad, "--", "--card", "/tmp/x.adj"});
     const std::string root = camera.root();
     const std::string seen = camera.read("/tmp/seen");
-    const std::string head = "--card\n/tmp/x.adj\n" + root + "\n" + root + "\n" + root +
+    const std::string head = "--card\n/tmp/x.adj\n" + root + "/sdcard\n" + root + "\n" + root +
                              "/virtual/home\n" + root + "/virtual/run\n700\n700\n";
     EXPECT_TRUE(seen.starts_with(head)) << seen;
     const std::size_t session_end = seen.find('\n', head.size());
     const std::string session = seen.substr(head.size(), session_end - head.size());
     EXPECT_EQ(seen.substr(session_end + 1), session + "\n/dev/null\n") << "leads its session";
+}
+
+TEST(VcamStart, WithoutACardTheDaemonStandsInTheCamerasRoot)
+{
+    const test::Camera camera;
+    camera.remove("/sdcard");
+    vcam({"start", "--rovad", program(camera, "pwd >\"$ROVA_SYSROOT/tmp/seen\"\n")});
+    EXPECT_EQ(camera.read("/tmp/seen"), camera.root().string() + "\n");
+}
+
+// As rovad does when it is told "adj_data restore all".
+TEST(VcamStart, ADaemonRestoresTheAdjustmentDataOfTheCard)
+{
+    if (access("/usr/bin/zip", X_OK) != 0 || access("/usr/bin/unzip", X_OK) != 0)
+        GTEST_SKIP() << "zip is not installed";
+    const test::Camera camera;
+    pref_set_long(4, 0, 77);
+    ASSERT_EQ(rova_backup_adjdata_part_all(ROVA_CMD_CARD), 1);
+    pref_set_long(4, 0, 1);
+    EXPECT_TRUE(succeeded(vcam({"start", "--rovad", RESTORE_PROGRAM})));
+    EXPECT_TRUE(test::wait_for([&] { return camera.exists("/tmp/result"); }));
+    EXPECT_EQ(camera.read("/tmp/result"), "1\n");
+    virt::release_partitions(); // the power was off meanwhile: there are new images
+    EXPECT_EQ(pref_get_long(4, 0), 77);
+}
+
+TEST(VcamStart, ADaemonIsNotAskedForAnArchivesPassword)
+{
+    if (access("/usr/bin/zip", X_OK) != 0 || access("/usr/bin/unzip", X_OK) != 0)
+        GTEST_SKIP() << "zip is not installed";
+    const test::Camera camera;
+    camera.write("/tmp/backup/adj_sys.bin", "secret");
+    ASSERT_EQ(sys_system("zip -q -P secret -r /sdcard/pref.zip /tmp/backup"), 0);
+    EXPECT_TRUE(succeeded(vcam({"start", "--rovad", RESTORE_PROGRAM})));
+    EXPECT_TRUE(test::wait_for([&] { return camera.exists("/tmp/result"); }));
+    EXPECT_EQ(camera.read("/tmp/result"), "0\n");
 }
 
 TEST(VcamStart, RefusesASecondDaemonButNotThatOfAnotherCamera)

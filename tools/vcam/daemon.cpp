@@ -86,8 +86,17 @@ std::uintmax_t size_of(const fs::path &path)
     return error ? 0 : size;
 }
 
+// The camera's boot starts the daemon on the card, where programs that it starts unpack archives.
+fs::path working_directory()
+{
+    const fs::path card = on_pc("/sdcard");
+    std::error_code error;
+    return fs::is_directory(card, error) ? card : camera_root();
+}
+
 // Child of the fork: only plain system calls.
-[[noreturn]] void become_daemon(const char *program, const char *output, char *const argv[])
+[[noreturn]] void become_daemon(const char *program, const char *folder, const char *output,
+                                char *const argv[])
 {
     sigset_t none;
     sigemptyset(&none);
@@ -96,7 +105,7 @@ std::uintmax_t size_of(const fs::path &path)
     const int in = open("/dev/null", O_RDONLY);
     const int out = open(output, O_WRONLY | O_CREAT | O_APPEND, 0644);
     if (in < 0 || out < 0 || dup2(in, 0) < 0 || dup2(out, 1) < 0 || dup2(out, 2) < 0 ||
-        chdir(camera_root().c_str()) != 0)
+        chdir(folder) != 0)
         _exit(127);
     closefrom(3);
     execv(program, argv);
@@ -106,7 +115,7 @@ std::uintmax_t size_of(const fs::path &path)
 
 pid_t launch(const fs::path &program, const std::vector<std::string> &options)
 {
-    const std::string output = virt::file(OUTPUT);
+    const std::string output = virt::file(OUTPUT), folder = working_directory();
     setenv("HOME", private_folder("home").c_str(), 1);
     setenv("XDG_RUNTIME_DIR", private_folder("run").c_str(), 1);
     std::vector<char *> argv = {const_cast<char *>(DAEMON)};
@@ -115,7 +124,7 @@ pid_t launch(const fs::path &program, const std::vector<std::string> &options)
     argv.push_back(nullptr);
     const pid_t pid = fork();
     if (pid == 0)
-        become_daemon(program.c_str(), output.c_str(), argv.data());
+        become_daemon(program.c_str(), folder.c_str(), output.c_str(), argv.data());
     if (pid < 0)
         throw failure("no process for rovad");
     return pid;
