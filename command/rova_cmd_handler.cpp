@@ -190,16 +190,18 @@ static constexpr std::array<rova_cmd_entry, 0> system_table{};
 
 static constexpr rova_cmd_entry factory_table[] = {
     // clang-format off
-    {"proc_mark",   rova_cmd_proc_mark},
-    {"step_label",  rova_cmd_step_label},
-    {"adj_data",    rova_cmd_adj_data},
-    {"osd",         rova_cmd_osd},
-    {"create_file", rova_cmd_create_file},
-    {"file",        rova_cmd_file},
-    {"delay",       rova_cmd_delay},
-    {"lcd",         rova_cmd_lcd},
-    {"control",     rova_cmd_control},
-    {"gpio",        rova_cmd_gpio},
+    {"proc_mark",        rova_cmd_proc_mark},
+    {"step_label",       rova_cmd_step_label},
+    {"adj_data",         rova_cmd_adj_data},
+    {"osd",              rova_cmd_osd},
+    {"serial_number",    rova_cmd_serial_number},
+    {"shipment_country", rova_cmd_shipment_country},
+    {"create_file",      rova_cmd_create_file},
+    {"file",             rova_cmd_file},
+    {"delay",            rova_cmd_delay},
+    {"lcd",              rova_cmd_lcd},
+    {"control",          rova_cmd_control},
+    {"gpio",             rova_cmd_gpio},
     // clang-format on
 };
 

@@ -75,10 +75,10 @@ TEST(ShipmentInfo, HoldsTheRowsOfThePage)
 
 TEST(ShipmentInfo, RowIsPackedInTheOrderOfItsFields)
 {
-    EXPECT_EQ(bytes_of(120), text("\7\0\0\0\3\0\13\0TW\0\0\0\5\0\0\0\0\0\0"));
-    EXPECT_EQ(bytes_of(21), text("\6\0\1\0\2\0\15\0CN\2\0\0\3\0\0\0\1\0\0"));
+    EXPECT_EQ(bytes_of(120), text("\7\0\0\0\3\0\13\0TW\0\0\0\5\0\0\0\0\0\0\0"));
+    EXPECT_EQ(bytes_of(21), text("\6\0\1\0\2\0\15\0CN\2\0\0\3\0\0\0\1\0\0\0"));
     EXPECT_EQ(bytes_of(0), text("\0\0\377\0\0\0\15\000"
-                                "00\0\0\0\1\0\0\0\0\0\0"));
+                                "00\0\0\0\1\0\0\0\0\0\0\0"));
 }
 
 TEST(ShipmentInfo, FirstAndLastCountryHaveRows)
