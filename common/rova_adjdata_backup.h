@@ -13,5 +13,6 @@ int rova_restore_adjdata_part(const char *name);
 // All six to "/tmp/pref.zip" for a command of the PC, to "/sdcard/pref.zip" for any other.
 int rova_backup_adjdata_part_all(uint32_t cmd_type);
 // From "/sdcard/pref.zip", saving each partition in turn.  Those restored before a failure stay
-// restored.  Needs "/sdcard" as the daemon's working directory, where the archive is unpacked.
+// restored.  Needs "/sdcard" as the daemon's working directory, where the archive is unpacked; files
+// that an earlier restore left there are removed first.
 int rova_restore_adjdata_part_all();

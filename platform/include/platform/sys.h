@@ -44,8 +44,8 @@ void sys_sync(void);
  * but for two things.  The process's signals are left alone: system() ignores SIGINT and SIGQUIT
  * meanwhile and puts back what it found, so that a handler which another thread installs in between
  * is lost.  And its standard input is empty: a program that asks a question would wait for a person
- * who is not there, or at a terminal for one who looks elsewhere.  `file`
- * of sys_execvp is looked up below the camera's root, argv is passed on as it stands. */
+ * who is not there, or at a terminal for one who looks elsewhere.  `file` of sys_execvp is looked
+ * up below the camera's root, argv is passed on as it stands. */
 int sys_system(const char *command);
 int sys_execvp(const char *file, char *const argv[]);
 
