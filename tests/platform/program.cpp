@@ -3,6 +3,7 @@
 #include "platform/pref.h"
 #include "platform/sys.h"
 #include "platform/vconf.h"
+#include "platform/virtual/pref.h"
 #include "platform/virtual/root.h"
 #include "platform/virtual/values.h"
 
@@ -89,6 +90,22 @@ int save(char **args)
     }
 }
 
+// keep PARTITION KEY COUNT: 1, 2, 3 ... COUNT at KEY, each saved and then found in the flash
+int keep(char **args)
+{
+    int partition = std::atoi(args[0]), key = std::atoi(args[1]), count = std::atoi(args[2]);
+    for (int32_t value = 1; value <= count; value++) {
+        if (pref_set_long(partition, key, value) != 0 || pref_save(partition) != 0)
+            return 1;
+        const std::string flash = virt::read_file(virt::partition_file(partition, "flash"));
+        const std::size_t at = PREF_HEADER_SIZE + static_cast<std::size_t>(key);
+        if (flash.size() < at + sizeof(value) ||
+            std::memcmp(flash.data() + at, &value, sizeof(value)) != 0)
+            return 3;
+    }
+    return 0;
+}
+
 int key_of(char **args)
 {
     std::printf("%d\n", sys_ftok(args[0], 1));
@@ -119,9 +136,9 @@ constexpr struct {
     const char *name;
     int (*run)(char **args);
 } words[] = {
-    {"set", set},         {"flip", flip}, {"echo", serve_echo},       {"read", read_values},
-    {"number", number},   {"save", save}, {"ftok", key_of},           {"execute", execute},
-    {"command", command}, {"get", get},   {"properties", properties},
+    {"set", set},         {"flip", flip},       {"echo", serve_echo}, {"read", read_values},
+    {"number", number},   {"save", save},       {"keep", keep},       {"ftok", key_of},
+    {"execute", execute}, {"command", command}, {"get", get},         {"properties", properties},
 };
 
 } // namespace
