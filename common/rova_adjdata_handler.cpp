@@ -33,6 +33,31 @@ uint8_t *item_address(void *image, uint64_t id)
     return static_cast<uint8_t *>(image) + PREF_HEADER_SIZE + static_cast<uint32_t>(id);
 }
 
+// The row of an item that `size` bytes may be written to, or NULL with the reason in both logs.
+const adjdata_info *row_to_set(uint64_t id, uint32_t size)
+{
+    const adjdata_info *info = rova_get_adjdata_info(id);
+    if (info == nullptr) {
+        ROVA_LOG_ERR("adjdata_info is NULL (id=0x%" PRIx64 ") \n", id);
+        rova_log_raw(", adjdata_info is NULL, NG \n");
+        return nullptr;
+    }
+    info = rova_find_adjdata_row(info, id);
+    if (info == nullptr) {
+        ROVA_LOG_ERR("Not found on adjdata_info (id=0x%" PRIx64 ") \n", id);
+        rova_log_raw(", Not found on adjdata_info, NG \n");
+        return nullptr;
+    }
+    if (size != info->size) {
+        const int adj_size = static_cast<int>(info->size);
+        ROVA_LOG_ERR("size is different (id=0x%" PRIx64 ", adj_size=%d, size=%d) \n", id, adj_size,
+                     static_cast<int>(size));
+        rova_log_raw(", size is different (%s, %d), NG \n", info->name, adj_size);
+        return nullptr;
+    }
+    return info;
+}
+
 int load_default(int pref_id)
 {
     if (pref_load(pref_id, 1) >= 0)
@@ -123,7 +148,7 @@ int rova_set_adjdata(uint64_t id, const void *data, uint32_t size, int save)
         ROVA_LOG_ERR("Invalid id (id=0x%" PRIx64 ")\n", id);
         return 0;
     }
-    rova_log("set_adjdata: 0x%" PRIx64 ", size=%" PRIu32 ", save=%d", id, size, save);
+    rova_log("set_adjdata: 0x%" PRIx64 ", size=%d, save=%d", id, static_cast<int>(size), save);
     int pref_id = rova_adjdata_pref_id(id);
     if (pref_id < 0) {
         ROVA_LOG_ERR("pref_id is invalid (id=0x%" PRIx64 ") \n", id);
@@ -136,19 +161,9 @@ int rova_set_adjdata(uint64_t id, const void *data, uint32_t size, int save)
         rova_log_raw(", pref_addr is NULL, NG \n");
         return 0;
     }
-    const adjdata_info *info = rova_get_adjdata_info(id);
-    if (info == nullptr) {
-        ROVA_LOG_ERR("adjdata_info is NULL (id=0x%" PRIx64 ") \n", id);
-        rova_log_raw(", adjdata_info is NULL, NG \n");
+    const adjdata_info *info = row_to_set(id, size);
+    if (info == nullptr)
         return 0;
-    }
-    if (size != info->size) {
-        ROVA_LOG_ERR("size is different (id=0x%" PRIx64 ", adj_size=%" PRIu32 ", size=%" PRIu32
-                     ") \n",
-                     id, info->size, size);
-        rova_log_raw(", size is different (%s, %" PRIu32 "), NG \n", info->name, info->size);
-        return 0;
-    }
     std::memcpy(item_address(image, id), data, size);
     if (save != 0 && pref_save(pref_id) < 0) {
         ROVA_LOG_ERR("pref_save()failed (pref_id=%d) \n", pref_id);

@@ -94,3 +94,11 @@ const adjdata_info *rova_get_adjdata_info(uint64_t id)
                 return row;
     return nullptr;
 }
+
+const adjdata_info *rova_find_adjdata_row(const adjdata_info *row, uint64_t id)
+{
+    for (; std::strcmp(row->name, "end") != 0; row++)
+        if (row->id == id)
+            return row;
+    return nullptr;
+}

@@ -25,3 +25,5 @@ std::span<const adjdata_part> rova_adjdata_parts();
 const adjdata_info *rova_find_adjdata(const char *name);
 // The item's row; NULL for an id that no row has, and, with a line in the platform log, for id 0.
 const adjdata_info *rova_get_adjdata_info(uint64_t id);
+// The row of this exact id from `row` on to its table's "end"; NULL if there is none.
+const adjdata_info *rova_find_adjdata_row(const adjdata_info *row, uint64_t id);
