@@ -28,6 +28,7 @@ constexpr const char *folders[] = {
     "mnt",
     "tmp",
     "opt/share/rova",
+    "opt/storage",
     "var/run/memory/private",
     "dev",
     "sys",
@@ -83,6 +84,7 @@ Camera::Camera() : root_(make_folder())
     for (const char *folder : folders)
         fs::create_directories(root_ / folder);
     fs::create_symlink("../sdcard", root_ / "mnt/mmc");
+    fs::create_symlink("../../sdcard", root_ / "opt/storage/sdcard");
     cameras().push_back(root_);
     select_newest();
 }

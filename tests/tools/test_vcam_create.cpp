@@ -42,6 +42,7 @@ TEST(VcamCreate, MakesTheFoldersLinksAndFilesOfACamera)
          {"sdcard", "tmp", "opt/share/rova", "var/run/memory/private", "usr/bin", "virtual"})
         EXPECT_TRUE(fs::is_directory(dir / folder)) << folder;
     EXPECT_EQ(fs::read_symlink(dir / "mnt/mmc"), "../sdcard");
+    EXPECT_EQ(fs::read_symlink(dir / "opt/storage/sdcard"), "../../sdcard");
     EXPECT_TRUE(fs::exists(dir / "dev/fb0"));
     const std::string base = "/tmp/new/camera/sys/devices/platform/";
     EXPECT_EQ(place.read(base + "m7-keys/key_unmask_on_boot"), "1\n");

@@ -11,7 +11,19 @@ namespace
 {
 
 constexpr const char *FOLDERS[] = {
-    "sdcard", "mnt", "tmp", "opt/share/rova", "var/run/memory/private", "dev", "usr/bin", "virtual",
+    "sdcard", "mnt",     "tmp",     "opt/share/rova", "opt/storage", "var/run/memory/private",
+    "dev",    "usr/bin", "virtual",
+};
+
+// The card's other names.
+struct link_row {
+    const char *path;
+    const char *target;
+};
+
+constexpr link_row CARD_LINKS[] = {
+    {"/mnt/mmc", "../sdcard"},
+    {"/opt/storage/sdcard", "../../sdcard"},
 };
 
 struct file_row {
@@ -128,9 +140,9 @@ void add_folders()
         if (std::string_view(folder) != "sdcard" || !card_is_out())
             fs::create_directories(on_pc(folder));
     }
-    const fs::path link = on_pc("/mnt/mmc");
-    if (!fs::exists(fs::symlink_status(link)))
-        fs::create_directory_symlink("../sdcard", link);
+    for (const link_row &row : CARD_LINKS)
+        if (!fs::exists(fs::symlink_status(on_pc(row.path))))
+            fs::create_directory_symlink(row.target, on_pc(row.path));
 }
 
 void add_pictures()
