@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <sstream>
 
 using namespace test;
@@ -452,6 +453,19 @@ TEST_F(AdjDataCommand, BackupOfAllGoesToTheCardForAScriptAndToTmpForThePc)
     EXPECT_THAT(run("adj_data backup all", ROVA_CMD_PTP), EndsWith(PTP_OK));
     EXPECT_TRUE(camera.exists(PC_ARCHIVE));
     EXPECT_FALSE(camera.exists(CARD_ARCHIVE));
+}
+
+TEST_F(AdjDataCommand, RestoreOfAllBringsBackAndSavesWhatABackupOfAllKept)
+{
+    put("CIS_SN", 77);
+    EXPECT_THAT(run("adj_data backup all"), EndsWith(OK));
+    put("CIS_SN", 1);
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(camera.path("/sdcard"));
+    EXPECT_THAT(run("adj_data restore all"), EndsWith(OK));
+    std::filesystem::current_path(before);
+    EXPECT_EQ(number("CIS_SN"), 77);
+    EXPECT_EQ(saves().size(), 6U);
 }
 
 TEST_F(AdjDataCommand, BackupAndRestoreThatFailAreRefused)
