@@ -11,5 +11,5 @@ int rova_show_adjdata(const char *name);
 int rova_show_adjdata_string(const char *name);
 // Sets and saves the item, then shows it.  `size` is the item's.  Items of 1, 2 and 4 bytes take
 // `value`; the bytes of larger ones are read from standard input in hexadecimal, up to the item's
-// size or the input's end.
+// size, the input's end or what is no number, and those not given become 0.
 int rova_store_adjdata(const char *name, uint32_t size, int value);
