@@ -12,6 +12,7 @@
 #include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -496,6 +497,47 @@ TEST(Pref, CallsAreRecordedAndCanFail)
               (Texts{"pref_set_long(0, 4, 1)", "pref_load(4, 1)", "pref_save(4)",
                      "pref_save_to_file(4, \"/a\")", "pref_load_from_file(4, \"/a\")",
                      "pref_save_default_to_file(4, 1)", "pref_set_long(0, 4, 2)"}));
+}
+
+TEST(PrefForTools, AFileIsOfThePartitionWhoseHeaderAndLengthItHas)
+{
+    test::Camera camera;
+    ASSERT_EQ(pref_save_to_file(adj_sys, "/tmp/a.bin"), 0);
+    std::string contents = camera.read("/tmp/a.bin");
+    EXPECT_EQ(virt::partition_of(contents), adj_sys);
+    EXPECT_EQ(virt::partition_of(contents + "x"), -1);
+    EXPECT_EQ(virt::partition_of(contents.substr(1)), -1);
+    EXPECT_EQ(virt::partition_of(""), -1);
+    contents[12] = 5; // another partition's number
+    EXPECT_EQ(virt::partition_of(contents), -1);
+}
+
+TEST(PrefForTools, PowerOnContentsAreFlashElseDefaultsElseZeros)
+{
+    test::Camera camera;
+    EXPECT_EQ(virt::power_on_contents(adj_sys).substr(PREF_HEADER_SIZE), std::string(1169, '\0'));
+    ASSERT_EQ(pref_save_default_to_file(adj_sys, "default", 7), 0);
+    EXPECT_EQ(virt::power_on_contents(adj_sys).substr(PREF_HEADER_SIZE, 7), "default");
+    std::memcpy(data_of(adj_sys), "flashed", 7);
+    EXPECT_EQ(virt::power_on_contents(adj_sys).substr(PREF_HEADER_SIZE, 7), "default");
+    ASSERT_EQ(pref_save(adj_sys), 0);
+    EXPECT_EQ(virt::power_on_contents(adj_sys).substr(PREF_HEADER_SIZE, 7), "flashed");
+    EXPECT_EQ(virt::power_on_contents(10), "");
+}
+
+TEST(PrefForTools, TheImageIsSavedWithoutFaultAndRecord)
+{
+    test::Camera camera;
+    camera.fault("pref_get_addr", "0");
+    camera.fault("pref_save", "-1");
+    char *image = virt::partition_image(adj_sys);
+    ASSERT_NE(image, nullptr);
+    image[PREF_HEADER_SIZE] = 'x';
+    EXPECT_TRUE(virt::save_partition(adj_sys));
+    EXPECT_EQ(virt::power_on_contents(adj_sys)[PREF_HEADER_SIZE], 'x');
+    EXPECT_TRUE(camera.calls().empty());
+    EXPECT_EQ(virt::partition_image(10), nullptr);
+    EXPECT_FALSE(virt::save_partition(10));
 }
 
 } // namespace
