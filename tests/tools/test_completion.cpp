@@ -74,10 +74,26 @@ TEST(Completion, OffersTheKeysAndFilesOfTheCamera)
               (words{"/sys/devices/keycode"}));
 }
 
+TEST(Completion, OffersItemsAndMarksWhereAdjTakesAName)
+{
+    const test::Camera camera;
+    EXPECT_EQ(completions({VCAM_PROGRAM, "adj", "i"}), (words{"import"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "adj", "get", "CIS_S"}), (words{"CIS_SN"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "adj", "get", "CIS_SN", "M"}),
+              (words{"MODE_DIAL", "MOT", "MOVIE", "MIC", "MAC_ADDRESS", "MR"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "adj", "set", "--no-save", "STEP"}),
+              (words{"STEP_LABEL"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "adj", "set", "MR", "M"}), words{});
+    EXPECT_EQ(completions({VCAM_PROGRAM, "adj", "set", "--n"}), (words{"--no-save"}));
+}
+
 TEST(Completion, OffersFilesWhereFilesAreMeant)
 {
     const std::string start = std::string(COMPLETION).substr(0, sizeof(COMPLETION) - 4);
     EXPECT_EQ(completions({VCAM_PROGRAM, "run", start}), (words{COMPLETION}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "adj", "diff", start}), (words{COMPLETION}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "adj", "set", "CS_ADDR", "--file", start}),
+              (words{COMPLETION}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "screen", "--png", start}), (words{COMPLETION}));
 }
 

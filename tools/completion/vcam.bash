@@ -39,7 +39,7 @@ _vcam() {
         mapfile -t COMPREPLY < <(compgen -d -- "$cur")
         return
         ;;
-    --png | --rovad | --data)
+    --png | --rovad | --data | --file)
         compopt -o filenames 2>/dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$cur")
         return
@@ -59,6 +59,11 @@ _vcam() {
     elif [[ $verb == attr ]]; then
         compopt -o nospace 2>/dev/null
         mapfile -t COMPREPLY < <(_vcam_camera_files "$camera" "$cur")
+    elif [[ $verb == adj && ${COMP_WORDS[at + 1]} =~ ^(get|set|list)$ ]]; then
+        # Of "set", the name only: a value is nobody's word.
+        [[ ${COMP_WORDS[at + 1]} == set && $prev != set && $prev != -* ]] && return
+        mapfile -t COMPREPLY < <(compgen -W \
+            "$("$1" -C "$camera" adj list 2>/dev/null | awk '{ print $2 }')" -- "$cur")
     elif [[ $verb == key && $prev != "$verb" ]]; then
         mapfile -t COMPREPLY < <(compgen -W \
             "$("$1" -C "$camera" key list 2>/dev/null | awk '$3 == "=" { print $2 }')" -- "$cur")

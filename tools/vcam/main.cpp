@@ -14,6 +14,8 @@ namespace
 
 // clang-format off
 constexpr verb VERBS[] = {
+    {"adj", "Show, set, compare and copy what the camera has learned on the line",
+     "list 'WIFI_*'\nset SHIPPING_COUNTRY 5\nexport before.zip\ndiff before.zip", verb_adj},
     {"attr", "Read, write or script a file of the camera",
      "get /sys/devices/platform/m7-keys/keycode\n"
      "play /sys/devices/platform/m7-keys/keycode 0 0 28", verb_attr},

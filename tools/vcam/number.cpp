@@ -10,17 +10,35 @@
 namespace vcam
 {
 
-std::optional<int> to_word32(const std::string &text)
+static std::size_t sign_length(const std::string &text)
 {
-    const std::size_t digits = text.starts_with('-') || text.starts_with('+') ? 1 : 0;
+    return text.starts_with('-') || text.starts_with('+') ? 1 : 0;
+}
+
+bool is_hex(const std::string &text)
+{
+    const std::size_t digits = sign_length(text);
+    return text.compare(digits, 2, "0x") == 0 || text.compare(digits, 2, "0X") == 0;
+}
+
+std::optional<long long> to_number(const std::string &text)
+{
+    const std::size_t digits = sign_length(text);
     if (digits == text.size() || std::isdigit(static_cast<unsigned char>(text[digits])) == 0)
         return std::nullopt;
-    const bool hex = text.compare(digits, 2, "0x") == 0 || text.compare(digits, 2, "0X") == 0;
     char *end = nullptr;
-    const long long number = std::strtoll(text.c_str(), &end, hex ? 16 : 10);
-    if (*end != '\0' || number < INT32_MIN || number > UINT32_MAX)
+    const long long number = std::strtoll(text.c_str(), &end, is_hex(text) ? 16 : 10);
+    if (*end != '\0')
         return std::nullopt;
-    return static_cast<int>(static_cast<uint32_t>(number));
+    return number;
+}
+
+std::optional<int> to_word32(const std::string &text)
+{
+    const std::optional<long long> number = to_number(text);
+    if (!number || *number < INT32_MIN || *number > UINT32_MAX)
+        return std::nullopt;
+    return static_cast<int>(static_cast<uint32_t>(*number));
 }
 
 std::string check_seconds(const std::string &text)

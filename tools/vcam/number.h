@@ -7,6 +7,10 @@
 namespace vcam
 {
 
+// Any whole number; nothing when the text is none.  One beyond 64 bits gives the largest of its sign.
+std::optional<long long> to_number(const std::string &text);
+bool is_hex(const std::string &text); // begins with 0x, behind a sign or not
+
 // A 32-bit word: from -2147483648, and up to 4294967295 as its bit pattern.  Nothing, or a failure
 // that names the text, when it is no such number.
 std::optional<int> to_word32(const std::string &text);

@@ -48,6 +48,7 @@ struct verb {
     int (*run)(const invocation &in, CLI::App &app);
 };
 
+int verb_adj(const invocation &in, CLI::App &app);
 int verb_attr(const invocation &in, CLI::App &app);
 int verb_calls(const invocation &in, CLI::App &app);
 int verb_card(const invocation &in, CLI::App &app);
