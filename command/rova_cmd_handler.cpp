@@ -4,6 +4,7 @@
 #include "command/rova_cmd_control_flags.h"
 #include "command/rova_cmd_result.h"
 #include "command/rova_ptp_resp.h"
+#include "command/system/rova_cmd_system.h"
 #include "common/rova_log.h"
 #include "common/rova_sound.h"
 
@@ -186,7 +187,14 @@ void rova_cmd_show_result(uint32_t /*cmd_type*/, const cmd_data *record)
 
 // ------------------------------------------------------------------------- tables
 
-static constexpr std::array<rova_cmd_entry, 0> system_table{};
+static constexpr rova_cmd_entry system_table[] = {
+    // clang-format off
+    {"cis_data",      rova_cmd_cis_data},
+    {"cis_data2",     rova_cmd_cis_data2},
+    {"cis_data_info", rova_cmd_cis_data_info},
+    {"cis_data_file", rova_cmd_cis_data_file},
+    // clang-format on
+};
 
 static constexpr rova_cmd_entry factory_table[] = {
     // clang-format off

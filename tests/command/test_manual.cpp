@@ -66,6 +66,7 @@ TEST_F(Manual, EveryExampleEndsWithOk)
     camera.write("/dev/mem", "");
     std::filesystem::resize_file(camera.path("/dev/mem"), uintmax_t{1} << 32);
     camera.write("/sdcard/gpio_pindump.csv", "x");
+    camera.write("/var/run/memory/private/pmode_shutter_data", "NO= 1\nB\n1 2\n");
     camera.fault("sys_fdatasync", "0"); // hundreds of rows would each wait for the PC's disk
 
     std::vector<std::string> examples = command_lines(".Dl");

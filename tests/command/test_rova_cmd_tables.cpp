@@ -1,5 +1,6 @@
 #include "command/factory/rova_cmd_factory.h"
 #include "command/rova_cmd_handler.h"
+#include "command/system/rova_cmd_system.h"
 
 #include <gtest/gtest.h>
 
@@ -84,6 +85,13 @@ TEST_P(CommandFamily, IsFoundInItsTable)
         EXPECT_EQ(row != nullptr ? row->handler : nullptr, is_here ? family.handler : nullptr);
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(System, CommandFamily,
+                         testing::Values(Family{"system", "cis_data", rova_cmd_cis_data},
+                                         Family{"system", "cis_data2", rova_cmd_cis_data2},
+                                         Family{"system", "cis_data_info", rova_cmd_cis_data_info},
+                                         Family{"system", "cis_data_file", rova_cmd_cis_data_file}),
+                         [](const auto &row) { return std::string(row.param.word); });
 
 INSTANTIATE_TEST_SUITE_P(Factory, CommandFamily,
                          testing::Values(Family{"factory", "proc_mark", rova_cmd_proc_mark},

@@ -99,6 +99,19 @@ TEST(PcRequest, APredefinedCommandTakesTheParametersOfTheLineBeforeIt)
     EXPECT_EQ(line.trace().at(3), "cmd[0002]: <ptp2> paf2 string 1 kept | 1 -2 3 4");
 }
 
+TEST(PcRequest, APredefinedCommandIsGivenTheDataThatWasSentAheadOfIt)
+{
+    Line line;
+    line.start();
+    EXPECT_EQ(line.vcam({"pc", "--number", "0x10021000"}).status, 1) << "no data yet";
+    line.write("/tmp/dots", "NO= 258\nB\n1 2\n");
+    const std::string data = line.path("/tmp/dots");
+    EXPECT_EQ(line.vcam({"pc", "--number", "0x10021000", "--data", data}).status, 0);
+    EXPECT_EQ(line.read("/opt/share/rova/CIS_DOT.bin"), std::string("\1\0\2\0", 4));
+    const std::string sensor = line.read("/virtual/pref/adj_cap.flash");
+    EXPECT_EQ(sensor.substr(512, 4), std::string("\2\1\0\0", 4)) << "the serial number";
+}
+
 TEST(PcRequest, TenThousandLinesAreAllRunInOrder)
 {
     Line line;
