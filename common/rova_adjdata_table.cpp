@@ -10,7 +10,7 @@ namespace
 {
 
 // clang-format off
-#define ROVA_ADJ_ROW(part, item, bytes) {.name = #item, .id = ADJ_ID_##item, .size = bytes},
+#define ROVA_ADJ_ROW(part, item, bytes) {.name = #item, .id = ADJ_ID_##item, .size = (bytes)},
 #define ROVA_ADJ_END {.name = "end", .id = 0, .size = 0}
 constexpr adjdata_info rova_adjdata_sys_info[] = {ROVA_ADJ_SYS_ITEMS(ROVA_ADJ_ROW, adj_sys) ROVA_ADJ_END};
 constexpr adjdata_info rova_adjdata_cap_info[] = {ROVA_ADJ_CAP_ITEMS(ROVA_ADJ_ROW, adj_cap) ROVA_ADJ_END};
