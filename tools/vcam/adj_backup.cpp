@@ -189,7 +189,7 @@ partition_map from_archive(const fs::path &source)
 
 partition_map from_camera(const fs::path &source)
 {
-    const fs::path own = camera_root();
+    const std::string own = camera_root(); // which changes with the next line
     open_camera(source);
     partition_map partitions = camera_partitions();
     open_camera(own);

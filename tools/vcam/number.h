@@ -7,7 +7,8 @@
 namespace vcam
 {
 
-// Any whole number; nothing when the text is none.  One beyond 64 bits gives the largest of its sign.
+// Any whole number; nothing when the text is none.  One beyond 64 bits gives the largest of its
+// sign.
 std::optional<long long> to_number(const std::string &text);
 bool is_hex(const std::string &text); // begins with 0x, behind a sign or not
 
