@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "common/rova_adjdata_items.h"
+#include "platform/pref.h"
 #include "tests/tools/tool.h"
 
 #include <filesystem>
@@ -106,6 +108,26 @@ TEST(VcamCreate, AddsWhatIsMissingAndLeavesTheRest)
     EXPECT_EQ(access(camera.path("/usr/bin/sync").c_str(), X_OK), 0);
     EXPECT_EQ(camera.read("/usr/bin/reboot"), "mine");
     EXPECT_EQ(camera.read("/sdcard/photo.jpg"), "jpeg");
+}
+
+TEST(VcamCreate, WritesTheDefaultsOfTheAdjustmentPartitions)
+{
+    const test::Camera camera;
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    uint32_t size = 0;
+    const auto *image = static_cast<const char *>(pref_get_addr(4, &size));
+    ASSERT_NE(image, nullptr);
+    const std::string data(image + PREF_HEADER_SIZE, size);
+    EXPECT_EQ(word_at(data, ADJ_ID_TEMP_SENSOR_CIS_TH_WARNING & 0xffff), 106U);
+    EXPECT_EQ(word_at(data, ADJ_ID_TEMP_SENSOR_CPU_TH_CRITICAL & 0xffff), 105U);
+
+    const std::string other = camera.read("/virtual/pref/adj_dpc.default");
+    EXPECT_EQ(other.size(), PREF_HEADER_SIZE + 4998916);
+    camera.write("/virtual/pref/adj_sys.default", "mine");
+    camera.remove("/virtual/pref/adj_dpc.default");
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    EXPECT_EQ(camera.read("/virtual/pref/adj_sys.default"), "mine");
+    EXPECT_EQ(camera.read("/virtual/pref/adj_dpc.default"), other);
 }
 
 TEST(VcamCreate, NeedsNoHomeThatCanBeWritten)

@@ -1,4 +1,7 @@
 // vcam create: the file tree of a camera, with what its programs and files are on a PC.
+#include "common/rova_adjdata_table.h"
+#include "platform/pref.h"
+#include "platform/virtual/pref.h"
 #include "tools/vcam/camera.h"
 #include "tools/vcam/media.h"
 #include "tools/vcam/verb.h"
@@ -156,6 +159,18 @@ void add_pictures()
     }
 }
 
+// What resets give back.
+void add_default_adjustment_data()
+{
+    for (const adjdata_part &part : rova_adjdata_parts()) {
+        const int number = static_cast<int>(part.pref_id);
+        if (!fs::exists(virt::partition_file(number, "default")) &&
+            pref_save_default_to_file(number, part.default_image, part.data_size) < 0)
+            throw failure("the defaults of " + std::string(pref_get_name(number)) +
+                          " cannot be written");
+    }
+}
+
 } // namespace
 
 int verb_create(const invocation &in, CLI::App &app)
@@ -172,6 +187,7 @@ int verb_create(const invocation &in, CLI::App &app)
     for (const sound_row &row : SOUNDS)
         add_file(on_pc(SOUND_DIR) / row.file, tone(row));
     add_pictures();
+    add_default_adjustment_data();
     std::printf("camera %s\n", camera_root().c_str());
     return OK;
 }
