@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -193,14 +192,16 @@ void next_line(std::span<const char> *rest, line_text &line)
         *rest = rest->subspan(1);
 }
 
-// Unlike scanf's, a number of more than 16 bits or with a sign is none: wrapped around it would
-// hide the defect at another place.
+// Unlike scanf's, a number of more than 16 bits or below zero is none: wrapped around it would hide
+// the defect at another place.
 const char *read_coordinate(const char *text, uint16_t *number)
 {
-    while (std::isspace(static_cast<unsigned char>(*text)) != 0)
-        text++;
-    auto [end, error] = std::from_chars(text, text + std::strlen(text), *number);
-    return error == std::errc() ? end : nullptr;
+    char *end = nullptr;
+    const long value = std::strtol(text, &end, 10);
+    if (end == text || value < 0 || value > UINT16_MAX)
+        return nullptr;
+    *number = static_cast<uint16_t>(value);
+    return end;
 }
 
 bool read_pixel(const char *line, rova_cis_pixel *pixel)
@@ -238,8 +239,6 @@ bool dot_parser::take(const line_text &line)
     rova_cis_pixel pixel = {};
     if (read_pixel(line, &pixel))
         return take_pixel(pixel);
-    if (line[0] == '#')
-        return false;
     if (line[0] != '\0' && std::strchr("0123456789+-", line[0]) != nullptr)
         dots_.skipped++;
     return take_words(line);
@@ -262,6 +261,8 @@ bool dot_parser::take_words(const line_text &line)
 {
     line_text first = "", second = "", third = "";
     std::sscanf(line, "%127s %127s %127s", first, second, third);
+    if (first[0] == '#')
+        return false;
     for (const number_row &row : NUMBERS) {
         if (std::strcmp(first, row.first) != 0)
             continue;

@@ -99,7 +99,7 @@ TEST(CisDataParse, EveryResultBeginsWithZeros)
 
 TEST(CisDataParse, LinesEndInEitherLineEndOrBoth)
 {
-    for (const char *end : {"\r", "\n", "\r\n", "\n\r"}) {
+    for (const char *end : {"\r", "\n", "\r\n", "\n\r", "\r\r\n"}) {
         std::string e = end;
         rova_cis_dots dots = parsed("NO= 7" + e + "X" + e + "1 2" + e + e + "3 4" + e);
         EXPECT_EQ(dots.data.serial, 7);
@@ -126,7 +126,8 @@ TEST(CisDataParse, NothingBehindTheHashCounts)
     rova_cis_dots dots = parsed("1 2\n#END\n3 4\nNO= 99999999999\n");
     EXPECT_EQ(dots.data.dot_data_size, 4);
     EXPECT_EQ(dots.data.serial, 0);
-    EXPECT_EQ(parsed("1 2 # 3\n4 5\n").data.dot_data_size, 8) << "only as the first character";
+    EXPECT_EQ(parsed("1 2\n\f#\n3 4\n").data.dot_data_size, 4) << "the first of the first word";
+    EXPECT_EQ(parsed("1 2 # 3\nB # 4\n4 5\n").data.dot_data_size, 8) << "only the first";
 }
 
 TEST(CisDataParse, AnEmptyFileIsAllZero)
@@ -152,6 +153,22 @@ TEST(CisDataParse, WordsAreComparedExactly)
 TEST(CisDataParse, ASectionsWordMayBeFollowedByOthers)
 {
     EXPECT_EQ(parsed("P 17 pixels\n1 2\n").data.pixel_num_p, 1);
+    EXPECT_EQ(parsed("P \t \n1 2\n").data.pixel_num_p, 1) << "or by blanks";
+}
+
+TEST(CisDataParse, ANumberMayBeFollowedByOtherWords)
+{
+    rova_cis_dots dots = parsed("NO= 12 13\nVer= 3 x\nCIS CLAMP 64 65\n");
+    EXPECT_EQ(dots.data.serial, 12);
+    EXPECT_EQ(dots.data.chip_ver, 3);
+    EXPECT_EQ(dots.data.clamp_level, 64);
+}
+
+TEST(CisDataParse, AnyWhiteSpaceStandsBetweenWordsAndNumbers)
+{
+    rova_cis_dots dots = parsed("\fNO=\v\f9\n\vX\f\n1\f\v2\n\f3 4\n");
+    EXPECT_EQ(dots.data.serial, 9);
+    EXPECT_EQ(dots.data.pixel_num_x, 2);
 }
 
 TEST(CisDataParse, TheLotLineIsSkipped)
@@ -180,9 +197,15 @@ TEST(CisDataParse, CoordinatesHaveSixteenBits)
                 ElementsAre(rova_cis_pixel{65535, 0}, rova_cis_pixel{0, 65535}));
 }
 
+TEST(CisDataParse, CoordinatesMayHaveASignAndZerosAhead)
+{
+    EXPECT_THAT(parsed("+1 -0\n00065535 +02\n").pixels,
+                ElementsAre(rova_cis_pixel{1, 0}, rova_cis_pixel{65535, 2}));
+}
+
 TEST(CisDataParse, APairThatIsNoPixelIsSkippedAndCounted)
 {
-    for (const char *line : {"70000 1", "1 65536", "-1 5", "5 -1", "+1 2", "17", "1,2", "0x10 5",
+    for (const char *line : {"70000 1", "1 65536", "-1 5", "5 -1", "17", "12abc", "1,2", "0x10 5",
                              "99999999999999999999999 1"}) {
         rova_cis_dots dots = parsed(std::string(line) + "\n3 4\n");
         EXPECT_THAT(dots.pixels, ElementsAre(rova_cis_pixel{3, 4})) << line;
