@@ -3,6 +3,7 @@
 #include "platform/virtual/pref.h"
 #include "platform/virtual/values.h"
 #include "tests/support/camera.h"
+#include "tests/support/cut.h"
 #include "tests/support/process.h"
 #include "tests/support/wrap.h"
 
@@ -30,6 +31,17 @@ char *data_of(int partition)
 {
     auto image = static_cast<char *>(pref_get_addr(partition, nullptr));
     return image ? image + PREF_HEADER_SIZE : nullptr;
+}
+
+// All that lies in the folder of the partitions but the images.
+Texts files_of(const test::Camera &camera)
+{
+    Texts names;
+    for (const auto &entry : std::filesystem::directory_iterator(camera.path("/virtual/pref")))
+        if (entry.path().extension() != ".image")
+            names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 TEST(Pref, ThereAreTenPartitionsWithNamesAndSizes)
@@ -240,17 +252,6 @@ TEST(Pref, AKilledSaveLeavesTheOldFlashOrTheNew)
     }
 }
 
-// All that lies in the folder of the partitions but the images.
-Texts files_of(const test::Camera &camera)
-{
-    Texts names;
-    for (const auto &entry : std::filesystem::directory_iterator(camera.path("/virtual/pref")))
-        if (entry.path().extension() != ".image")
-            names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 void fill(int partition, char byte)
 {
     uint32_t size = 0;
@@ -272,29 +273,9 @@ constexpr uint64_t plain_rename = SYS_rename;
 constexpr uint64_t plain_rename = SYS_renameat;
 #endif
 
-// Starts a traced process that saves the partition and stops it ahead of its first system call.
 pid_t traced_save(int partition)
 {
-    pid_t pid = fork();
-    if (pid == 0) {
-        if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0)
-            _exit(99);
-        raise(SIGSTOP);
-        _exit(pref_save(partition) == 0 ? 0 : 1);
-    }
-    return pid;
-}
-
-// Kills the process at the `count`-th begin or end of a system call; how it ended.
-int cut(pid_t pid, int count)
-{
-    int status = 0;
-    for (; waitpid(pid, &status, 0) == pid && WIFSTOPPED(status); count--)
-        if (count == 0)
-            test::send_signal(pid, SIGKILL);
-        else
-            ptrace(PTRACE_SYSCALL, pid, nullptr, nullptr);
-    return status;
+    return test::start_traced([=] { return pref_save(partition) == 0; });
 }
 
 // A partition whose flash holds `before` while its image holds `after`.
@@ -377,8 +358,8 @@ TEST_P(PrefCut, AnywhereInASaveLeavesTheOldFlashOrTheNew)
     int old_ones = 0, new_ones = 0, status = -1;
     for (int count = 1; !WIFEXITED(status); count++) {
         prepare();
-        status = cut(traced_save(GetParam()), count);
-        if (WIFEXITED(status) && WEXITSTATUS(status) == 99)
+        status = test::cut(traced_save(GetParam()), count);
+        if (WIFEXITED(status) && WEXITSTATUS(status) == test::NOT_TRACED)
             GTEST_SKIP() << "no process may be traced here";
         const std::string found = flash();
         ASSERT_TRUE(found == before || found == after) << "cut " << count;
@@ -442,6 +423,12 @@ TEST_P(PrefFull, ASaveThatFitsNothingLeavesTheOldFlash)
         result = pref_save(GetParam());
     }
     check_failed_save(result);
+}
+
+TEST_P(PrefFull, ASaveWithoutRoomOnTheDeviceLeavesTheOldFlash)
+{
+    test::wrap_fail("write", -1, ENOSPC);
+    check_failed_save(pref_save(GetParam()));
 }
 
 TEST_P(PrefFull, ASaveThatIsFullOnlyWhenSyncedLeavesTheOldFlash)
