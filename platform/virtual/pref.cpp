@@ -131,17 +131,18 @@ bool has_size(int fd, size_t size)
 // What was left behind when a power cut ended a save: nobody saves a partition without an image.
 void remove_leftovers(int number)
 {
-    const std::string flash = std::string(partitions[number].name) + ".flash.";
-    const std::string image = std::string(partitions[number].name) + ".image.";
+    const std::string start = std::string(partitions[number].name) + ".";
     std::error_code error;
     for (const auto &entry : std::filesystem::directory_iterator(file("pref"), error)) {
         const std::string name = entry.path().filename().string();
-        if (name.starts_with(flash) || name.starts_with(image))
-            unlink(entry.path().c_str());
+        for (const char *kind : {"flash.", "default.", "image."})
+            if (name.starts_with(start + kind))
+                unlink(entry.path().c_str());
     }
 }
 
-// Held while images are made and flash is written; waits for other processes and threads.
+// Held while images are made and flash or defaults are written; waits for other processes and
+// threads.
 Descriptor lock_folder()
 {
     std::error_code error;
@@ -267,9 +268,9 @@ int save_default(int number, const void *image, uint32_t size)
     const Partition *known = partition(number);
     if (!known || !image || size > known->size || !present())
         return -1;
-    std::string_view data(static_cast<const char *>(image), size);
-    return replace_file(partition_file(number, "default"), with_header(number, data), true) ? 0
-                                                                                            : -1;
+    const std::string contents = with_header(number, {static_cast<const char *>(image), size});
+    const Descriptor lock = lock_folder();
+    return lock && replace_file(partition_file(number, "default"), contents, true) ? 0 : -1;
 }
 
 char *number_at(int number, int key)

@@ -135,6 +135,19 @@ TEST(Pref, ANewCameraStartsWithTheDefaults)
     EXPECT_EQ(pref_get_long(adj_sys, 0), 0x64636261);
 }
 
+// Of a partition's files of each kind, and of no other partition's.
+TEST(Pref, WhatKilledSavesLeftGoesWhenTheImageIsMade)
+{
+    test::Camera camera;
+    for (const char *kind : {"flash", "default", "image"})
+        for (const char *name : {"adj_sys", "adj_cap"})
+            camera.write(std::string("/virtual/pref/") + name + "." + kind + ".a1B2c3", "half");
+    ASSERT_EQ(pref_save_default_to_file(adj_sys, "abcd", 4), 0);
+    EXPECT_EQ(pref_get_long(adj_sys, 0), 0x64636261);
+    EXPECT_EQ(files_of(camera), (Texts{"adj_cap.default.a1B2c3", "adj_cap.flash.a1B2c3",
+                                       "adj_cap.image.a1B2c3", "adj_sys.default"}));
+}
+
 TEST(Pref, AFileOfThePartitionFillsTheImage)
 {
     test::Camera camera;
