@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace
@@ -107,6 +108,20 @@ bool remove_leftovers()
     return true;
 }
 
+// A member that is damaged inside still has its header and its length and would be taken for good,
+// so nothing stays of an archive that unzip complains of; status 1 is a mere warning.
+bool unpack()
+{
+    if (!remove_leftovers())
+        return false;
+    const int status = sys_system("unzip /sdcard/pref.zip");
+    if (WIFEXITED(status) && WEXITSTATUS(status) <= 1)
+        return true;
+    ROVA_LOG_ERR("unzip of %s failed (status=0x%x) \n", CARD_ARCHIVE,
+                 static_cast<unsigned int>(status));
+    return remove_leftovers();
+}
+
 } // namespace
 
 int rova_backup_adjdata_part(const char *name)
@@ -150,9 +165,8 @@ int rova_restore_adjdata_part_all()
     if (!is_readable(CARD_ARCHIVE))
         return 0;
     ROVA_LOG_NOTICE("\033[33mrestore_adjdata all");
-    if (!remove_leftovers())
+    if (!unpack())
         return 0;
-    sys_system("unzip /sdcard/pref.zip");
     for (const adjdata_part &part : rova_adjdata_parts()) {
         const char *name = name_of(id_of(part));
         if (name == nullptr)

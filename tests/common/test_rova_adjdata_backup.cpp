@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -133,11 +134,31 @@ struct Backup : testing::Test {
         camera.remove("/tmp/backup");
         camera.remove("/opt/share/rova/rova.log");
     }
+    // An archive that is whole but for the first byte of one partition's data.
+    void archive_damaged_inside(const std::string &name, char mark)
+    {
+        archive(mark);
+        ASSERT_EQ(sys_system("cd /; unzip -q /sdcard/pref.zip; zip -q -0 -r /sdcard/a.zip "
+                             "/tmp/backup; mv /sdcard/a.zip /sdcard/pref.zip"),
+                  0);
+        camera.remove("/tmp/backup");
+        std::string contents = camera.read("/sdcard/pref.zip");
+        const size_t member = contents.find("tmp/backup/" + name + ".bin");
+        contents.at(contents.find("ROVAPREF", member) + PREF_HEADER_SIZE)++;
+        camera.write("/sdcard/pref.zip", contents);
+    }
     // The process stands where the camera's boot puts the daemon.
     int restore_on_card() const
     {
         const WorkingDirectory card(camera.path("/sdcard"));
         return rova_restore_adjdata_part_all();
+    }
+    // Whole and yellow, in the platform log and on standard output.
+    void check_announced(const std::string &text, const std::string &out) const
+    {
+        const std::string line = "\033[33m" + text + "\033[m\n";
+        EXPECT_THAT(camera.platform_log(), HasSubstr(") > " + line));
+        EXPECT_THAT(out, HasSubstr("[SYS_ROVA  ] " + line));
     }
     std::string bin(int pref_id) const { return "/sdcard/" + NAMES[pref_id - FIRST] + ".bin"; }
     // The contents of a restored file are refused, and the image is as it was.
@@ -308,8 +329,10 @@ TEST_F(RestorePart, AFileThatIsNotThePartitionsIsRefusedAndTheImageStays)
 
 TEST_F(BackupAll, StepsComeInTheirOrder)
 {
+    testing::internal::CaptureStdout();
     EXPECT_EQ(rova_backup_adjdata_part_all(ROVA_CMD_CARD), 1);
-    EXPECT_TRUE(camera.logged("\033[33mbackup_adjdata all"));
+    std::fflush(stdout);
+    check_announced("backup_adjdata all", testing::internal::GetCapturedStdout());
     EXPECT_EQ(camera.file_log(), outcomes("/tmp/backup", "saved")) << "no line is begun";
     EXPECT_THAT(camera.call_texts(),
                 ElementsAre("sys_system(\"mkdir -p /tmp/backup --mode=0755\")",
@@ -424,6 +447,40 @@ TEST_F(BackupAll, WhenTheArchiveDoesNotFitTheOldOneStaysWhole)
     EXPECT_EQ(marks(), "AAAAAA");
 }
 
+// Whether zip can read what lies there or not, what the camera holds is not touched.
+TEST_F(BackupAll, AnArchiveThatZipCannotReadStaysAndTheResultIsGood)
+{
+    archive('A');
+    const std::string good = camera.read("/sdcard/pref.zip");
+    mark_all('B');
+    for (const std::string &damaged :
+         {std::string(), std::string("no archive"), good.substr(0, good.size() / 2),
+          good.substr(good.size() / 2)}) {
+        camera.write("/sdcard/pref.zip", damaged);
+        EXPECT_EQ(rova_backup_adjdata_part_all(ROVA_CMD_CARD), 1) << "zip is not asked how it went";
+        EXPECT_EQ(camera.calls("sys_system").back()["result"], 3 << 8);
+        EXPECT_TRUE(camera.read("/sdcard/pref.zip") == damaged);
+        EXPECT_EQ(camera.read("/tmp/backup/adj_dpc.bin")[PREF_HEADER_SIZE], 'B');
+        EXPECT_EQ(restore_on_card(), 0);
+        EXPECT_EQ(marks(), "BBBBBB");
+    }
+    camera.remove("/sdcard/pref.zip");
+    EXPECT_EQ(rova_backup_adjdata_part_all(ROVA_CMD_CARD), 1);
+    mark_all('C');
+    EXPECT_EQ(restore_on_card(), 1);
+    EXPECT_EQ(marks(), "BBBBBB");
+}
+
+TEST_F(BackupAll, AMemberThatIsDamagedInsideIsReplaced)
+{
+    archive_damaged_inside("adj_cap", 'A');
+    mark_all('B');
+    EXPECT_EQ(rova_backup_adjdata_part_all(ROVA_CMD_CARD), 1);
+    mark_all('C');
+    EXPECT_EQ(restore_on_card(), 1);
+    EXPECT_EQ(marks(), "BBBBBB");
+}
+
 TEST_F(BackupAll, WithoutACardOrZipThereIsNoArchiveAndTheResultIsGood)
 {
     camera.remove("/sdcard");
@@ -441,8 +498,10 @@ TEST_F(RestoreAll, StepsComeInTheirOrder)
 {
     archive('A');
     const size_t before = camera.calls().size();
+    testing::internal::CaptureStdout();
     EXPECT_EQ(restore_on_card(), 1);
-    EXPECT_TRUE(camera.logged("\033[33mrestore_adjdata all"));
+    std::fflush(stdout);
+    check_announced("restore_adjdata all", testing::internal::GetCapturedStdout());
     EXPECT_EQ(camera.file_log(), outcomes("/sdcard/tmp/backup", "restored"));
     std::vector<std::string> expected = {"sys_system(\"unzip /sdcard/pref.zip\")"};
     for (int pref_id = FIRST; pref_id <= LAST; pref_id++) {
@@ -642,6 +701,30 @@ TEST_F(RestoreAll, ADamagedArchiveChangesNothing)
         EXPECT_THAT(camera.file_log(), EndsWith(", NG \n"));
         EXPECT_EQ(marks(), "BBBBBB");
     }
+}
+
+// Its header and its length are as they should be.
+TEST_F(RestoreAll, AMemberThatIsDamagedInsideIsNotTakenForGoodAndNothingIsChanged)
+{
+    for (const char *name : {"adj_sys", "adj_cap", "adj_dpc"}) {
+        archive_damaged_inside(name, 'A');
+        mark_all('B');
+        EXPECT_EQ(restore_on_card(), 0);
+        EXPECT_EQ(camera.file_log(), ", /sdcard/tmp/backup/adj_sys.bin not exist, NG \n");
+        EXPECT_TRUE(camera.logged("unzip of /sdcard/pref.zip failed (status=0x200) "));
+        EXPECT_EQ(marks(), "BBBBBB");
+        EXPECT_EQ(camera.calls("pref_save").size(), 0u);
+    }
+}
+
+TEST_F(RestoreAll, AWarningOfUnzipIsNoDamage)
+{
+    archive('A');
+    camera.write("/sdcard/pref.zip", "in front" + camera.read("/sdcard/pref.zip"));
+    mark_all('B');
+    EXPECT_EQ(restore_on_card(), 1);
+    EXPECT_EQ(camera.calls("sys_system")[2]["result"], 1 << 8);
+    EXPECT_EQ(marks(), "AAAAAA");
 }
 
 TEST_F(RestoreAll, WithoutUnzipItFails)
