@@ -142,6 +142,15 @@ int32_t rova_adjdata_number(const void *bytes, uint32_t size)
     }
 }
 
+bool rova_read_adjdata_number(uint64_t id, uint32_t size, int32_t *number)
+{
+    const void *bytes = rova_get_adjdata(id);
+    if (bytes == nullptr)
+        return false;
+    *number = rova_adjdata_number(bytes, size);
+    return true;
+}
+
 int rova_set_adjdata(uint64_t id, const void *data, uint32_t size, int save)
 {
     if (id == 0) {

@@ -26,6 +26,9 @@ void *rova_get_adjdata(uint64_t id);
 bool rova_adjdata_is_number(uint32_t size);
 // The number in `size` bytes, with its sign; 0 for other sizes.
 int32_t rova_adjdata_number(const void *bytes, uint32_t size);
+// The number that an item of `size` bytes holds.  False, with the reason in both logs and `*number`
+// left alone, when the item cannot be reached.
+bool rova_read_adjdata_number(uint64_t id, uint32_t size, int32_t *number);
 
 // Copies the item's bytes into the image, and with `save` not 0 saves the partition.  `size` is the
 // item's.  A failed save leaves the image changed.

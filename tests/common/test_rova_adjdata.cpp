@@ -131,6 +131,24 @@ TEST(AdjDataNumber, KeepsTheSignOfItsSize)
         EXPECT_TRUE(rova_adjdata_is_number(size));
 }
 
+TEST_F(AdjData, ANumberIsReadFromItsItem)
+{
+    int16_t stored = -2;
+    ASSERT_EQ(rova_set_adjdata(ADJ_ID_LANG_SUB, &stored, 2, 0), 1);
+    int32_t number = 7;
+    EXPECT_TRUE(rova_read_adjdata_number(ADJ_ID_LANG_SUB, 2, &number));
+    EXPECT_EQ(number, -2);
+}
+
+TEST_F(AdjData, ANumberThatCannotBeReachedIsLeftAlone)
+{
+    camera.fault("pref_get_addr", "0");
+    int32_t number = 7;
+    EXPECT_FALSE(rova_read_adjdata_number(ADJ_ID_LANG_SUB, 2, &number));
+    EXPECT_FALSE(rova_read_adjdata_number(0, 2, &number));
+    EXPECT_EQ(number, 7);
+}
+
 TEST(AdjDataTable, SixPartitionsStandInTheOrderOfTheirNumbers)
 {
     const struct {
