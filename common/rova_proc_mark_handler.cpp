@@ -125,6 +125,12 @@ int rova_set_proc_mark_value(uint64_t id, int value)
     return 1;
 }
 
+void rova_clear_proc_marks()
+{
+    for (const proc_mark_info *row = rova_proc_mark_info; !is_end(row); row++)
+        rova_set_proc_mark_value(row->id, 0);
+}
+
 int rova_get_proc_mark_value(uint64_t id)
 {
     if (id == 0) {

@@ -26,6 +26,8 @@ const char *rova_get_proc_mark_name(uint64_t id);
 
 // Stores a mark and saves the partition.  1, or 0 with the reason in both logs.
 int rova_set_proc_mark_value(uint64_t id, int value);
+// Sets every mark to 0, one by one in their order; what fails is told in the logs only.
+void rova_clear_proc_marks();
 // The stored byte, 0 to 255, and 0 on failure, a place behind the partition's end included.  The id
 // need not be a mark's.
 int rova_get_proc_mark_value(uint64_t id);

@@ -205,6 +205,24 @@ TEST_F(ProcMark, SettingTheLastMarkWritesItsByteAlone)
     EXPECT_EQ(file_line(), "set_proc_mark: 0x8550000000000043, value=1, MR, OK \n");
 }
 
+TEST_F(ProcMark, ClearingSetsTheMarksAndNothingElse)
+{
+    std::memset(data(), 2, MARKS + 1);
+    rova_clear_proc_marks();
+    for (std::size_t i = 0; i < MARKS; i++)
+        EXPECT_EQ(data()[i], 0) << names[i];
+    EXPECT_EQ(data()[MARKS], 2);
+    EXPECT_EQ(camera.calls("pref_save").size(), MARKS);
+}
+
+TEST_F(ProcMark, ClearingGoesOnWhenSavingFails)
+{
+    std::memset(data(), 2, MARKS);
+    camera.fault("pref_save", "-1");
+    rova_clear_proc_marks();
+    EXPECT_EQ(std::vector<uint8_t>(data(), data() + MARKS), std::vector<uint8_t>(MARKS, 0));
+}
+
 TEST_F(ProcMark, OutlivesAPowerOff)
 {
     ASSERT_EQ(rova_set_proc_mark_value(KEY, 2), 1);
