@@ -18,6 +18,11 @@ int rova_cmd_ng(uint32_t cmd_type)
     return rova_cmd_resp(cmd_type, 1, nullptr);
 }
 
+int rova_cmd_answer(uint32_t cmd_type, bool ok, const rova_resp_stream *stream)
+{
+    return rova_cmd_resp(cmd_type, ok ? 0 : 1, stream);
+}
+
 // A record that came over a channel may claim more parameters than there is room for.
 static uint32_t param_count(const cmd_data *record)
 {

@@ -5,9 +5,10 @@
 
 #include <span>
 
-// The two plain answers; return 1.
+// The two plain answers, and the one that `ok` tells, with a stream if there is one; return 1.
 int rova_cmd_ok(uint32_t cmd_type);
 int rova_cmd_ng(uint32_t cmd_type);
+int rova_cmd_answer(uint32_t cmd_type, bool ok, const rova_resp_stream *stream = nullptr);
 
 // Parameter `index`, or an empty text for one that was not given.
 const char *rova_cmd_param(const cmd_data *record, uint32_t index);

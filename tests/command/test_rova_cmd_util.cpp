@@ -4,6 +4,19 @@
 
 #include <climits>
 
+using CmdAnswer = test::CommandTest;
+
+TEST_F(CmdAnswer, TellsTheResultAndPassesTheStreamOn)
+{
+    rova_resp_stream stream = {.stream_type = 2, .text = "text"};
+    EXPECT_EQ(rova_cmd_answer(ROVA_CMD_PTP, true, &stream), 1);
+    EXPECT_EQ(camera.key_int("memory/private/pmode_Param2"), 0);
+    EXPECT_EQ(camera.key_string("memory/private/pmode_stream"), "text");
+    EXPECT_EQ(rova_cmd_answer(ROVA_CMD_PTP, false), 1);
+    EXPECT_EQ(camera.key_int("memory/private/pmode_Param2"), 1);
+    EXPECT_EQ(camera.key_string("memory/private/pmode_stream"), "");
+}
+
 TEST(CmdParam, GivesAnEmptyTextForAParameterThatIsNotThere)
 {
     cmd_data record = test::record_of("osd string 3");
