@@ -10,8 +10,8 @@ using rova_csv_handle = rova_csv *;
 // `filename` is a bare name, `header` the titles of the caller's columns.  NULL on failure.
 rova_csv_handle rova_csv_create(const char *filename, const char *header);
 
-// One row; `fmt` holds no line end.  1, or 0 when the text could not be written.  `handle` must not
-// be NULL.
+// One row; `fmt` holds no line end.  1, or 0 when the text could not be written and for a NULL
+// handle.
 int rova_csv_write(rova_csv_handle handle, const char *fmt, ...)
     __attribute__((format(printf, 2, 3)));
 
