@@ -59,14 +59,9 @@ bool size_is_supported(const adj_item &item)
     return false;
 }
 
-// False, with the reason in both logs, when the partition is missing.
 bool read_item(const adj_item &item, int32_t *value)
 {
-    const void *bytes = rova_get_adjdata(item.id);
-    if (bytes == nullptr)
-        return false;
-    *value = rova_adjdata_number(bytes, item.size);
-    return true;
+    return rova_read_adjdata_number(item.id, item.size, value);
 }
 
 // The number that an item of this size keeps of `value`.
@@ -173,7 +168,7 @@ int rova_cmd_adj_data_check(uint32_t cmd_type, cmd_data *record)
 
     // The limits lose what the item has no room for, and may then stand the wrong way round.
     range = {cut(range.min, item.size), cut(range.max, item.size)};
-    return rova_cmd_resp(cmd_type, is_within(item, value, range) ? 0 : 1, nullptr);
+    return rova_cmd_answer(cmd_type, is_within(item, value, range));
 }
 
 // ------------------------------------------------------------------------- files
@@ -185,7 +180,7 @@ int rova_cmd_adj_data_backup(uint32_t cmd_type, cmd_data *record)
     const char *part = record->p[1];
     int done = std::strcmp(part, "all") == 0 ? rova_backup_adjdata_part_all(cmd_type)
                                              : rova_backup_adjdata_part(part);
-    return rova_cmd_resp(cmd_type, done != 0 ? 0 : 1, nullptr);
+    return rova_cmd_answer(cmd_type, done != 0);
 }
 
 int rova_cmd_adj_data_restore(uint32_t cmd_type, cmd_data *record)
@@ -195,7 +190,7 @@ int rova_cmd_adj_data_restore(uint32_t cmd_type, cmd_data *record)
     const char *part = record->p[1];
     int done = std::strcmp(part, "all") == 0 ? rova_restore_adjdata_part_all()
                                              : rova_restore_adjdata_part(part);
-    return rova_cmd_resp(cmd_type, done != 0 ? 0 : 1, nullptr);
+    return rova_cmd_answer(cmd_type, done != 0);
 }
 
 // Tells the PC where the archive lies; "adj_data backup all" has made it.
@@ -218,7 +213,7 @@ int rova_cmd_adj_data_get(uint32_t cmd_type, cmd_data *record)
     static_assert(sizeof(ARCHIVE_FOR_PC) < sizeof(stream.text));
     std::strcpy(stream.text, ARCHIVE_FOR_PC);
     bool offered = record->p_count >= 1 && offer_archive(&stream);
-    return rova_cmd_resp(cmd_type, offered ? 0 : 1, &stream);
+    return rova_cmd_answer(cmd_type, offered, &stream);
 }
 
 // ------------------------------------------------------------------------- all items in a CSV file
@@ -235,7 +230,6 @@ int row_count(const adjdata_part &part)
     return count;
 }
 
-// `csv` may be NULL: there is no card, and so no row.
 bool write_item(rova_csv_handle csv, const adj_item &item)
 {
     if (!rova_adjdata_is_number(item.size))
@@ -243,9 +237,8 @@ bool write_item(rova_csv_handle csv, const adj_item &item)
     int32_t value = 0;
     if (!read_item(item, &value))
         return false;
-    if (csv != nullptr)
-        rova_csv_write(csv, "%s,%d,%d,0x%x", item.name, static_cast<int>(item.size), value,
-                       static_cast<uint32_t>(value));
+    rova_csv_write(csv, "%s,%d,%d,0x%x", item.name, static_cast<int>(item.size), value,
+                   static_cast<uint32_t>(value));
     return true;
 }
 
@@ -282,7 +275,7 @@ int rova_cmd_adj_data_log_file(uint32_t cmd_type, cmd_data *record)
     bool complete = write_all_parts(csv);
     rova_resp_stream stream = {};
     rova_csv_close(csv, &stream);
-    return rova_cmd_resp(cmd_type, complete ? 0 : 1, &stream);
+    return rova_cmd_answer(cmd_type, complete, &stream);
 }
 
 // ------------------------------------------------------------------------- flash and defaults
@@ -310,8 +303,7 @@ constexpr adj_default defaults[] = {
 void load_all_defaults()
 {
     rova_load_default_adjdata_all();
-    for (const proc_mark_info *row = rova_proc_mark_info; std::strcmp(row->name, "end") != 0; row++)
-        rova_set_proc_mark_value(row->id, 0);
+    rova_clear_proc_marks();
     rova_osd_printf(DEFAULT_ROW, "set default adjdata!!\n");
 }
 

@@ -8,6 +8,7 @@
 #include "common/rova_osd.h"
 
 #include <cstring>
+#include <string>
 #include <strings.h>
 
 namespace
@@ -34,15 +35,11 @@ bool read_product(product_number *product)
 
 bool read_sensor(int32_t *number)
 {
-    const void *item = rova_get_adjdata(ADJ_ID_CIS_SN);
-    if (item == nullptr)
-        return false;
-    *number = rova_adjdata_number(item, sizeof(*number));
-    return true;
+    return rova_read_adjdata_number(ADJ_ID_CIS_SN, sizeof(*number), number);
 }
 
-// The number that p[1] names.
-bool is(const cmd_data *record, const char *word)
+// Whether the command is about this one of the numbers.
+bool is_about(const cmd_data *record, const char *word)
 {
     return strcasecmp(record->p[1], word) == 0;
 }
@@ -69,9 +66,9 @@ int show_sensor(uint32_t cmd_type)
 
 int rova_cmd_serial_number_show(uint32_t cmd_type, cmd_data *record)
 {
-    if (is(record, "product"))
+    if (is_about(record, "product"))
         return show_product(cmd_type);
-    if (is(record, "cis"))
+    if (is_about(record, "cis"))
         return show_sensor(cmd_type);
     ROVA_LOG_ERR("show not found command\n");
     return rova_cmd_ng(cmd_type);
@@ -113,9 +110,9 @@ int rova_cmd_serial_number_set(uint32_t cmd_type, cmd_data *record)
 {
     if (record->p_count < 2)
         return rova_cmd_ng(cmd_type);
-    if (is(record, "product"))
+    if (is_about(record, "product"))
         return set_product(cmd_type, record->p[2]);
-    if (is(record, "cis"))
+    if (is_about(record, "cis"))
         return set_sensor(cmd_type, record->p[2]);
     ROVA_LOG_ERR("set not found command\n");
     return rova_cmd_ng(cmd_type);
@@ -127,7 +124,7 @@ int rova_cmd_serial_number_get(uint32_t cmd_type, cmd_data *record)
 {
     if (record->p_count < 1)
         return rova_cmd_ng(cmd_type);
-    if (is(record, "cis"))
+    if (is_about(record, "cis"))
         return rova_cmd_ipcc_exec(cmd_type, record);
     ROVA_LOG_ERR("%s not found command \n", record->p[1]);
     return rova_cmd_ng(cmd_type);
@@ -135,71 +132,66 @@ int rova_cmd_serial_number_get(uint32_t cmd_type, cmd_data *record)
 
 // ------------------------------------------------------------------------- log_file
 
-// A file that cannot be written leaves the stream empty, and costs only the row.
-int log_product(uint32_t cmd_type)
+// Answers with a file that has gained this row.  A file that cannot be written leaves the stream
+// empty, and costs only the row.
+int answer_with_row(uint32_t cmd_type, bool ok, const char *file, const char *header,
+                    const std::string &row)
 {
     rova_resp_stream stream = {};
+    rova_csv_handle csv = rova_csv_create(file, header);
+    rova_csv_write(csv, "%s", row.c_str());
+    rova_csv_close(csv, &stream);
+    return rova_cmd_answer(cmd_type, ok, &stream);
+}
+
+int log_product(uint32_t cmd_type)
+{
     product_number product;
     if (!read_product(&product))
-        return rova_cmd_resp(cmd_type, 1, &stream);
-    rova_csv_handle csv = rova_csv_create("serial_num.csv", "SERIAL_NO");
-    if (csv != nullptr)
-        rova_csv_write(csv, "%s", product.text);
-    rova_csv_close(csv, &stream);
-    return rova_cmd_resp(cmd_type, 0, &stream);
+        return rova_cmd_ng(cmd_type);
+    return answer_with_row(cmd_type, true, "serial_num.csv", "SERIAL_NO", product.text);
 }
 
 int log_sensor(uint32_t cmd_type)
 {
-    rova_resp_stream stream = {};
     int32_t number = 0;
     if (!read_sensor(&number))
-        return rova_cmd_resp(cmd_type, 1, &stream);
-    rova_csv_handle csv = rova_csv_create("cis_num.csv", "CIS_NO");
-    if (csv != nullptr)
-        rova_csv_write(csv, "%d", number);
-    rova_csv_close(csv, &stream);
-    return rova_cmd_resp(cmd_type, 0, &stream);
+        return rova_cmd_ng(cmd_type);
+    return answer_with_row(cmd_type, true, "cis_num.csv", "CIS_NO", std::to_string(number));
 }
 
 int rova_cmd_serial_number_log_file(uint32_t cmd_type, cmd_data *record)
 {
     if (record->p_count < 1)
         return rova_cmd_ng(cmd_type);
-    if (is(record, "product"))
+    if (is_about(record, "product"))
         return log_product(cmd_type);
-    if (is(record, "cis"))
+    if (is_about(record, "cis"))
         return log_sensor(cmd_type);
     ROVA_LOG_ERR("logfile not found command \n");
-    rova_resp_stream stream = {};
-    return rova_cmd_resp(cmd_type, 1, &stream);
+    return rova_cmd_ng(cmd_type);
 }
 
 // ------------------------------------------------------------------------- check
 
 int check_product(uint32_t cmd_type, const char *expected)
 {
-    rova_resp_stream stream = {};
     product_number product;
     if (!read_product(&product))
-        return rova_cmd_resp(cmd_type, 1, &stream);
-    rova_csv_handle csv = rova_csv_create("serial_check.csv", "SET  S/N, SCRIPT S/N, Result");
+        return rova_cmd_ng(cmd_type);
     bool same = strcasecmp(expected, product.text) == 0;
-    if (csv != nullptr)
-        rova_csv_write(csv, "%s,%s,%s", product.text, expected, same ? "OK" : "NG");
-    rova_csv_close(csv, &stream);
-    return rova_cmd_resp(cmd_type, same ? 0 : 1, &stream);
+    std::string row = std::string(product.text) + "," + expected + (same ? ",OK" : ",NG");
+    return answer_with_row(cmd_type, same, "serial_check.csv", "SET  S/N, SCRIPT S/N, Result", row);
 }
 
 int rova_cmd_serial_number_check(uint32_t cmd_type, cmd_data *record)
 {
     if (record->p_count < 2)
         return rova_cmd_ng(cmd_type);
-    if (is(record, "product"))
+    if (is_about(record, "product"))
         return check_product(cmd_type, record->p[2]);
     ROVA_LOG_ERR("check not found command \n");
-    rova_resp_stream stream = {};
-    return rova_cmd_resp(cmd_type, 1, &stream);
+    return rova_cmd_ng(cmd_type);
 }
 
 constexpr rova_cmd_entry serial_number_table[] = {

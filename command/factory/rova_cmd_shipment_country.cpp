@@ -121,85 +121,66 @@ int rova_cmd_shipment_country_set(uint32_t cmd_type, cmd_data *record)
 constexpr char CSV_HEADER[] = "Country,LANG DEF,LANG ADD,WIFI GW,WIFI CH,WIFI 5GHz,WIFI SNS,"
                               "WIFI TELMAX,QWERTY_DEF,QWERTY_ADD,AV,AFRICA,SAUDI";
 
-// Reads items of the block, and remembers whether all of them could be read.
-class block_reader
-{
-public:
-    explicit operator bool() const { return complete_; }
-
-    int32_t number(uint64_t id, std::size_t size)
-    {
-        const void *item = bytes(id);
-        return item != nullptr ? rova_adjdata_number(item, static_cast<uint32_t>(size)) : 0;
-    }
-
-    char character(uint64_t id, std::size_t index)
-    {
-        const void *item = bytes(id);
-        return item != nullptr ? static_cast<const char *>(item)[index] : '\0';
-    }
-
-private:
-    const void *bytes(uint64_t id)
-    {
-        const void *item = rova_get_adjdata(id);
-        complete_ = complete_ && item != nullptr;
-        return item;
-    }
-
-    bool complete_ = true;
-};
-
-#define READ(block, item) (block).number(ADJ_ID_##item, sizeof(adj_sys_data::item))
+#define READ(item, number)                                                                         \
+    rova_read_adjdata_number(ADJ_ID_##item, sizeof(adj_sys_data::item), number)
 
 // Gives two items their values ahead of the report; in memory only, until a save of the partition.
 bool repair_block()
 {
-    block_reader block;
-    if (READ(block, QWERTY_TYPE) == 0 && block && !set_number("QWERTY_TYPE", ADJ_ID_QWERTY_TYPE, 1))
+    int32_t qwerty_type = 0;
+    if (!READ(QWERTY_TYPE, &qwerty_type))
         return false;
-    if (READ(block, SHIPPING_COUNTRY) == 0 && block &&
-        !set_number("LANG_SUB", ADJ_ID_LANG_SUB, 255))
+    if (qwerty_type == 0 && !set_number("QWERTY_TYPE", ADJ_ID_QWERTY_TYPE, 1))
         return false;
-    return bool(block);
+    int32_t country = 0;
+    if (!READ(SHIPPING_COUNTRY, &country))
+        return false;
+    return country != 0 || set_number("LANG_SUB", ADJ_ID_LANG_SUB, 255);
 }
+
+// In the order of the columns.
+struct block_row {
+    int32_t country, lang_default, lang_sub, gateway, channel;
+    const char *code_5g; // two characters
+    int32_t code, cert, qwerty_default, qwerty_type, vout, africa, saudi;
+};
+
+bool read_row(block_row *row)
+{
+    row->code_5g = static_cast<const char *>(rova_get_adjdata(ADJ_ID_WIFI_COUNTRY_CODE_5G));
+    return row->code_5g != nullptr && READ(SHIPPING_COUNTRY, &row->country) &&
+           READ(LANG_DEFAULT, &row->lang_default) && READ(LANG_SUB, &row->lang_sub) &&
+           READ(WIFI_SNS_GATEWAY, &row->gateway) && READ(WIFI_COUNTRY_CH, &row->channel) &&
+           READ(WIFI_COUNTRY_CODE, &row->code) && READ(WIFI_INFINITIUM_CERT, &row->cert) &&
+           READ(QWERTY_DEFAULT, &row->qwerty_default) && READ(QWERTY_TYPE, &row->qwerty_type) &&
+           READ(VOUT_DEFAULT, &row->vout) && READ(LOCAL_MARKET_AFRICA, &row->africa) &&
+           READ(LOCAL_MARKET_SAUDI, &row->saudi);
+}
+#undef READ
 
 // A 5 GHz code that was never set is two zero bytes: they stand in the file as they are.
 bool write_row(rova_csv_handle csv)
 {
-    block_reader block;
-    int country = READ(block, SHIPPING_COUNTRY);
-    int lang_default = READ(block, LANG_DEFAULT);
-    auto lang_sub = static_cast<unsigned int>(READ(block, LANG_SUB));
-    int gateway = READ(block, WIFI_SNS_GATEWAY);
-    int channel = READ(block, WIFI_COUNTRY_CH);
-    char code_5g_1 = block.character(ADJ_ID_WIFI_COUNTRY_CODE_5G, 0);
-    char code_5g_2 = block.character(ADJ_ID_WIFI_COUNTRY_CODE_5G, 1);
-    int code = READ(block, WIFI_COUNTRY_CODE);
-    int cert = READ(block, WIFI_INFINITIUM_CERT);
-    int qwerty_default = READ(block, QWERTY_DEFAULT);
-    int qwerty_type = READ(block, QWERTY_TYPE);
-    int vout = READ(block, VOUT_DEFAULT);
-    int africa = READ(block, LOCAL_MARKET_AFRICA);
-    int saudi = READ(block, LOCAL_MARKET_SAUDI);
-    if (block && csv != nullptr)
-        rova_csv_write(csv, "%d,%d,%x,%d,%d,%c%c,%d,%d,%d,%d,%d,%d,%d", country, lang_default,
-                       lang_sub, gateway, channel, code_5g_1, code_5g_2, code, cert, qwerty_default,
-                       qwerty_type, vout, africa, saudi);
-    return bool(block);
+    block_row row = {};
+    if (!read_row(&row))
+        return false;
+    rova_csv_write(csv, "%d,%d,%x,%d,%d,%c%c,%d,%d,%d,%d,%d,%d,%d", row.country, row.lang_default,
+                   static_cast<uint32_t>(row.lang_sub), row.gateway, row.channel, row.code_5g[0],
+                   row.code_5g[1], row.code, row.cert, row.qwerty_default, row.qwerty_type,
+                   row.vout, row.africa, row.saudi);
+    return true;
 }
-#undef READ
 
 // A file that cannot be written leaves the stream empty, and costs only the row.
 int rova_cmd_shipment_country_log_file(uint32_t cmd_type, cmd_data * /*record*/)
 {
-    rova_resp_stream stream = {};
     if (!repair_block())
-        return rova_cmd_resp(cmd_type, 1, &stream);
+        return rova_cmd_ng(cmd_type);
+    rova_resp_stream stream = {};
     rova_csv_handle csv = rova_csv_create("shipment_country.csv", CSV_HEADER);
     bool complete = write_row(csv);
     rova_csv_close(csv, complete ? &stream : nullptr);
-    return rova_cmd_resp(cmd_type, complete ? 0 : 1, &stream);
+    return rova_cmd_answer(cmd_type, complete, &stream);
 }
 
 constexpr rova_cmd_entry shipment_country_table[] = {
