@@ -10,13 +10,27 @@
 static uint64_t last_mark_id = 0;
 static uint8_t last_mark_value = 0xff;
 
-// -1 for what is no letter of a value.
-static int read_value(const char *letter)
+// A mark and a value as a command names them.
+struct named_value {
+    const char *name;
+    const char *letter;
+    int value;
+    const proc_mark_info *mark; // NULL: no mark has this name
+};
+
+// False for a command without both words, and, with a message, for what is no letter of a value.
+static bool read_named_value(const cmd_data *record, named_value *given)
 {
-    int value = rova_proc_mark_value(letter);
-    if (value < 0)
-        ROVA_LOG_ERR("Unknown proc_mark value (%s) \n", letter);
-    return value;
+    if (record->p_count < 3)
+        return false;
+    *given = {.name = record->p[1],
+              .letter = record->p[2],
+              .value = rova_proc_mark_value(record->p[2]),
+              .mark = rova_find_proc_mark(record->p[1])};
+    if (given->value >= 0)
+        return true;
+    ROVA_LOG_ERR("Unknown proc_mark value (%s) \n", given->letter);
+    return false;
 }
 
 static int rova_cmd_proc_mark_show(uint32_t cmd_type, cmd_data * /*record*/)
@@ -34,21 +48,17 @@ static int rova_cmd_proc_mark_show(uint32_t cmd_type, cmd_data * /*record*/)
 
 static int rova_cmd_proc_mark_check(uint32_t cmd_type, cmd_data *record)
 {
-    if (record->p_count < 3)
+    named_value given;
+    if (!read_named_value(record, &given))
         return rova_cmd_ng(cmd_type);
-    const char *name = record->p[1];
-    const char *letter = record->p[2];
-    int value = read_value(letter);
-    if (value < 0)
-        return rova_cmd_ng(cmd_type);
-    const proc_mark_info *mark = rova_find_proc_mark(name);
-    if (mark == nullptr) {
-        ROVA_LOG_ERR("Not found '%s' on proc_mark list \n", name);
+    if (given.mark == nullptr) {
+        ROVA_LOG_ERR("Not found '%s' on proc_mark list \n", given.name);
         return rova_cmd_ng(cmd_type);
     }
-    int stored = rova_get_proc_mark_value(mark->id);
-    if (stored != value) {
-        ROVA_LOG_ERR("value (%s) != check_value (%s) \n", rova_proc_mark_text(stored), letter);
+    int stored = rova_get_proc_mark_value(given.mark->id);
+    if (stored != given.value) {
+        ROVA_LOG_ERR("value (%s) != check_value (%s) \n", rova_proc_mark_text(stored),
+                     given.letter);
         return rova_cmd_ng(cmd_type);
     }
     return rova_cmd_ok(cmd_type);
@@ -56,24 +66,19 @@ static int rova_cmd_proc_mark_check(uint32_t cmd_type, cmd_data *record)
 
 static int rova_cmd_proc_mark_set(uint32_t cmd_type, cmd_data *record)
 {
-    if (record->p_count < 3)
+    named_value given;
+    if (!read_named_value(record, &given))
         return rova_cmd_ng(cmd_type);
-    const char *name = record->p[1];
-    const char *letter = record->p[2];
-    int value = read_value(letter);
-    if (value < 0)
-        return rova_cmd_ng(cmd_type);
-    const proc_mark_info *mark = rova_find_proc_mark(name);
-    if (mark == nullptr) {
-        ROVA_LOG_ERR("Not found `%s' on proc_mark list \n", name);
+    if (given.mark == nullptr) {
+        ROVA_LOG_ERR("Not found `%s' on proc_mark list \n", given.name);
         return rova_cmd_ng(cmd_type);
     }
-    if (rova_set_proc_mark_value(mark->id, value) <= 0) {
-        ROVA_LOG_ERR("rova_set_proc_mark_value() failed (%s, %s) \n", name, letter);
+    if (rova_set_proc_mark_value(given.mark->id, given.value) <= 0) {
+        ROVA_LOG_ERR("rova_set_proc_mark_value() failed (%s, %s) \n", given.name, given.letter);
         return rova_cmd_ng(cmd_type);
     }
-    last_mark_id = mark->id;
-    last_mark_value = static_cast<uint8_t>(value);
+    last_mark_id = given.mark->id;
+    last_mark_value = static_cast<uint8_t>(given.value);
     return rova_cmd_ok(cmd_type);
 }
 
