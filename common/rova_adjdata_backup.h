@@ -10,9 +10,11 @@
 int rova_backup_adjdata_part(const char *name);
 int rova_restore_adjdata_part(const char *name);
 
-// All six to "/tmp/pref.zip" for a command of the PC, to "/sdcard/pref.zip" for any other.
+// All six to "/tmp/pref.zip" for a command of the PC, to "/sdcard/pref.zip" for any other.  1 also
+// when there is no archive then, or a damaged one has stayed: zip is not asked how it went.
 int rova_backup_adjdata_part_all(uint32_t cmd_type);
 // From "/sdcard/pref.zip", saving each partition in turn.  Those restored before a failure stay
-// restored.  Needs "/sdcard" as the daemon's working directory, where the archive is unpacked; files
-// that an earlier restore left there are removed first.
+// restored.  Needs "/sdcard" as the daemon's working directory, where the archive is unpacked;
+// files that an earlier restore left there are removed first.  An archive that unzip complains of
+// counts as empty.
 int rova_restore_adjdata_part_all();
