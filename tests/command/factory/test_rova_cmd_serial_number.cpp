@@ -42,6 +42,13 @@ protected:
         ASSERT_EQ(rova_set_adjdata(ADJ_ID_PRODUCT_NUMBER, item.data(), 16, 0), 1);
     }
 
+    // A number that fills its item, with more text where a reader of texts would go on.
+    static void store_full_product()
+    {
+        store_product("0123456789ABCDEF");
+        ASSERT_EQ(rova_set_adjdata(ADJ_ID_SYSTEM_RESERVED3, "more", 4, 0), 1);
+    }
+
     static void store_sensor(int32_t number)
     {
         ASSERT_EQ(rova_set_adjdata(ADJ_ID_CIS_SN, &number, 4, 0), 1);
@@ -75,9 +82,7 @@ TEST_F(SerialNumber, ShowWritesTheProductNumberToRow2)
 
 TEST_F(SerialNumber, ShowPrintsAllOfANumberWithoutTerminator)
 {
-    store_product("0123456789ABCDEF");
-    char behind[] = "behind"; // SYSTEM_RESERVED3 begins where the number ends
-    ASSERT_EQ(rova_set_adjdata(ADJ_ID_SYSTEM_RESERVED3, behind, 4, 0), 1);
+    store_full_product();
     EXPECT_EQ(run("serial_number show product"), OK);
     EXPECT_THAT(shown(), ElementsAre(R"(factory_osd_text_set[2,"0123456789ABCDEF"])"));
 }
@@ -266,7 +271,7 @@ TEST_F(SerialNumber, GetCountsItsParameters)
 TEST_F(SerialNumber, LogFileAppendsTheProductNumber)
 {
     store_sensor(-5);
-    store_product("0123456789ABCDEF");
+    store_full_product();
     EXPECT_TRUE(run("serial_number log_file product").ends_with(OK));
     store_product("B2");
     EXPECT_TRUE(run("serial_number LOG_FILE PRODUCT").ends_with(OK));
@@ -344,7 +349,7 @@ TEST_F(SerialNumber, CheckIgnoresCaseAndWritesBothNumbers)
 
 TEST_F(SerialNumber, CheckComparesAll16Characters)
 {
-    store_product("0123456789ABCDEF");
+    store_full_product();
     EXPECT_TRUE(run("serial_number check product 0123456789abcdef").ends_with(OK));
     EXPECT_TRUE(run("serial_number check product 0123456789abcdef0").ends_with(NG));
 }
