@@ -122,8 +122,8 @@ TEST_F(Ipcc, ACommandAndItsAnswerCrossByteForByte)
     EXPECT_EQ(send(record, ROVA_CMD_PTP2), 1);
     EXPECT_EQ(bytes_of(answer), bytes);
     EXPECT_EQ(answer.result, 7);
-    EXPECT_EQ(answer.param3, 0x99aabbccU);
-    EXPECT_EQ(answer.stream.stream_type, 2);
+    EXPECT_EQ(+answer.param3, 0x99aabbccU);
+    EXPECT_EQ(+answer.stream.stream_type, 2);
 
     const ServingEnd::Command seen = app.command(1);
     EXPECT_EQ(seen.type, 5);

@@ -36,7 +36,7 @@ Row row_of_table(int country)
     shipment_info row = {};
     EXPECT_EQ(get_shipment_info(country, &row), 1);
     EXPECT_EQ(row.wifi_infinitium_cert, 0);
-    EXPECT_EQ(row.qwerty_type, 0);
+    EXPECT_EQ(+row.qwerty_type, 0); // by value: a packed field may stand at an odd address
     EXPECT_EQ(row.local_market_africa, 0);
     EXPECT_EQ(row.local_market_saudi, 0);
     auto number = [](int value) { return std::to_string(value); };
