@@ -623,7 +623,8 @@ TEST_F(RestoreAll, LeftoversThatCannotBeRemovedEndItBeforeAnythingIsChanged)
     mark_all('C');
     camera.fault("sys_unlink", "-1 errno EROFS on adj_iq.bin");
     EXPECT_EQ(restore_on_card(), 0);
-    EXPECT_TRUE(camera.logged("/sdcard/tmp/backup/adj_iq.bin cannot be removed: Read-only file"));
+    EXPECT_TRUE(
+        camera.logged("> \033[31m/sdcard/tmp/backup/adj_iq.bin cannot be removed: Read-only file"));
     EXPECT_EQ(camera.file_log(), ", /sdcard/tmp/backup/adj_iq.bin not removed, NG \n");
     EXPECT_EQ(marks(), "CCCCCC");
 }
@@ -711,7 +712,8 @@ TEST_F(RestoreAll, AMemberThatIsDamagedInsideIsNotTakenForGoodAndNothingIsChange
         mark_all('B');
         EXPECT_EQ(restore_on_card(), 0);
         EXPECT_EQ(camera.file_log(), ", /sdcard/tmp/backup/adj_sys.bin not exist, NG \n");
-        EXPECT_TRUE(camera.logged("unzip of /sdcard/pref.zip failed (status=0x200) "));
+        EXPECT_TRUE(
+            camera.logged("> \033[31munzip of /sdcard/pref.zip failed (status=0x200) \033[m"));
         EXPECT_EQ(marks(), "BBBBBB");
         EXPECT_EQ(camera.calls("pref_save").size(), 0u);
     }

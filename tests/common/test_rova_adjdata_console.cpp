@@ -177,6 +177,15 @@ TEST_F(AdjDataConsole, ATextThatFillsItsItemEndsThere)
     EXPECT_EQ(out, "0123456789abcdef\n");
 }
 
+// As many bytes as leave no room behind them in a block of memory.
+TEST_F(AdjDataConsole, ATextThatFillsALongItemEndsThere)
+{
+    const std::string text(9000, 'x');
+    put(ADJ_ID_VFPN_CAPT_HTABLE_DATA, text + "NEXT");
+    EXPECT_EQ(run([] { return rova_show_adjdata_string("VFPN_CAPT_HTABLE_DATA"); }), 1);
+    EXPECT_EQ(out, text + "\n");
+}
+
 TEST_F(AdjDataConsole, AnEmptyTextIsAnError)
 {
     put(ADJ_ID_PRODUCT_NUMBER, std::string("\0hidden", 7));
