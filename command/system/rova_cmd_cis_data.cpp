@@ -29,12 +29,10 @@ struct item_row {
 constexpr int KEEP = 0;
 constexpr int SAVE = 1;
 
-#define ITEM(part, item, number, save)                                                             \
-    {                                                                                              \
-#item, ADJ_ID_##item, sizeof(part::item), &rova_cis_data::number, save                     \
-    }
-
 // clang-format off
+#define ITEM(part, item, number, save)                                                             \
+    {#item, ADJ_ID_##item, sizeof(part::item), &rova_cis_data::number, save}
+
 constexpr item_row sensor_items[] = {
     ITEM(adj_cap_data, CIS_SN,           serial,      KEEP),
     ITEM(adj_cap_data, CIS_CHIP_VERSION, chip_ver,    KEEP),
@@ -165,14 +163,10 @@ int store_counts_from_pc()
     return store_numbers(info_count_items, data);
 }
 
-int answer(uint32_t cmd_type, int done)
-{
-    return rova_cmd_resp(cmd_type, done != 0 ? 0 : 1, nullptr);
-}
-
+// All answers are plain ones, to the PC too: none of these commands has a number to tell it.
 int rova_cmd_cis_data_adjust(uint32_t cmd_type, cmd_data *record)
 {
-    return answer(cmd_type, rova_cis_data_adjust_script(record));
+    return rova_cmd_answer(cmd_type, rova_cis_data_adjust_script(record) != 0);
 }
 
 constexpr rova_cmd_entry cis_data_table[] = {
@@ -189,15 +183,15 @@ int rova_cmd_cis_data(uint32_t cmd_type, cmd_data *record)
 
 int rova_cmd_cis_data2(uint32_t cmd_type, cmd_data * /*record*/)
 {
-    return answer(cmd_type, adjust_from_pc());
+    return rova_cmd_answer(cmd_type, adjust_from_pc() != 0);
 }
 
 int rova_cmd_cis_data_info(uint32_t cmd_type, cmd_data * /*record*/)
 {
-    return answer(cmd_type, store_counts_from_pc());
+    return rova_cmd_answer(cmd_type, store_counts_from_pc() != 0);
 }
 
 int rova_cmd_cis_data_file(uint32_t cmd_type, cmd_data * /*record*/)
 {
-    return answer(cmd_type, rova_cis_data_adjust_script(nullptr));
+    return rova_cmd_answer(cmd_type, rova_cis_data_adjust_script(nullptr) != 0);
 }
