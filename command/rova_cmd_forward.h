@@ -1,9 +1,13 @@
-// Commands that the camera application carries out: sent to it, and its answer passed on.
+// Commands that the camera application carries out: the record is sent to it as it stands, unread,
+// and its answer is passed on.  A channel that fails is NG; 1 in every case.
 //
 // Server thread.
 #pragma once
 
 #include "common/rova_cmd_data.h"
 
-// Over the camera application's channel.  A channel that fails is NG; 1 in every case.
+// By the camera stack's channel.
 int rova_cmd_ipcc_exec(uint32_t cmd_type, cmd_data *record);
+
+// By the channel of the application's own thread.
+int rova_cmd_app_exec(uint32_t cmd_type, cmd_data *record);
