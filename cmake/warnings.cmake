@@ -2,6 +2,9 @@
 add_library(rova_flags INTERFACE)
 target_include_directories(rova_flags INTERFACE ${CMAKE_SOURCE_DIR})
 target_include_directories(rova_flags INTERFACE ${CMAKE_SOURCE_DIR}/platform/include)
+# The headers of librova: those of the records lie with common/, which uses them too.
+target_include_directories(rova_flags INTERFACE
+  ${CMAKE_SOURCE_DIR}/common/include ${CMAKE_SOURCE_DIR}/lib/include)
 target_compile_definitions(rova_flags INTERFACE _GNU_SOURCE _FILE_OFFSET_BITS=64)
 target_compile_options(rova_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion

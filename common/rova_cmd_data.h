@@ -1,6 +1,8 @@
 // The command record, the command types and the response stream: what every source of commands,
-// every handler and the camera application share.  The records are wire formats.
+// every handler and the camera application share.
 #pragma once
+
+#include <rova/record.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -9,26 +11,9 @@ inline constexpr int ROVA_CMD_PARAM_MAX = 10;
 inline constexpr std::size_t ROVA_CMD_WORD_SIZE = 32;
 inline constexpr std::size_t ROVA_CMD_DATA_SIZE = 500;
 
-#pragma pack(push, 1)
-
-// One command.  Texts are NUL-terminated; numbers are little-endian.
-struct cmd_data {
-    char cmd[ROVA_CMD_WORD_SIZE];                   // command word or family name
-    uint32_t p_count;                               // filled entries of p, 0 to 10
-    char p[ROVA_CMD_PARAM_MAX][ROVA_CMD_WORD_SIZE]; // parameters; p[0] is the subcommand
-    int32_t e[4];                                   // numbers of a predefined PTP command
-    char data_path[128];                            // data file of a predefined PTP command
-};
-
-// Text for the PC that goes with an answer.
-struct rova_resp_stream {
-    uint16_t stream_type; // 0 none, 1 the text is the path of a file, 2 the text itself
-    char text[510];
-};
-
-#pragma pack(pop)
-
 static_assert(sizeof(cmd_data) == ROVA_CMD_DATA_SIZE);
+static_assert(sizeof(cmd_data::cmd) == ROVA_CMD_WORD_SIZE);
+static_assert(sizeof(cmd_data::p) == ROVA_CMD_PARAM_MAX * ROVA_CMD_WORD_SIZE);
 static_assert(offsetof(cmd_data, p_count) == 32);
 static_assert(offsetof(cmd_data, p) == 36);
 static_assert(offsetof(cmd_data, e) == 356);

@@ -4,6 +4,8 @@
 
 #include "lib/rova_cmd_response.h"
 
+#include <rova/rova.h>
+
 #include <cstdint>
 
 inline constexpr int ROVA_IPCC_PROJECT = 0x59843123;
@@ -16,15 +18,9 @@ inline constexpr std::size_t ROVA_IPCC_MESSAGE_SIZE = 8;
 // command.  A request to stop does not end the wait.  Any thread; one sender at a time.
 int rova_ipcc_send(uint32_t cmd_type, const cmd_data *record, rova_cmd_response *answer);
 
-// The serving end, for the process that holds the camera's handle.  One thread starts and stops it.
-
-// Makes the channel and its thread, and gives the camera stack the functions that its commands may
-// call.  1, also when it runs already; 0 with the reason logged and all undone, as when the queue
-// is there already: another process serves, or one that served was killed.
-int rova_start_ipcc(void *handle);
-
-// Waits for the thread; commands that wait on the queue are handed on first.  1.
-int rova_stop_ipcc();
+// The serving end, for the process that holds the camera's handle, is rova_start_ipcc and
+// rova_stop_ipcc of rova/rova.h.  One thread starts and stops it.  It fails to start also where the
+// queue is there already: another process serves, or one that served was killed.
 
 // The camera stack's completion callback: tells the sender that the answer stands in its area.
 // 0, or -1.  Any thread.

@@ -2,11 +2,13 @@
 """Compare the functions that headers declare with those that libraries define.
 
 usage: check_symbols.py [--nm NM] [--prefix P | --without-prefix P] [--exact] [--pending LIST]
-                        HEADER... -- LIBRARY...
+                        [--map SCRIPT] HEADER... -- LIBRARY...
 
 Fails when a declared function is not defined.  With --exact also when a library defines a global
 function that no header declares.  --prefix looks only at names that begin with P.  LIST is a file
-of functions, one a line, that are still to be written: they must be missing.
+of functions, one a line, that are still to be written: they must be missing.  SCRIPT is a linker's
+version script: its global names must be the declared ones.  Of a shared library (.so) only what it
+shows to others counts.
 """
 import argparse
 import re
@@ -36,10 +38,27 @@ def declared(text):
 
 def defined(nm, library):
     """Names of the global functions that an object, archive or shared library defines."""
-    output = subprocess.run([nm, '--defined-only', '--extern-only', library], check=True,
+    shown = ['--dynamic'] if re.search(r'\.so(\.[0-9.]+)?$', library) else []
+    output = subprocess.run([nm, *shown, '--defined-only', '--extern-only', library], check=True,
                             capture_output=True, text=True).stdout
+    # What a shared library shows beside functions is as much a part of its interface.
+    kinds = 'TWVBDRui' if shown else 'TW'
     return {line.split()[2] for line in output.splitlines()
-            if len(line.split()) == 3 and line.split()[1] in 'TW'}
+            if len(line.split()) == 3 and line.split()[1] in kinds}
+
+
+def exported(text):
+    """The global names of a version script."""
+    text = re.sub(r'/\*.*?\*/', ' ', text, flags=re.DOTALL)
+    found = re.search(r'global:(.*?)(?:local:|\})', text, re.DOTALL)
+    return set(re.findall(r'[^\s;]+', found.group(1))) if found else set()
+
+
+def map_faults(path, wanted):
+    """What is on one side only of a version script and the headers."""
+    names = exported(path.read_text())
+    return ([f'{path}: {name} is not exported' for name in sorted(set(wanted) - names)] +
+            [f'{path}: {name} is not declared' for name in sorted(names - set(wanted))])
 
 
 def main():
@@ -49,6 +68,7 @@ def main():
     parser.add_argument('--without-prefix')
     parser.add_argument('--exact', action='store_true')
     parser.add_argument('--pending', type=Path)
+    parser.add_argument('--map', type=Path)
     parser.add_argument('files', nargs='+', metavar='HEADER... -- LIBRARY')
     arguments = sys.argv[1:]
     libraries = []
@@ -73,6 +93,7 @@ def main():
     faults = [f'{wanted[name]}: {name} is not defined' for name in sorted(missing)]
     faults += [f'{args.pending}: {name} is not missing: take it off the list'
                for name in sorted(pending - (set(wanted) - present))]
+    faults += map_faults(args.map, wanted) if args.map else []
     if args.exact:
         faults += [f'{name} is defined but not declared' for name in sorted(present - set(wanted))]
     print('\n'.join(faults + [f'{len(wanted)} functions declared, {len(faults)} faults']))

@@ -96,6 +96,38 @@ class Compared(unittest.TestCase):
         self.assertIn('one is not missing', text)
         self.assertIn('none_such is not missing', text)
 
+    def run_on_shared(self, script):
+        with tempfile.TemporaryDirectory() as folder:
+            Path(folder, 'a.h').write_text(HEADER)
+            Path(folder, 'a.c').write_text(self.ALL + ' int sys_five(){return 0;} int more(){return 0;}'
+                                           ' int number = 1;')
+            Path(folder, 'a.map').write_text(script)
+            subprocess.run([os.environ.get('CC', 'cc'), '-shared', '-fPIC', 'a.c', '-o', 'a.so',
+                            '-Wl,--version-script=a.map'], cwd=folder, check=True)
+            done = subprocess.run([sys.executable, '-B', HERE / 'check_symbols.py', '--exact', '--map',
+                                   'a.map', 'a.h', '--', 'a.so'], cwd=folder, capture_output=True,
+                                  text=True)
+        return done.returncode, done.stdout + done.stderr
+
+    def test_a_shared_library_that_shows_what_is_declared_passes(self):
+        code, text = self.run_on_shared(
+            '{ global: /* x; */ one; two; said; four; sys_five; local: *; };')
+        self.assertEqual(code, 0, text)
+
+    def test_a_shared_library_that_shows_more_is_named(self):
+        code, text = self.run_on_shared(
+            '{ global: one; two; said; four; sys_five; more; number; local: *; };')
+        self.assertEqual(code, 1)
+        self.assertIn('more is defined but not declared', text)
+        self.assertIn('number is defined but not declared', text)
+        self.assertIn('a.map: more is not declared', text)
+
+    def test_a_call_that_a_script_hides_is_named(self):
+        code, text = self.run_on_shared('{ global: one; two; said; four; local: *; };')
+        self.assertEqual(code, 1)
+        self.assertIn('a.h: sys_five is not defined', text)
+        self.assertIn('a.map: sys_five is not exported', text)
+
     def test_nothing_to_compare_is_a_fault(self):
         self.assertNotIn(self.run_on(self.ALL, '--prefix', 'none_')[0], (0,))
 
