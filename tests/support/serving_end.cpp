@@ -36,9 +36,10 @@ char *map(int memory, off_t address, std::size_t size)
     return static_cast<char *>(area);
 }
 
-std::string note_of(const char *what, int nth)
+// Each channel of a camera has notes of its own.
+std::string note_of(const Channel &channel, const char *what, int nth = 0)
 {
-    return "/tmp/" + std::string(what) + "." + std::to_string(nth);
+    return "/tmp/" + std::string(channel.semaphore) + "." + what + "." + std::to_string(nth);
 }
 
 // Appears at once, with its whole contents.
@@ -67,13 +68,13 @@ std::string number_bytes(uint32_t number, int size)
 } // namespace
 
 ServingEnd::ServingEnd(const Camera &camera, const Answer &answer, const Channel &channel)
-    : camera_(camera), pid_(fork())
+    : camera_(camera), channel_(channel), pid_(fork())
 {
     if (pid_ < 0)
         throw std::runtime_error("fork failed");
     if (pid_ == 0)
-        serve(answer, channel);
-    EXPECT_TRUE(wait_for([&] { return camera_.exists("/tmp/serving"); }));
+        serve(answer);
+    EXPECT_TRUE(wait_for([&] { return camera_.exists(note_of(channel_, "serving")); }));
 }
 
 ServingEnd::~ServingEnd()
@@ -84,18 +85,18 @@ ServingEnd::~ServingEnd()
 
 bool ServingEnd::received(int nth) const
 {
-    return camera_.exists(note_of("received", nth));
+    return camera_.exists(note_of(channel_, "received", nth));
 }
 
 bool ServingEnd::answered(int nth) const
 {
-    return camera_.exists(note_of("answered", nth));
+    return camera_.exists(note_of(channel_, "answered", nth));
 }
 
 ServingEnd::Command ServingEnd::command(int nth) const
 {
     EXPECT_TRUE(wait_for([&] { return received(nth); }));
-    const std::string note = camera_.read(note_of("received", nth));
+    const std::string note = camera_.read(note_of(channel_, "received", nth));
     Command seen = {};
     if (note.size() <= sizeof(seen.type) + 1 + COMMAND_AREA_SIZE)
         return seen;
@@ -106,23 +107,23 @@ ServingEnd::Command ServingEnd::command(int nth) const
     return seen;
 }
 
-void ServingEnd::serve(const Answer &answer, const Channel &channel) const
+void ServingEnd::serve(const Answer &answer) const
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    const int queue = sys_msgget(sys_ftok("/tmp", channel.project), 03666);
+    const int queue = sys_msgget(sys_ftok("/tmp", channel_.project), 03666);
     const int memory = sys_open("/dev/mem", O_RDWR, 0);
     if (queue < 0 || memory < 0)
         _exit(2);
     const char *command_area = map(memory, COMMAND_AREA, COMMAND_AREA_SIZE);
     char *answer_area = map(memory, ANSWER_AREA, ANSWER_AREA_SIZE);
-    write_note(camera_, "/tmp/serving", "");
+    write_note(camera_, note_of(channel_, "serving"), "");
 
     for (int nth = 1;; nth++) {
         struct {
             long type;
             char bytes[64];
         } message = {};
-        const ssize_t size = msgrcv(queue, &message, channel.message_size, 0, 0);
+        const ssize_t size = msgrcv(queue, &message, channel_.message_size, 0, 0);
         if (size < 0)
             _exit(5);
         const std::string area(command_area, COMMAND_AREA_SIZE);
@@ -132,14 +133,14 @@ void ServingEnd::serve(const Answer &answer, const Channel &channel) const
         note += static_cast<char>(clear);
         note += area;
         note.append(message.bytes, static_cast<std::size_t>(size));
-        write_note(camera_, note_of("received", nth), note);
+        write_note(camera_, note_of(channel_, "received", nth), note);
 
         const std::optional<std::string> bytes = answer(nth, area);
         if (!bytes)
             continue;
         std::memcpy(answer_area, bytes->data(), std::min(bytes->size(), ANSWER_AREA_SIZE));
-        post(channel.semaphore);
-        write_note(camera_, note_of("answered", nth), "");
+        post(channel_.semaphore);
+        write_note(camera_, note_of(channel_, "answered", nth), "");
     }
 }
 

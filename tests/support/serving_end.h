@@ -19,6 +19,9 @@ struct Channel {
     std::size_t message_size = 8;
 };
 
+// The channel of the application's own thread; without one it is the camera stack's.
+inline constexpr Channel APP_CHANNEL = {0x59849173, "sem_rova_app_resp", 4};
+
 class ServingEnd
 {
 public:
@@ -45,9 +48,10 @@ public:
     Command command(int nth) const; // waits for it
 
 private:
-    [[noreturn]] void serve(const Answer &answer, const Channel &channel) const;
+    [[noreturn]] void serve(const Answer &answer) const;
 
     const Camera &camera_;
+    const Channel channel_;
     pid_t pid_;
 };
 
