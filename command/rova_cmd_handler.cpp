@@ -1,6 +1,8 @@
 #include "command/rova_cmd_handler.h"
 
+#include "command/capture/rova_cmd_capture.h"
 #include "command/factory/rova_cmd_factory.h"
+#include "command/iq/rova_cmd_iq.h"
 #include "command/rova_cmd_control_flags.h"
 #include "command/rova_cmd_result.h"
 #include "command/rova_ptp_resp.h"
@@ -204,17 +206,48 @@ static constexpr rova_cmd_entry factory_table[] = {
     {"osd",              rova_cmd_osd},
     {"serial_number",    rova_cmd_serial_number},
     {"shipment_country", rova_cmd_shipment_country},
+    {"factory_reset",    rova_cmd_factory_reset},
     {"create_file",      rova_cmd_create_file},
     {"file",             rova_cmd_file},
+    {"image",            rova_cmd_image},
+    {"sys_param",        rova_cmd_sys_param},
     {"delay",            rova_cmd_delay},
+    {"exposure",         rova_cmd_exposure},
     {"lcd",              rova_cmd_lcd},
+    {"model_name",       rova_cmd_model_name},
     {"control",          rova_cmd_control},
     {"gpio",             rova_cmd_gpio},
     // clang-format on
 };
 
-static constexpr std::array<rova_cmd_entry, 0> capture_table{};
-static constexpr std::array<rova_cmd_entry, 0> image_quality_table{};
+static constexpr rova_cmd_entry capture_table[] = {
+    // clang-format off
+    {"lens_mount",     rova_cmd_lens_mount},
+    {"shutter_speed",  rova_cmd_shutter_speed},
+    {"shutter_speed2", rova_cmd_shutter_speed2},
+    {"lens",           rova_cmd_lens},
+    {"capture",        rova_cmd_capture},
+    {"st",             rova_cmd_capture},
+    {"defect_pixel",   rova_cmd_defect_pixel},
+    {"efs",            rova_cmd_efs},
+    {"shutter",        rova_cmd_shutter},
+    {"xsw",            rova_cmd_xsw},
+    {"strobe",         rova_cmd_strobe},
+    {"hotshoe",        rova_cmd_hotshoe},
+    // clang-format on
+};
+
+static constexpr rova_cmd_entry image_quality_table[] = {
+    // clang-format off
+    {"iso",           rova_cmd_iso},
+    {"awb",           rova_cmd_awb},
+    {"color_shading", rova_cmd_color_shading},
+    {"flangeback",    rova_cmd_flangeback},
+    {"paf",           rova_cmd_paf},
+    {"vfpn",          rova_cmd_vfpn},
+    // clang-format on
+};
+
 static constexpr std::array<rova_cmd_entry, 0> extra_table{};
 static constexpr std::array<rova_cmd_entry, 0> wireless_table{};
 

@@ -1,4 +1,6 @@
+#include "command/capture/rova_cmd_capture.h"
 #include "command/factory/rova_cmd_factory.h"
+#include "command/iq/rova_cmd_iq.h"
 #include "command/rova_cmd_handler.h"
 #include "command/system/rova_cmd_system.h"
 
@@ -56,6 +58,16 @@ TEST(CommandTables, HoldTheWordsOfTheReferenceInItsOrder)
     }
 }
 
+TEST(CommandTables, OfCaptureAndImageQualityHoldAllWordsOfTheReference)
+{
+    for (std::size_t i : {2U, 3U}) {
+        Words words;
+        for (const rova_cmd_entry &row : rova_cmd_tables()[i].rows)
+            words.push_back(row.name);
+        EXPECT_EQ(words, reference[i].second);
+    }
+}
+
 TEST(CommandTables, HoldNoWordTwice)
 {
     Words seen;
@@ -93,20 +105,48 @@ INSTANTIATE_TEST_SUITE_P(System, CommandFamily,
                                          Family{"system", "cis_data_file", rova_cmd_cis_data_file}),
                          [](const auto &row) { return std::string(row.param.word); });
 
-INSTANTIATE_TEST_SUITE_P(Factory, CommandFamily,
-                         testing::Values(Family{"factory", "proc_mark", rova_cmd_proc_mark},
-                                         Family{"factory", "step_label", rova_cmd_step_label},
-                                         Family{"factory", "adj_data", rova_cmd_adj_data},
-                                         Family{"factory", "osd", rova_cmd_osd},
-                                         Family{"factory", "serial_number", rova_cmd_serial_number},
-                                         Family{"factory", "shipment_country",
-                                                rova_cmd_shipment_country},
-                                         Family{"factory", "create_file", rova_cmd_create_file},
-                                         Family{"factory", "file", rova_cmd_file},
-                                         Family{"factory", "delay", rova_cmd_delay},
-                                         Family{"factory", "lcd", rova_cmd_lcd},
-                                         Family{"factory", "control", rova_cmd_control},
-                                         Family{"factory", "gpio", rova_cmd_gpio}),
+INSTANTIATE_TEST_SUITE_P(
+    Factory, CommandFamily,
+    testing::Values(
+        Family{"factory", "proc_mark", rova_cmd_proc_mark},
+        Family{"factory", "step_label", rova_cmd_step_label},
+        Family{"factory", "adj_data", rova_cmd_adj_data}, Family{"factory", "osd", rova_cmd_osd},
+        Family{"factory", "serial_number", rova_cmd_serial_number},
+        Family{"factory", "shipment_country", rova_cmd_shipment_country},
+        Family{"factory", "factory_reset", rova_cmd_factory_reset},
+        Family{"factory", "create_file", rova_cmd_create_file},
+        Family{"factory", "file", rova_cmd_file}, Family{"factory", "image", rova_cmd_image},
+        Family{"factory", "sys_param", rova_cmd_sys_param},
+        Family{"factory", "delay", rova_cmd_delay},
+        Family{"factory", "exposure", rova_cmd_exposure}, Family{"factory", "lcd", rova_cmd_lcd},
+        Family{"factory", "model_name", rova_cmd_model_name},
+        Family{"factory", "control", rova_cmd_control}, Family{"factory", "gpio", rova_cmd_gpio}),
+    [](const auto &row) { return std::string(row.param.word); });
+
+INSTANTIATE_TEST_SUITE_P(Capture, CommandFamily,
+                         testing::Values(Family{"capture", "lens_mount", rova_cmd_lens_mount},
+                                         Family{"capture", "shutter_speed", rova_cmd_shutter_speed},
+                                         Family{"capture", "shutter_speed2",
+                                                rova_cmd_shutter_speed2},
+                                         Family{"capture", "lens", rova_cmd_lens},
+                                         Family{"capture", "capture", rova_cmd_capture},
+                                         Family{"capture", "st", rova_cmd_capture},
+                                         Family{"capture", "defect_pixel", rova_cmd_defect_pixel},
+                                         Family{"capture", "efs", rova_cmd_efs},
+                                         Family{"capture", "shutter", rova_cmd_shutter},
+                                         Family{"capture", "xsw", rova_cmd_xsw},
+                                         Family{"capture", "strobe", rova_cmd_strobe},
+                                         Family{"capture", "hotshoe", rova_cmd_hotshoe}),
+                         [](const auto &row) { return std::string(row.param.word); });
+
+INSTANTIATE_TEST_SUITE_P(ImageQuality, CommandFamily,
+                         testing::Values(Family{"image quality", "iso", rova_cmd_iso},
+                                         Family{"image quality", "awb", rova_cmd_awb},
+                                         Family{"image quality", "color_shading",
+                                                rova_cmd_color_shading},
+                                         Family{"image quality", "flangeback", rova_cmd_flangeback},
+                                         Family{"image quality", "paf", rova_cmd_paf},
+                                         Family{"image quality", "vfpn", rova_cmd_vfpn}),
                          [](const auto &row) { return std::string(row.param.word); });
 
 static int first(uint32_t, cmd_data *)

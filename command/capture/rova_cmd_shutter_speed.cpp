@@ -1,0 +1,16 @@
+#include "command/capture/rova_cmd_capture.h"
+#include "command/rova_cmd_forward.h"
+#include "command/rova_cmd_handler.h"
+
+static constexpr rova_cmd_entry shutter_speed_table[] = {
+    // clang-format off
+    {"set",   rova_cmd_ipcc_exec},
+    {"check", rova_cmd_ipcc_exec},
+    // clang-format on
+};
+static_assert(rova_cmd_table_is_sound(shutter_speed_table));
+
+int rova_cmd_shutter_speed(uint32_t cmd_type, cmd_data *record)
+{
+    return rova_cmd_run_sub(shutter_speed_table, "shutter_speed", cmd_type, record);
+}

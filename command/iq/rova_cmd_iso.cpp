@@ -1,0 +1,13 @@
+#include "command/iq/rova_cmd_iq.h"
+#include "command/rova_cmd_forward.h"
+#include "command/rova_cmd_handler.h"
+
+static constexpr rova_cmd_entry iso_table[] = {
+    {"adjust", rova_cmd_ipcc_exec},
+};
+static_assert(rova_cmd_table_is_sound(iso_table));
+
+int rova_cmd_iso(uint32_t cmd_type, cmd_data *record)
+{
+    return rova_cmd_run_sub(iso_table, "iso", cmd_type, record);
+}
