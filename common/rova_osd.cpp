@@ -247,32 +247,6 @@ void *rova_osd_thread(void * /*arg*/)
     return nullptr;
 }
 
-bool attr_step_done(const char *step, int error)
-{
-    if (error != 0)
-        ROVA_LOG_ERR("%s failed (errno=%d) \n", step, error);
-    return error == 0;
-}
-
-// 0, or -1 with the reason logged.
-int create_thread()
-{
-    pthread_attr_t attributes;
-    if (!attr_step_done("pthread_attr_init", pthread_attr_init(&attributes)))
-        return -1;
-    pthread_t thread = 0;
-    bool done = attr_step_done("pthread_attr_setdetachstate",
-                               pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_JOINABLE)) &&
-                attr_step_done("pthread_attr_setstacksize",
-                               pthread_attr_setstacksize(&attributes, ROVA_THREAD_STACK_SIZE)) &&
-                attr_step_done("pthread_create",
-                               pthread_create(&thread, &attributes, rova_osd_thread, nullptr));
-    pthread_attr_destroy(&attributes);
-    if (done)
-        state.thread = thread;
-    return done ? 0 : -1;
-}
-
 void remove_queue(int queue)
 {
     if (queue >= 0)
@@ -303,14 +277,6 @@ bool send_stop(int queue)
         return true;
     ROVA_LOG_ERR("failed to send end packet \n");
     return false;
-}
-
-void join_thread()
-{
-    // After a failed start there is no thread, and 0 is no handle to give to the C library.
-    int error = state.thread != 0 ? pthread_join(state.thread, nullptr) : ESRCH;
-    if (error != 0)
-        ROVA_LOG_ERR("pthread_join failed (errno=%d) \n", error);
 }
 
 } // namespace
@@ -346,7 +312,9 @@ int rova_osd_init()
     state.sem = open_semaphore();
     if (state.sem == nullptr)
         return undo_init();
-    return create_thread() == 0 ? 0 : undo_init();
+    if (rova_serving_thread_create(&state.thread, rova_osd_thread, nullptr) != 0)
+        return undo_init();
+    return 0;
 }
 
 void rova_osd_exit()
@@ -359,7 +327,7 @@ void rova_osd_exit()
     bool told = send_stop(queue);
     if (!told)
         remove_queue(queue);
-    join_thread();
+    rova_serving_thread_join(state.thread);
     if (told)
         remove_queue(queue);
     release_semaphore();

@@ -17,6 +17,13 @@ int fail(pthread_attr_t *attributes)
     return -1;
 }
 
+bool step_done(const char *step, int error)
+{
+    if (error != 0)
+        ROVA_LOG_ERR("%s failed (errno=%d) \n", step, error);
+    return error == 0;
+}
+
 } // namespace
 
 int rova_thread_create(pthread_t *thread, const char * /*name*/, int /*priority*/, int joinable,
@@ -80,6 +87,30 @@ int rova_thread_kill(pthread_t thread, int signal)
 void rova_thread_exit(void *result)
 {
     pthread_exit(result);
+}
+
+int rova_serving_thread_create(pthread_t *thread, void *(*start)(void *), void *arg)
+{
+    pthread_attr_t attributes;
+    if (!step_done("pthread_attr_init", pthread_attr_init(&attributes)))
+        return -1;
+    pthread_t made = 0;
+    const bool done =
+        step_done("pthread_attr_setdetachstate",
+                  pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_JOINABLE)) &&
+        step_done("pthread_attr_setstacksize",
+                  pthread_attr_setstacksize(&attributes, ROVA_THREAD_STACK_SIZE)) &&
+        step_done("pthread_create", pthread_create(&made, &attributes, start, arg));
+    pthread_attr_destroy(&attributes);
+    if (done)
+        *thread = made;
+    return done ? 0 : -1;
+}
+
+int rova_serving_thread_join(pthread_t thread)
+{
+    const int error = thread != 0 ? pthread_join(thread, nullptr) : ESRCH;
+    return step_done("pthread_join", error) ? 0 : -1;
 }
 
 void rova_thread_make_cancellable()

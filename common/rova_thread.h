@@ -16,6 +16,11 @@ int rova_thread_cancel(pthread_t thread);
 int rova_thread_kill(pthread_t thread, int signal);
 [[noreturn]] void rova_thread_exit(void *result);
 
+// The same for the threads that serve a queue: joinable, with ROVA_THREAD_STACK_SIZE bytes; a step
+// that fails is told with the error's number.  A handle of 0 fails to be joined.
+int rova_serving_thread_create(pthread_t *thread, void *(*start)(void *), void *arg);
+int rova_serving_thread_join(pthread_t thread);
+
 // A thread that may be cancelled at any instant must hold neither lock nor heap block while it can
 // be.  It calls rova_thread_make_cancellable once: from then on it can be cancelled inside a window
 // only, and there at once (asynchronous type).  A window encloses one blocking call; on a thread
