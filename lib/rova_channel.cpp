@@ -54,17 +54,13 @@ struct channel_memory {
     rova_area answer;
 };
 
-int open_queue(const rova_channel *channel)
+key_t make_key(const rova_channel *channel)
 {
-    const key_t key = rova_channel_key(channel);
-    if (key == -1) {
-        ROVA_LOG_ERR("failed to generate msg key \n");
+    if (sys_access(ROVA_CHANNEL_DIR, R_OK) != 0) {
+        ROVA_LOG_ERR("failed to access (%s) \n", reason());
         return -1;
     }
-    const int queue = sys_msgget(key, ROVA_CHANNEL_SEND_FLAGS);
-    if (queue < 0)
-        ROVA_LOG_ERR("failed to create mqueue. (%s) \n", reason());
-    return queue;
+    return sys_ftok(ROVA_CHANNEL_DIR, channel->project);
 }
 
 bool map_cleared(rova_area *area, int fd, uint32_t address, std::size_t size)
@@ -156,11 +152,18 @@ bool wait_for_answer(const rova_channel *channel, int seconds)
 
 key_t rova_channel_key(const rova_channel *channel)
 {
-    if (sys_access(ROVA_CHANNEL_DIR, R_OK) != 0) {
-        ROVA_LOG_ERR("failed to access (%s) \n", reason());
-        return -1;
-    }
-    return sys_ftok(ROVA_CHANNEL_DIR, channel->project);
+    const key_t key = make_key(channel);
+    if (key == -1)
+        ROVA_LOG_ERR("failed to generate msg key \n");
+    return key;
+}
+
+int rova_channel_queue(key_t key, int flags)
+{
+    const int queue = sys_msgget(key, flags);
+    if (queue < 0)
+        ROVA_LOG_ERR("failed to create mqueue. (%s) \n", reason());
+    return queue;
 }
 
 int rova_channel_send(rova_channel *channel, uint32_t cmd_type, const cmd_data *record,
@@ -174,7 +177,10 @@ int rova_channel_send(rova_channel *channel, uint32_t cmd_type, const cmd_data *
         ROVA_LOG_ERR("resp is NULL \n");
         return 0;
     }
-    const int queue = open_queue(channel);
+    const key_t key = rova_channel_key(channel);
+    if (key == -1)
+        return 0;
+    const int queue = rova_channel_queue(key, ROVA_CHANNEL_SEND_FLAGS);
     if (queue < 0)
         return 0;
 

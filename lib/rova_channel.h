@@ -45,8 +45,10 @@ struct rova_channel {
     std::mutex send_lock;
 };
 
-// The key of the channel's queue; -1, logged, when the folder is not readable.
+// The key of the channel's queue, and the queue itself by one of the flags above; -1 with the
+// reason logged.
 key_t rova_channel_key(const rova_channel *channel);
+int rova_channel_queue(key_t key, int flags);
 
 // Hands a command to the serving end and waits for the answer, which is owned by the caller.
 // 1, or 0 with the reason logged; `answer` is written on success only.  Any thread; one sender at
@@ -66,7 +68,7 @@ public:
     // `fd` is ROVA_CHANNEL_MEM, opened read-write; it may be closed afterwards.  False and errno on
     // failure.
     bool map(int fd, uint32_t address, std::size_t size);
-    void clear() const;
+    void clear() const; // to zeros
     void *get() const { return start_; }
 
 private:
