@@ -30,15 +30,21 @@ struct channel {
 constexpr channel ipcc = {"rova_ipcc_send", rova_ipcc_send};
 constexpr channel app = {"rova_send_to_app", rova_send_to_app};
 
+int send(const channel &to, uint32_t cmd_type, const cmd_data *record, rova_cmd_response *answer)
+{
+    if (to.send(cmd_type, record, answer) != 0)
+        return 1;
+    ROVA_LOG_ERR("%s() failed (%s) \n", to.name, record->cmd);
+    return 0;
+}
+
 int forward(const channel &to, uint32_t cmd_type, const cmd_data *record)
 {
     rova_cmd_response answer = {};
-    if (to.send(cmd_type, record, &answer) != 0) {
-        pass_on(cmd_type, answer);
-        return 1;
-    }
-    ROVA_LOG_ERR("%s() failed (%s) \n", to.name, record->cmd);
-    return rova_cmd_resp(cmd_type, 1, nullptr);
+    if (send(to, cmd_type, record, &answer) == 0)
+        return rova_cmd_resp(cmd_type, 1, nullptr);
+    pass_on(cmd_type, answer);
+    return 1;
 }
 
 } // namespace
@@ -51,4 +57,9 @@ int rova_cmd_ipcc_exec(uint32_t cmd_type, cmd_data *record)
 int rova_cmd_app_exec(uint32_t cmd_type, cmd_data *record)
 {
     return forward(app, cmd_type, record);
+}
+
+int rova_cmd_app_send(uint32_t cmd_type, const cmd_data *record, rova_cmd_response *answer)
+{
+    return send(app, cmd_type, record, answer);
 }
