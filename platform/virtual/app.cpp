@@ -8,14 +8,14 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <charconv>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
-#include <string_view>
+#include <time.h>
 #include <unistd.h>
 #include <vector>
 
@@ -160,12 +160,11 @@ Answer parse_answer(const std::string &text)
     return answer;
 }
 
-// In pieces that a sleep takes.
 void wait(unsigned int milliseconds)
 {
-    for (unsigned int piece = 0; milliseconds > 0; milliseconds -= piece) {
-        piece = std::min(milliseconds, 500U);
-        sys_usleep(piece * 1000);
+    timespec end = {};
+    sys_deadline(milliseconds, &end);
+    while (clock_nanosleep(CLOCK_REALTIME, TIMER_ABSTIME, &end, nullptr) == EINTR) {
     }
 }
 
@@ -176,7 +175,8 @@ AppAnswer app_answer(const char *channel, const void *command, void *answer)
     const std::vector<std::string> words = words_of(static_cast<const char *>(command));
     record("app_command", {channel, words});
     const Answer told = parse_answer(text_of_answer(words));
-    wait(told.late);
+    if (told.late != 0)
+        wait(told.late);
     if (told.crash)
         std::abort();
     if (told.kind == AppAnswer::given)

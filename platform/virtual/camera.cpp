@@ -107,7 +107,9 @@ int set_service(const mm_camera_service &service)
 
 bool is_sound(mm_camera_handle handle, int request, const void *data, int size)
 {
-    if (handle == nullptr || data == nullptr || !virt::present())
+    if (handle == nullptr || !virt::present())
+        return false;
+    if (data == nullptr && request != MM_CAMERA_SET_DONE_CALLBACK) // NULL takes it back
         return false;
     switch (request) {
     case MM_CAMERA_RUN_COMMAND:
