@@ -202,9 +202,12 @@ static constexpr rova_cmd_entry factory_table[] = {
     // clang-format off
     {"proc_mark",        rova_cmd_proc_mark},
     {"step_label",       rova_cmd_step_label},
+    {"sample",           rova_cmd_sample},
     {"adj_data",         rova_cmd_adj_data},
     {"osd",              rova_cmd_osd},
+    {"firmware",         rova_cmd_firmware},
     {"serial_number",    rova_cmd_serial_number},
+    {"snapshot",         rova_cmd_snapshot},
     {"shipment_country", rova_cmd_shipment_country},
     {"factory_reset",    rova_cmd_factory_reset},
     {"create_file",      rova_cmd_create_file},

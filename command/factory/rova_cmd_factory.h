@@ -6,8 +6,11 @@
 int rova_cmd_proc_mark(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_step_label(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_adj_data(uint32_t cmd_type, cmd_data *record);
+int rova_cmd_sample(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_osd(uint32_t cmd_type, cmd_data *record);
+int rova_cmd_firmware(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_serial_number(uint32_t cmd_type, cmd_data *record);
+int rova_cmd_snapshot(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_shipment_country(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_factory_reset(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_create_file(uint32_t cmd_type, cmd_data *record);

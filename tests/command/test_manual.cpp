@@ -2,6 +2,7 @@
 #include "tests/command/command_test.h"
 #include "tests/support/serving_end.h"
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -40,7 +41,8 @@ std::vector<std::string> subcommands(const std::string &syntax)
 
 uint32_t source_of(const std::string &line)
 {
-    return line.starts_with("create_file ") ? ROVA_CMD_PTP : ROVA_CMD_CARD;
+    bool from_pc = line.starts_with("create_file ") || line.starts_with("snapshot ");
+    return from_pc ? ROVA_CMD_PTP : ROVA_CMD_CARD;
 }
 
 } // namespace
@@ -66,6 +68,9 @@ TEST_F(Manual, EveryExampleEndsWithOk)
     const ServingEnd stack(camera, plain_ok);
     const ServingEnd application(camera, plain_ok, APP_CHANNEL);
     camera.write("/dev/fb0", "");
+    camera.write("/usr/bin/make_snapshot.sh", "#!/bin/sh\n");
+    std::filesystem::permissions(camera.path("/usr/bin/make_snapshot.sh"),
+                                 std::filesystem::perms::owner_all);
     camera.write("/sdcard/gpio_pindump.csv", "x");
     camera.write("/var/run/memory/private/pmode_shutter_data", "NO= 1\nB\n1 2\n");
     camera.fault("sys_fdatasync", "0"); // hundreds of rows would each wait for the PC's disk

@@ -110,7 +110,10 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Family{"factory", "proc_mark", rova_cmd_proc_mark},
         Family{"factory", "step_label", rova_cmd_step_label},
-        Family{"factory", "adj_data", rova_cmd_adj_data}, Family{"factory", "osd", rova_cmd_osd},
+        Family{"factory", "sample", rova_cmd_sample},
+        Family{"factory", "adj_data", rova_cmd_adj_data},
+        Family{"factory", "firmware", rova_cmd_firmware},
+        Family{"factory", "snapshot", rova_cmd_snapshot}, Family{"factory", "osd", rova_cmd_osd},
         Family{"factory", "serial_number", rova_cmd_serial_number},
         Family{"factory", "shipment_country", rova_cmd_shipment_country},
         Family{"factory", "factory_reset", rova_cmd_factory_reset},

@@ -158,6 +158,8 @@ TEST(StandIn, NotesItsCallAsThePlatformDoes)
     EXPECT_EQ(calls[0]["result"], 0);
     EXPECT_TRUE(calls[0]["time"].is_number_float());
     EXPECT_EQ(camera.calls("make_snapshot.sh").size(), 1U);
+    EXPECT_EQ(test::run({camera.path("/usr/bin/micom_updater"), "tstop"}).status, 0);
+    EXPECT_EQ(camera.calls("micom_updater").size(), 1U);
 }
 
 TEST(StandIn, TheResponderIsFoundByItsPathAndEndsOnTerm)

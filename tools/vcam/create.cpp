@@ -100,7 +100,7 @@ struct program_row {
 
 constexpr program_row PROGRAMS[] = {
     {"poweroff", POWER_CUT},  {"reboot", POWER_CUT},      {"sync", ""},
-    {"make_snapshot.sh", ""}, {"mtp-responder", RESPOND},
+    {"make_snapshot.sh", ""}, {"mtp-responder", RESPOND}, {"micom_updater", ""},
 };
 
 void refuse_foreign_folder(const fs::path &dir)
