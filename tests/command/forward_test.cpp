@@ -76,7 +76,8 @@ static cmd_data full_record(const std::string &line)
 {
     cmd_data record = record_of(line + " 1/125 -7 %s last");
     constexpr int32_t numbers[] = {1, -2, INT32_MAX, INT32_MIN};
-    std::copy(std::begin(numbers), std::end(numbers), record.e);
+    for (std::size_t i = 0; i < std::size(numbers); i++)
+        record.e[i] = numbers[i];
     std::strcpy(record.data_path, "memory/private/pmode_shutter_data");
     return record;
 }

@@ -34,7 +34,7 @@ protected:
     {
         const ServingEnd app(
             camera, [&](int, const std::string &) { return bytes; }, GetParam().channel);
-        const std::string log = forward("lens get", cmd_type);
+        std::string log = forward("lens get", cmd_type);
         EXPECT_EQ(app.command(1).type, cmd_type);
         return log;
     }

@@ -20,7 +20,7 @@ std::optional<std::string> plain_ok(int, const std::string &)
 
 std::string text_at(const std::string &area, std::size_t offset)
 {
-    return area.substr(offset).c_str();
+    return area.substr(offset, area.find('\0', offset) - offset);
 }
 
 } // namespace
