@@ -1,8 +1,14 @@
 #include "lib/rova_ipcc.h"
 
+#include "common/rova_adjdata_handler.h"
+#include "common/rova_csv.h"
+#include "common/rova_osd.h"
+#include "common/rova_power.h"
 #include "common/rova_util.h"
 #include "lib/rova_channel.h"
 #include "platform/sys.h"
+#include "platform/virtual/app.h"
+#include "tests/lib/channel_test.h"
 #include "tests/support/process.h"
 #include "tests/support/serving_end.h"
 #include "tests/support/wrap.h"
@@ -14,14 +20,19 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <sys/msg.h>
 #include <thread>
 #include <unistd.h>
 
 using test::answer_bytes;
+using test::bytes_of;
+using test::record_of;
 using test::ServingEnd;
+using test::things_held;
 
 namespace
 {
@@ -30,33 +41,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr char ALT_SCRIPT[] = "/sdcard/alt.adj";
 constexpr char ORDINARY_SCRIPT[] = "/sdcard/info.adj";
-
-cmd_data record_of(const std::string &cmd, const std::string &p0 = "")
-{
-    cmd_data record = {};
-    cmd.copy(record.cmd, sizeof(record.cmd) - 1);
-    p0.copy(record.p[0], sizeof(record.p[0]) - 1);
-    record.p_count = p0.empty() ? 0 : 1;
-    return record;
-}
-
-std::string bytes_of(const auto &value)
-{
-    return {reinterpret_cast<const char *>(&value), sizeof(value)};
-}
-
-// How much of a channel this process still holds: descriptors, areas, semaphores.
-std::size_t things_held()
-{
-    namespace fs = std::filesystem;
-    auto files = fs::directory_iterator("/proc/self/fd");
-    auto count = static_cast<std::size_t>(std::distance(begin(files), end(files)));
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);)
-        count += line.find("/dev/mem") != std::string::npos ||
-                 line.find("/dev/shm/sem.") != std::string::npos;
-    return count;
-}
 
 std::optional<std::string> plain_ok(int, const std::string &)
 {
@@ -483,4 +467,194 @@ TEST_F(Ipcc, AnInterruptedWaitHasItsWholeTimeAgain)
         return;
     }
     FAIL() << "no signal came in time";
+}
+
+namespace
+{
+
+char camera_handle; // its address
+
+class IpccServing : public Ipcc
+{
+protected:
+    ~IpccServing() override { rova_stop_ipcc(); }
+
+    int start() { return rova_start_ipcc(&camera_handle); }
+    template <typename Function> Function *service(uint32_t number) const
+    {
+        return reinterpret_cast<Function *>(virt::app_service(number));
+    }
+};
+
+} // namespace
+
+TEST_F(IpccServing, NeedsAHandle)
+{
+    EXPECT_EQ(rova_start_ipcc(nullptr), 0);
+    EXPECT_TRUE(camera.logged("handle is NULL "));
+    EXPECT_EQ(test::SERVED_IPCC.queue(), -1);
+    ASSERT_EQ(start(), 1);
+    EXPECT_EQ(rova_start_ipcc(nullptr), 1); // it is started, whatever it is given
+}
+
+TEST_F(IpccServing, TheStackIsGivenTheCallbackAndThenTheServicesInTheirOrder)
+{
+    ASSERT_EQ(start(), 1);
+    std::vector<std::string> expected = {"mm_camera_ioctl(117)"};
+    for (int number : {1, 2, 3, 4, 6, 7, 8, 9, 10, 11, 20, 21})
+        expected.push_back("mm_camera_ioctl(120, " + std::to_string(number) + ")");
+    EXPECT_EQ(camera.call_texts(), expected);
+}
+
+TEST_F(IpccServing, EachNumberStandsForItsService)
+{
+    ASSERT_EQ(start(), 1);
+    const struct {
+        uint32_t number;
+        void (*function)(void);
+    } rows[] = {
+        {1, reinterpret_cast<void (*)(void)>(rova_set_adjdata)},
+        {2, reinterpret_cast<void (*)(void)>(rova_csv_create)},
+        {3, reinterpret_cast<void (*)(void)>(rova_csv_write)},
+        {4, reinterpret_cast<void (*)(void)>(rova_csv_close)},
+        {6, reinterpret_cast<void (*)(void)>(rova_osd_ipcc_text_size)},
+        {7, reinterpret_cast<void (*)(void)>(rova_osd_ipcc_text_color)},
+        {8, reinterpret_cast<void (*)(void)>(rova_osd_ipcc_text)},
+        {9, reinterpret_cast<void (*)(void)>(rova_osd_ipcc_clear_screen)},
+        {10, reinterpret_cast<void (*)(void)>(rova_osd_ipcc_clear_window)},
+        {11, reinterpret_cast<void (*)(void)>(rova_osd_ipcc_bg_color)},
+        {20, reinterpret_cast<void (*)(void)>(rova_power_reset)},
+        {21, reinterpret_cast<void (*)(void)>(rova_power_reboot)},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(virt::app_service(row.number), row.function) << row.number;
+    for (uint32_t unset : {0U, 5U, 12U, 19U, 22U, 0xffffffffU})
+        EXPECT_EQ(virt::app_service(unset), nullptr) << unset;
+}
+
+TEST_F(IpccServing, ServicesDoTheirWorkForTheCamerasCommands)
+{
+    ASSERT_EQ(start(), 1);
+    rova_csv_handle csv = service<decltype(rova_csv_create)>(2)("lens.csv", "mm");
+    ASSERT_NE(csv, nullptr);
+    EXPECT_EQ(service<decltype(rova_csv_write)>(3)(csv, "%d", 35), 1);
+    rova_resp_stream stream = {};
+    EXPECT_EQ(service<decltype(rova_csv_close)>(4)(csv, &stream), 1);
+    EXPECT_THAT(camera.read(stream.text), testing::HasSubstr("35"));
+    // No display thread serves in this process: the request is refused, not lost.
+    EXPECT_EQ(service<decltype(rova_osd_ipcc_text)>(8)(1, "%s", "lens"), -1);
+}
+
+TEST_F(IpccServing, AStackThatRefusesIsToldAndServedAllTheSame)
+{
+    camera.fault("mm_camera_ioctl", "-1 at 1");
+    ASSERT_EQ(start(), 1);
+    EXPECT_TRUE(camera.logged("failed to register the completion callback "));
+    EXPECT_FALSE(camera.logged("failed to register service"));
+    rova_stop_ipcc();
+
+    camera.fault("mm_camera_ioctl", "1 at 4"); // the callback, 1, 2, then 3
+    ASSERT_EQ(start(), 1);
+    EXPECT_TRUE(camera.logged("failed to register service 3 "));
+    EXPECT_EQ(camera.calls("mm_camera_ioctl").size(), 26U);
+    EXPECT_EQ(send("lens"), 1);
+}
+
+TEST_F(IpccServing, CommandsAreCountedFromOneAndNamed)
+{
+    ASSERT_EQ(start(), 1);
+    const cmd_data record = record_of("lens");
+    EXPECT_EQ(rova_ipcc_send(ROVA_CMD_CARD, &record, &answer), 1);
+    EXPECT_EQ(rova_ipcc_send(ROVA_CMD_PTP2, &record, &answer), 1);
+    EXPECT_EQ(rova_ipcc_send(77, &record, &answer), 1);
+    for (const char *line : {"rova-ipcc: 1th cmd recieved [card] -------- ",
+                             "rova-ipcc: 2th cmd recieved [ptp2] -------- ",
+                             "rova-ipcc: 3th cmd recieved [unknown] -------- "})
+        EXPECT_TRUE(camera.logged(line)) << line;
+    EXPECT_TRUE(
+        test::wait_for([&] { return camera.logged("rova-ipcc: 3th cmd done ------------- "); }));
+    EXPECT_TRUE(camera.logged("cmd result = 0 "));
+    rova_stop_ipcc();
+    ASSERT_EQ(start(), 1);
+    camera.remove("/virtual/dlog");
+    EXPECT_EQ(rova_ipcc_send(ROVA_CMD_CARD, &record, &answer), 1);
+    EXPECT_TRUE(camera.logged("rova-ipcc: 1th cmd recieved [card] -------- "));
+}
+
+TEST_F(IpccServing, WhatTheStackReturnsForACommandIsNotLookedAt)
+{
+    ASSERT_EQ(start(), 1);
+    camera.fault("mm_camera_ioctl", "-1 at 1"); // this command is not carried out
+    camera.speed(10000);
+    expect_failure("lens");
+    EXPECT_TRUE(camera.logged("rova-ipcc: 1th cmd done ------------- "));
+    camera.speed(1);
+    const cmd_data record = record_of("lens");
+    EXPECT_EQ(rova_ipcc_send(ROVA_CMD_SCRIPT, &record, &answer), 1);
+}
+
+TEST_F(IpccServing, AMessageWithAnAddressOutsideTheMemoryIsLeftUnanswered)
+{
+    ASSERT_EQ(start(), 1);
+    const rova_channel_message message = {ROVA_CMD_SCRIPT, 0xffffffff, 0};
+    ASSERT_EQ(msgsnd(test::SERVED_IPCC.queue(), &message, ROVA_IPCC_MESSAGE_SIZE, 0), 0);
+    EXPECT_TRUE(test::wait_for([&] { return camera.logged("rova-ipcc: 1th cmd done"); }));
+    EXPECT_TRUE(camera.calls("app_command").empty());
+}
+
+TEST_F(IpccServing, CommandsOnTheQueueAreHandedOnBeforeAStop)
+{
+    ASSERT_EQ(start(), 1);
+    const rova_channel_message message = {ROVA_CMD_SCRIPT, ROVA_CMD_AREA_ADDR, 0};
+    for (int i = 0; i < 5; i++)
+        ASSERT_EQ(msgsnd(test::SERVED_IPCC.queue(), &message, ROVA_IPCC_MESSAGE_SIZE, 0), 0);
+    EXPECT_EQ(rova_stop_ipcc(), 1);
+    EXPECT_TRUE(camera.logged("rova-ipcc: 5th cmd done"));
+    EXPECT_TRUE(test::wait_for([&] { return camera.calls("app_command").size() == 5; }));
+}
+
+TEST_F(IpccServing, AThreadThatCannotBeJoinedIsTold)
+{
+    test::wrap_fail("msgrcv", -1, EACCES);
+    ASSERT_EQ(start(), 1);
+    ASSERT_TRUE(test::wait_for([&] { return camera.logged("rova-ipcc: thread exited "); }));
+    test::wrap_fail("pthread_join", ESRCH);
+    EXPECT_EQ(rova_stop_ipcc(), 1);
+    EXPECT_TRUE(camera.logged("pthread_join failed (errno=3) "));
+    EXPECT_TRUE(camera.logged("failed to join rova ipcc thread "));
+    EXPECT_EQ(test::SERVED_IPCC.queue(), -1);
+}
+
+TEST_F(IpccServing, AnAcknowledgementEndsTheWaitOfTheSender)
+{
+    uint8_t bytes[ROVA_CMD_RESPONSE_SIZE] = {3};
+    EXPECT_EQ(rova_ipcc_ack(bytes), 0);
+    EXPECT_TRUE(camera.logged("cmd result = 3 "));
+    ASSERT_GE(queue(), 0);
+    EXPECT_EQ(send("shutter"), 1);
+}
+
+TEST_F(IpccServing, AnAcknowledgementWithoutAnAnswerIsRefused)
+{
+    EXPECT_EQ(rova_ipcc_ack(nullptr), -1);
+    EXPECT_TRUE(camera.logged("param is null "));
+    EXPECT_FALSE(test::SERVED_IPCC.has_semaphore());
+}
+
+TEST_F(IpccServing, AnAcknowledgementThatCannotBeGivenIsTold)
+{
+    uint8_t bytes[ROVA_CMD_RESPONSE_SIZE] = {};
+    camera.fault("sys_sem_open", "-1 at 1 errno EACCES");
+    EXPECT_EQ(rova_ipcc_ack(bytes), -1);
+    EXPECT_TRUE(camera.logged("Semaphore open Fail! (name: sem_rova_resp, Permission denied)"));
+    EXPECT_TRUE(camera.logged("__rova_sem_put failed "));
+
+    camera.remove("/virtual/dlog");
+    const std::size_t before = things_held();
+    test::wrap_fail("sem_post", -1, EOVERFLOW);
+    EXPECT_EQ(rova_ipcc_ack(bytes), -1);
+    EXPECT_EQ(things_held(), before);
+    EXPECT_TRUE(camera.logged(
+        "sem_post failed (name: sem_rova_resp, Value too large for defined data type) "));
+    EXPECT_TRUE(camera.logged("__rova_sem_put failed "));
 }
