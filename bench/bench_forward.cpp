@@ -1,5 +1,6 @@
-// A command handed to the camera application and answered at once: the channel against its bare
+// A command handed to the camera application and answered at once: each channel against its bare
 // system calls, which map and clear the same areas.
+#include "lib/rova_app_thread.h"
 #include "lib/rova_channel.h"
 #include "lib/rova_ipcc.h"
 #include "platform/sys.h"
@@ -25,18 +26,28 @@ namespace
 
 constexpr int COMMANDS = 50;
 
+struct Channel {
+    int project;
+    const char *semaphore;
+    std::size_t message_size;
+    int (*send)(uint32_t cmd_type, const cmd_data *record, rova_cmd_response *answer);
+};
+
+constexpr Channel IPCC = {ROVA_IPCC_PROJECT, ROVA_IPCC_SEM, ROVA_IPCC_MESSAGE_SIZE, rova_ipcc_send};
+constexpr Channel APP = {ROVA_APP_PROJECT, ROVA_APP_SEM, ROVA_APP_MESSAGE_SIZE, rova_send_to_app};
+
 // Acknowledges every command, in a process of its own.
 class Acknowledger
 {
 public:
-    explicit Acknowledger(int queue) : pid_(fork())
+    Acknowledger(const Channel &channel, int queue) : pid_(fork())
     {
         if (pid_ != 0)
             return;
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        sem_t *semaphore = sys_sem_open(ROVA_IPCC_SEM, O_CREAT, ROVA_CHANNEL_SEM_MODE, 0);
+        sem_t *semaphore = sys_sem_open(channel.semaphore, O_CREAT, ROVA_CHANNEL_SEM_MODE, 0);
         rova_channel_message message = {};
-        while (msgrcv(queue, &message, ROVA_IPCC_MESSAGE_SIZE, 0, 0) >= 0)
+        while (msgrcv(queue, &message, channel.message_size, 0, 0) >= 0)
             sem_post(semaphore);
         _exit(0);
     }
@@ -58,7 +69,7 @@ void *map_cleared(int memory, off_t address, std::size_t size)
     return area == MAP_FAILED ? nullptr : std::memset(area, 0, size);
 }
 
-bool bare_send(const char *memory_file, int queue, const cmd_data &record,
+bool bare_send(const Channel &channel, const char *memory_file, int queue, const cmd_data &record,
                rova_cmd_response *answer)
 {
     const int memory = open(memory_file, O_RDWR);
@@ -68,8 +79,8 @@ bool bare_send(const char *memory_file, int queue, const cmd_data &record,
         return false;
     std::memcpy(command_area, &record, sizeof(record));
     const rova_channel_message message = {ROVA_CMD_SCRIPT, ROVA_CMD_AREA_ADDR, 0};
-    sem_t *semaphore = sys_sem_open(ROVA_IPCC_SEM, O_CREAT, ROVA_CHANNEL_SEM_MODE, 0);
-    const bool sent = msgsnd(queue, &message, ROVA_IPCC_MESSAGE_SIZE, 0) == 0;
+    sem_t *semaphore = sys_sem_open(channel.semaphore, O_CREAT, ROVA_CHANNEL_SEM_MODE, 0);
+    const bool sent = msgsnd(queue, &message, channel.message_size, 0) == 0;
     const bool answered = sent && sem_wait(semaphore) == 0;
     sem_close(semaphore);
     std::memcpy(answer, answer_area, sizeof(*answer));
@@ -89,12 +100,12 @@ double seconds_of(const auto &send)
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
-void forward_round_trip(benchmark::State &state)
+void forward_round_trip(benchmark::State &state, const Channel &wire)
 {
     const test::Camera camera;
     const int queue =
-        sys_msgget(sys_ftok(ROVA_CHANNEL_DIR, ROVA_IPCC_PROJECT), ROVA_CHANNEL_SERVE_FLAGS);
-    const Acknowledger app(queue);
+        sys_msgget(sys_ftok(ROVA_CHANNEL_DIR, wire.project), ROVA_CHANNEL_SERVE_FLAGS);
+    const Acknowledger app(wire, queue);
     const std::string memory = camera.path(ROVA_CHANNEL_MEM).string();
     cmd_data record = {};
     std::strcpy(record.cmd, "lens");
@@ -103,9 +114,9 @@ void forward_round_trip(benchmark::State &state)
     double channel = 0;
     for (auto _ : state) {
         const double seconds =
-            seconds_of([&] { return rova_ipcc_send(ROVA_CMD_SCRIPT, &record, &answer) == 1; });
+            seconds_of([&] { return wire.send(ROVA_CMD_SCRIPT, &record, &answer) == 1; });
         const double bare_seconds =
-            seconds_of([&] { return bare_send(memory.c_str(), queue, record, &answer); });
+            seconds_of([&] { return bare_send(wire, memory.c_str(), queue, record, &answer); });
         if (seconds < 0 || bare_seconds < 0) {
             state.SkipWithError("a command failed");
             break;
@@ -117,6 +128,13 @@ void forward_round_trip(benchmark::State &state)
     state.SetItemsProcessed(state.iterations() * COMMANDS);
     state.counters["ratio_to_bare"] = channel / bare;
 }
-BENCHMARK(forward_round_trip)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(10);
+BENCHMARK_CAPTURE(forward_round_trip, ipcc, IPCC)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(10);
+BENCHMARK_CAPTURE(forward_round_trip, app, APP)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(10);
 
 } // namespace
