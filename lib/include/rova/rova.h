@@ -65,12 +65,38 @@ enum rova_app_func_id {
     ROVA_APP_AUDIO_FRAME = 5,   /* int f(void): delivers what is heard now, see below */
     ROVA_APP_STILL_NAME = 6,    /* const char *f(void): the file name of the latest still, the
                                  * application's; four digits and a four-character extension end
-                                 * it, such as "SAM_0012.JPG" */
+                                 * it, such as "IMG_0012.JPG" */
 };
 
 /* Puts `function` into the slot `id`; NULL empties it. .
  * 1, or 0 for an unknown slot. */
 int rova_register_app_func(int id, rova_app_func function);
+
+/* A frame of the movie in 4:2:0, one Y byte a pixel without gaps, pairs of Cb and Cr behind them.
+ * Addresses are 32-bit words: the planes lie below 4 GiB, and stay until the next frame. */
+struct rova_pim_frame_info {
+    uint32_t y_address;
+    uint32_t chroma_address;
+    int32_t width; /* pixels */
+    int32_t height;
+};
+
+/* What is heard of the movie. */
+struct rova_pim_aframe_info {
+    int32_t left_frequency; /* Hz */
+    int32_t right_frequency;
+    float left_peak;
+    float right_peak;
+    float left_rms;
+    float right_rms;
+    float left_loudness; /* dBFS */
+    float right_loudness;
+};
+
+/* Deliver the frame of ROVA_APP_VIDEO_FRAME and the analysis of ROVA_APP_AUDIO_FRAME.  The record
+ * is copied.  1, or 0 for NULL. */
+int rova_pim_movie_set_frame_info(const struct rova_pim_frame_info *info);
+int rova_pim_aframe_set_frame_info(const struct rova_pim_aframe_info *info);
 
 /*
  * The factory daemon.
