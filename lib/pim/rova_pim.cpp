@@ -1,0 +1,428 @@
+#include "lib/pim/rova_pim.h"
+
+#include "common/rova_log.h"
+#include "lib/pim/rova_pim_config.h"
+#include "lib/pim/rova_pim_debug.h"
+#include "lib/pim/rova_pim_movie.h"
+#include "lib/pim/rova_pim_raw.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+
+constinit std::atomic<int32_t> stepValue = PIM_CHART_WIDE;
+constinit std::atomic<int32_t> regPim = 0;
+constinit std::atomic<int32_t> callbackFlag = 0;
+constinit std::atomic<int32_t> gCaptureDone = 0;
+rova_pim_exif_info gMotExifInfo;
+
+char pPtpTile[512];
+char pPtpTilefromEEPROM[512];
+char pRstData[4096];
+
+namespace
+{
+
+constexpr char CLIENT_NAME[] = "pimode";
+constexpr int32_t FIRST_FILE_NUMBER = 2; // lower ones are no number of a file yet
+constexpr int32_t MARKER_COLOUR = PIM_COLOUR_CR;
+constexpr uint64_t ADDRESS_END = uint64_t{1} << 32;
+
+constinit std::atomic<int32_t> piMode = PI_MODE_NONE;
+constinit std::atomic<int32_t> picture_count = 0; // calls of CheckMain
+constinit std::atomic<rova_pim_live_view> live_view = nullptr;
+constinit std::atomic<bool> live_view_refused = false; // told once until a frame is sound
+
+// How a still is routed in a mode.
+struct still_route {
+    int32_t mode;
+    const char *name; // as the texts have it
+    bool (*enabled)();
+    void (*print_disabled)();
+    bool screen_nail; // the test looks at the screen nail too
+};
+
+bool mot_enabled()
+{
+    return cfgPm.developMode == 1;
+}
+
+bool dust_enabled()
+{
+    return cfgDust.RunDustFunc == 1;
+}
+
+bool noise_enabled()
+{
+    return cfgNoise.RunNoiseFunc == 1;
+}
+
+void print_mot_disabled()
+{
+    rova_pim_debug_print("\033[41m..................cfgPm.developMode = %d means MOT_Resol_Process "
+                         "is not working...\033[0m\n",
+                         cfgPm.developMode);
+}
+
+void print_dust_disabled()
+{
+    rova_pim_debug_print("\033[41m..................Production Internal Mode / Dust Test Process "
+                         "is not working...\033[0m");
+}
+
+void print_noise_disabled()
+{
+    rova_pim_debug_print("\033[41m..................Production Internal Mode / Noise Test Process "
+                         "is not working...\033[0m");
+}
+
+constexpr still_route ROUTES[] = {
+    {PI_MODE_MOT, "MOT", mot_enabled, print_mot_disabled, true},
+    {PI_MODE_DUST, "Dust", dust_enabled, print_dust_disabled, false},
+    {PI_MODE_NOISE, "Noise", noise_enabled, print_noise_disabled, false},
+};
+
+constinit std::atomic<rova_pim_test> tests[std::size(ROUTES)] = {}; // by the routes' order
+
+const still_route *find_route(int32_t mode)
+{
+    const auto found = std::ranges::find(ROUTES, mode, &still_route::mode);
+    return found == std::end(ROUTES) ? nullptr : found;
+}
+
+std::atomic<rova_pim_test> &test_of(const still_route *route)
+{
+    return tests[route - ROUTES];
+}
+
+// What a record says of one picture.
+struct picture_sizes {
+    const char *name;
+    int32_t pitch;
+    int32_t allocated_height;
+    int32_t width;
+    int32_t height;
+    uint32_t address;
+};
+
+// The bytes of a picture in 4:2:2, from its Y plane's first; 0 when there can be no such picture.
+uint64_t bytes_of(const picture_sizes &sizes)
+{
+    if (sizes.width <= 0 || sizes.height <= 0 || sizes.address == 0 || sizes.pitch < sizes.width ||
+        sizes.allocated_height < sizes.height)
+        return 0;
+    const auto pitch = static_cast<uint64_t>(sizes.pitch);
+    const uint64_t bytes = pitch * static_cast<uint64_t>(sizes.height) * 2;
+    return bytes <= ADDRESS_END - sizes.address ? bytes : 0;
+}
+
+bool find_picture(const picture_sizes &sizes, rova_pim_image *image)
+{
+    const uint64_t bytes = bytes_of(sizes);
+    if (bytes == 0) {
+        ROVA_LOG_ERR("refused the %s picture: %d x %d in %d x %d at 0x%x\n", sizes.name,
+                     sizes.width, sizes.height, sizes.pitch, sizes.allocated_height, sizes.address);
+        return false;
+    }
+    *image = {{rova_pim_plane(sizes.address), static_cast<std::size_t>(bytes)},
+              sizes.width,
+              sizes.height,
+              sizes.pitch,
+              CS422_Y_CbCr};
+    return true;
+}
+
+void dump_still(const still_route *route, const rova_pim_still &still, int32_t number)
+{
+    saveYuvRawMain(number, still.main.bytes.data(), still.main.pitch, still.main.height);
+    if (route->screen_nail)
+        saveYuvRawScreen(number, still.screen.bytes.data(), still.screen.pitch,
+                         still.screen.height);
+}
+
+void run_test(const still_route *route, const rova_pim_still &still)
+{
+    const rova_pim_test test = test_of(route);
+    if (test != nullptr)
+        test(still);
+    else
+        ROVA_LOG_ERR("the %s test is not part of this build\n", route->name);
+}
+
+// The chroma plane's address, counted as the camera counts: in 32 bits.
+uint32_t chroma_address(uint32_t y_address, int32_t width, int32_t height)
+{
+    return y_address + static_cast<uint32_t>(width) * static_cast<uint32_t>(height);
+}
+
+// The name that the application gives the latest still, "" without one; `size` includes the NUL.
+std::string_view copy_still_name(char *name, std::size_t size)
+{
+    const char *latest = rova_pim_still_name();
+    if (latest == nullptr)
+        ROVA_LOG_ERR("the application has no name of the latest still\n");
+    std::snprintf(name, size, "%s", latest != nullptr ? latest : "");
+    return name;
+}
+
+void print_picture_set(const capture_image_set &img_data)
+{
+    rova_pim_debug_print(
+        "img_data.mainGWidth %d,\nimg_data.mainGHeight %d,\nimg_data.mainWidth %d,\n"
+        "img_data.mainHeight%d,\nimg_data.mainYAddress 0x%x,\nimg_data.mainCAddress 0x%x,\n",
+        img_data.mainGWidth, img_data.mainGHeight, img_data.mainWidth, img_data.mainHeight,
+        img_data.mainYAddress, img_data.mainCAddress);
+    rova_pim_debug_print(
+        "img_data.screenGWidth %d,\nimg_data.screenGHeight %d,\nimg_data.screenWidth %d,\n"
+        "img_data.screenHeight %d,\nimg_data.screenYAddress 0x%x,\n"
+        "img_data.screenCAddress 0x%x,\nimg_data.thumbYAddress 0x%x\n",
+        img_data.screenGWidth, img_data.screenGHeight, img_data.screenWidth, img_data.screenHeight,
+        img_data.screenYAddress, img_data.screenCAddress, img_data.thumbYAddress);
+}
+
+// The texts have signed numbers.
+int32_t printed(uint32_t number)
+{
+    return static_cast<int32_t>(number);
+}
+
+void fill_exif_info(const capture_still &still)
+{
+    rova_pim_exif_info &info = gMotExifInfo;
+    std::snprintf(info.f_number, sizeof(info.f_number), "%d/%d", printed(still.FNumberNum),
+                  printed(still.FNumberDen));
+    std::snprintf(info.exposure, sizeof(info.exposure), "%d/%dsec", printed(still.ExposureTimeNum),
+                  printed(still.ExposureTimeDen));
+    std::snprintf(info.iso, sizeof(info.iso), "%d", printed(still.ISOValue));
+    std::snprintf(info.focal_length, sizeof(info.focal_length), "%dmm",
+                  still.FocalLengthIn35mmFilm);
+    info.afStep = still.afStep;
+}
+
+void print_exif_info(const capture_still &still)
+{
+    rova_pim_debug_print("%d/%d - ", printed(still.FNumberNum), printed(still.FNumberDen));
+    rova_pim_debug_print("%d/%dsec - ", printed(still.ExposureTimeNum),
+                         printed(still.ExposureTimeDen));
+    rova_pim_debug_print("ISO %d - ", printed(still.ISOValue));
+    rova_pim_debug_print("%dmm\n", still.FocalLengthIn35mmFilm);
+}
+
+void check_picture_set(const capture_image_set &set, int32_t file_num)
+{
+    CheckMain(set.mainGWidth, set.mainGHeight, set.mainWidth, set.mainHeight, set.mainYAddress,
+              chroma_address(set.mainYAddress, set.mainWidth, set.mainHeight), set.screenGWidth,
+              set.screenGHeight, set.screenWidth, set.screenHeight, set.screenYAddress,
+              chroma_address(set.screenYAddress, set.screenGWidth, set.screenHeight), stepValue, 0,
+              file_num);
+}
+
+void release(capture_buffer_kind kind, uint32_t address)
+{
+    const int result = ReleaseCaptureBuffer(kind, address);
+    if (result < 0)
+        ROVA_LOG_ERR("ReleaseCaptureBuffer(%d, 0x%x) failed (%d)\n", static_cast<int>(kind),
+                     address, result);
+}
+
+void release_picture_set(const capture_image_set &set)
+{
+    release(CAPTURE_BUFFER_MAIN, set.mainYAddress);
+    release(CAPTURE_BUFFER_SCREEN, set.screenYAddress);
+    release(CAPTURE_BUFFER_THUMB, set.thumbYAddress);
+}
+
+int logged(const char *call, int result)
+{
+    if (result < 0)
+        ROVA_LOG_ERR("%s failed (%d)\n", call, result);
+    return result;
+}
+
+const char *chart_name(int32_t chart)
+{
+    static constexpr const char *NAMES[] = {"CHART_WIDE", "CHART_TELE", "CHART_MID"};
+    const bool known = chart >= 0 && chart < static_cast<int32_t>(std::size(NAMES));
+    return known ? NAMES[chart] : "unknown";
+}
+
+// In 4:2:0: half of the Y plane's size behind it.
+bool find_frame(const capture_live_view &frame, rova_pim_image *image)
+{
+    const auto rows = static_cast<uint64_t>(std::max(frame.height, 0));
+    const uint64_t bytes = static_cast<uint64_t>(std::max(frame.pitch, 0)) * rows * 3 / 2;
+    if (frame.width <= 0 || frame.pitch < frame.width || frame.y_address == 0 || bytes == 0 ||
+        bytes > ADDRESS_END - frame.y_address)
+        return false;
+    *image = {{rova_pim_plane(frame.y_address), static_cast<std::size_t>(bytes)},
+              frame.width,
+              frame.height,
+              frame.pitch,
+              CS420_Y_CbCr};
+    return true;
+}
+
+} // namespace
+
+void SetPIMode(int32_t mode)
+{
+    piMode = mode;
+    rova_pim_debug_print("%s %d, Mode : %d\n", __func__, __LINE__, mode);
+}
+
+int32_t GetPIMode()
+{
+    return piMode;
+}
+
+void SendSetChart(int32_t chart)
+{
+    if (piMode != PI_MODE_MOT) {
+        rova_pim_debug_print("Available on MOT mode.");
+        return;
+    }
+    rova_pim_debug_print("%s %d, Current Chart = %d, %s\n", __func__, __LINE__, chart,
+                         chart_name(chart));
+}
+
+int rova_pim_register_callback_client(capture_still_callback capture,
+                                      capture_live_view_callback liveview)
+{
+    return logged("RegCallbackClient", RegCallbackClient(CLIENT_NAME, 0, liveview, capture));
+}
+
+int rova_pim_unregister_callback_client()
+{
+    return logged("UnRegCallbackClient", UnRegCallbackClient(regPim));
+}
+
+int rova_pim_register_image_set_callback_id(int handle, uint32_t)
+{
+    return logged("RegImageSetCallbackId", RegImageSetCallbackId(handle, CAPTURE_STILL_ID));
+}
+
+int rova_pim_unregister_image_set_callback_id(int handle, uint32_t)
+{
+    return logged("UnRegImageSetCallbackId", UnRegImageSetCallbackId(handle, CAPTURE_STILL_ID));
+}
+
+int rova_pim_register_image_callback_id(int handle, uint32_t)
+{
+    return logged("RegImageCallbackId", RegImageCallbackId(handle, CAPTURE_LIVE_VIEW_ID));
+}
+
+int rova_pim_unregister_image_callback_id(int handle, uint32_t)
+{
+    return logged("UnRegImageCallbackId", UnRegImageCallbackId(handle, CAPTURE_LIVE_VIEW_ID));
+}
+
+int rova_pim_set_test(int32_t mode, rova_pim_test test)
+{
+    const still_route *route = find_route(mode);
+    if (route == nullptr) {
+        ROVA_LOG_ERR("no test of stills in mode %d\n", mode);
+        return 0;
+    }
+    test_of(route) = test;
+    return 1;
+}
+
+void rova_pim_set_live_view(rova_pim_live_view function)
+{
+    live_view = function;
+    live_view_refused = false;
+}
+
+void CheckMain(int32_t mainGWidth, int32_t mainGHeight, int32_t mainWidth, int32_t mainHeight,
+               uint32_t mainY, uint32_t /* mainC */, int32_t screenGWidth, int32_t screenGHeight,
+               int32_t screenWidth, int32_t screenHeight, uint32_t screenY, uint32_t /* screenC */,
+               int32_t chart, int32_t /* reserved */, int32_t fileNumber)
+{
+    const int32_t picture = ++picture_count;
+    const int32_t number = fileNumber >= FIRST_FILE_NUMBER ? fileNumber : picture;
+    const still_route *route = find_route(piMode);
+    if (route == nullptr) {
+        rova_pim_debug_print("\033[41mError!!! no Production Mode Defined!!!\033[0m");
+        return;
+    }
+    if (!route->enabled()) {
+        route->print_disabled();
+        return;
+    }
+    rova_pim_debug_print("%s, %d, piMode = %d, %s test mode enable.\n", __func__, __LINE__,
+                         route->mode, route->name);
+    rova_pim_still still = {.main = {}, .screen = {}, .chart = chart, .colour = MARKER_COLOUR};
+    if (!find_picture({"full", mainGWidth, mainGHeight, mainWidth, mainHeight, mainY}, &still.main))
+        return;
+    if (route->screen_nail && !find_picture({"screen-nail", screenGWidth, screenGHeight,
+                                             screenWidth, screenHeight, screenY},
+                                            &still.screen))
+        return;
+    if (cfgPm.saveRaw == 1)
+        dump_still(route, still, number);
+    run_test(route, still);
+}
+
+void rova_pim_capture_data_receiver(uint32_t, const capture_still *still)
+{
+    rova_pim_debug_print("%s, %d\n", __func__, __LINE__);
+    if (still == nullptr || still->image_set == nullptr) {
+        ROVA_LOG_ERR("a still without pictures\n");
+        gCaptureDone = 1;
+        return;
+    }
+    const capture_image_set img_data = *still->image_set;
+    char name[256];
+    rova_pim_exif_info &info = gMotExifInfo;
+    const std::string_view latest = copy_still_name(name, sizeof(name));
+    rova_pim_debug_print("%s %d, img_data.exif->filename : %s\n", __func__, __LINE__, name);
+    info = {};
+    const int32_t file_num = rova_pim_next_name(latest, info.filename, sizeof(info.filename));
+    rova_pim_debug_print("%s %d, file_num = [%d]\n", __func__, __LINE__, file_num);
+    print_picture_set(img_data);
+    fill_exif_info(*still);
+    print_exif_info(*still);
+    check_picture_set(img_data, file_num);
+    release_picture_set(img_data);
+    gCaptureDone = 1;
+    rova_pim_debug_print("\033[42m%s, %d : %s function done\033[0m\n", __func__, __LINE__,
+                         __func__);
+}
+
+void rova_pim_liveview_data_receiver(uint32_t, const capture_live_view *frame)
+{
+    rova_pim_image image = {};
+    const rova_pim_live_view function = live_view;
+    const bool sound = frame != nullptr && find_frame(*frame, &image);
+    if (sound && function != nullptr) {
+        live_view_refused = false;
+        function(image);
+        return;
+    }
+    if (live_view_refused.exchange(true))
+        return;
+    if (!sound)
+        ROVA_LOG_ERR("refused a live-view frame\n");
+    else
+        ROVA_LOG_ERR("the live view's test is not part of this build\n");
+}
+
+int32_t rova_pim_next_name(std::string_view name, char *next, std::size_t size)
+{
+    constexpr std::size_t DIGITS = 4;
+    constexpr std::size_t EXTENSION = 4;
+    char digits[DIGITS + 1] = {};
+    char tail[32];
+    std::string_view stem;
+    if (name.size() >= DIGITS + EXTENSION) {
+        stem = name.substr(0, name.size() - DIGITS - EXTENSION);
+        name.copy(digits, DIGITS, stem.size());
+    }
+    const int32_t number = static_cast<int32_t>(std::strtol(digits, nullptr, 10)) + 1;
+    std::snprintf(tail, sizeof(tail), "%4d.JPG", number);
+    std::replace(tail, tail + DIGITS, ' ', '0');
+    std::snprintf(next, size, "%.*s%s", static_cast<int>(stem.size()), stem.data(), tail);
+    return number;
+}
