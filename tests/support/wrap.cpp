@@ -114,8 +114,6 @@ std::vector<unsigned int> wrap_sleeps()
 
 WRAP(int, msgget, (key_t key, int flags), (key, flags))
 WRAP(int, msgctl, (int id, int command, msqid_ds *data), (id, command, data))
-WRAP(ssize_t, msgrcv, (int id, void *data, size_t size, long type, int flags),
-     (id, data, size, type, flags))
 WRAP(int, sem_init, (sem_t * sem, int shared, unsigned value), (sem, shared, value))
 WRAP(int, sem_post, (sem_t * sem), (sem))
 WRAP(int, sem_wait, (sem_t * sem), (sem))
@@ -145,9 +143,15 @@ WRAP(void *, calloc, (size_t count, size_t size), (count, size))
 WRAP(void *, g_try_malloc, (size_t size), (size))
 WRAP(void *, g_try_malloc0, (size_t size), (size))
 
-// Not through the C library when a sanitizer has its own msgsnd there: a thread that is cancelled
-// inside that one leaves the sanitizer's state behind.  Nor with anything to unwind: syscall()
-// claims that nothing is ever thrown through it.
+// Not through the C library when a sanitizer has its own msgsnd and msgrcv there: a thread that is
+// cancelled inside one of those leaves the sanitizer's state behind.  Nor with anything to unwind:
+// syscall() claims that nothing is ever thrown through it.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define CANCELLABLE_CALL(NAME, ...) syscall(SYS_##NAME, __VA_ARGS__)
+#else
+#define CANCELLABLE_CALL(NAME, ...) __real_##NAME(__VA_ARGS__)
+#endif
+
 extern "C" int __real_msgsnd(int id, const void *data, size_t size, int flags);
 extern "C" [[gnu::no_sanitize_thread]] int __wrap_msgsnd(int id, const void *data, size_t size,
                                                          int flags);
@@ -155,11 +159,17 @@ extern "C" int __wrap_msgsnd(int id, const void *data, size_t size, int flags)
 {
     if (long result = 0; fails("msgsnd", result))
         return static_cast<int>(result);
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return static_cast<int>(syscall(SYS_msgsnd, id, data, size, flags));
-#else
-    return __real_msgsnd(id, data, size, flags);
-#endif
+    return static_cast<int>(CANCELLABLE_CALL(msgsnd, id, data, size, flags));
+}
+
+extern "C" ssize_t __real_msgrcv(int id, void *data, size_t size, long type, int flags);
+extern "C" [[gnu::no_sanitize_thread]] ssize_t __wrap_msgrcv(int id, void *data, size_t size,
+                                                             long type, int flags);
+extern "C" ssize_t __wrap_msgrcv(int id, void *data, size_t size, long type, int flags)
+{
+    if (long result = 0; fails("msgrcv", result))
+        return result;
+    return CANCELLABLE_CALL(msgrcv, id, data, size, type, flags);
 }
 
 extern "C" int __real_usleep(useconds_t microseconds);
