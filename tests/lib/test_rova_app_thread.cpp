@@ -121,7 +121,7 @@ protected:
 
 TEST_F(AppThread, ACommandAndItsAnswerCrossByteForByte)
 {
-    const std::string bytes =
+    std::string bytes =
         answer_bytes(1, 7, 0x11223344, 0x55667788, 0x99aabbcc, 2, std::string(510, 'z'));
     const ServingEnd app(
         camera, [&](int, const std::string &) { return bytes; }, test::APP_CHANNEL);

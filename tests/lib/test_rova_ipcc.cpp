@@ -97,7 +97,7 @@ protected:
 
 TEST_F(Ipcc, ACommandAndItsAnswerCrossByteForByte)
 {
-    const std::string bytes =
+    std::string bytes =
         answer_bytes(1, 7, 0x11223344, 0x55667788, 0x99aabbcc, 2, std::string(510, 'z'));
     const ServingEnd app(camera, [&](int, const std::string &) { return bytes; });
     cmd_data record = record_of("lens", "get");
