@@ -422,6 +422,7 @@ TEST_F(AppThread, AThreadThatCannotBeJoinedIsTold)
     EXPECT_EQ(rova_stop_app(), 1);
     EXPECT_TRUE(camera.logged("pthread_join failed (errno=3) "));
     EXPECT_TRUE(camera.logged("failed to join rova app thread "));
+    pthread_join(test::wrap_last_thread(), nullptr);
     EXPECT_EQ(test::SERVED_APP.queue(), -1);
 }
 

@@ -622,6 +622,7 @@ TEST_F(IpccServing, AThreadThatCannotBeJoinedIsTold)
     EXPECT_EQ(rova_stop_ipcc(), 1);
     EXPECT_TRUE(camera.logged("pthread_join failed (errno=3) "));
     EXPECT_TRUE(camera.logged("failed to join rova ipcc thread "));
+    pthread_join(test::wrap_last_thread(), nullptr);
     EXPECT_EQ(test::SERVED_IPCC.queue(), -1);
 }
 

@@ -1,5 +1,6 @@
 #include "tests/support/wrap.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <functional>
@@ -33,6 +34,7 @@ std::map<std::string, Fault, std::less<>> &armed()
 }
 
 std::vector<unsigned int> sleeps;
+std::atomic<pthread_t> last_thread = 0;
 bool recording = false;
 bool skipping = false;
 
@@ -91,6 +93,11 @@ void wrap_record_sleeps(bool skip)
     skipping = skip;
 }
 
+pthread_t wrap_last_thread()
+{
+    return last_thread;
+}
+
 std::vector<unsigned int> wrap_sleeps()
 {
     std::lock_guard guard(lock);
@@ -124,9 +131,6 @@ WRAP(int, pthread_attr_init, (pthread_attr_t * attr), (attr))
 WRAP(int, pthread_attr_destroy, (pthread_attr_t * attr), (attr))
 WRAP(int, pthread_attr_setstacksize, (pthread_attr_t * attr, size_t size), (attr, size))
 WRAP(int, pthread_attr_setdetachstate, (pthread_attr_t * attr, int state), (attr, state))
-WRAP(int, pthread_create,
-     (pthread_t * thread, const pthread_attr_t *attr, void *(*start)(void *), void *arg),
-     (thread, attr, start, arg))
 WRAP(int, pthread_join, (pthread_t thread, void **value), (thread, value))
 WRAP(int, pthread_kill, (pthread_t thread, int signal), (thread, signal))
 WRAP(int, pthread_cancel, (pthread_t thread), (thread))
@@ -170,6 +174,21 @@ extern "C" ssize_t __wrap_msgrcv(int id, void *data, size_t size, long type, int
     if (long result = 0; fails("msgrcv", result))
         return result;
     return CANCELLABLE_CALL(msgrcv, id, data, size, type, flags);
+}
+
+extern "C" int __real_pthread_create(pthread_t *thread, const pthread_attr_t *attr,
+                                     void *(*start)(void *), void *arg);
+extern "C" int __wrap_pthread_create(pthread_t *thread, const pthread_attr_t *attr,
+                                     void *(*start)(void *), void *arg);
+extern "C" int __wrap_pthread_create(pthread_t *thread, const pthread_attr_t *attr,
+                                     void *(*start)(void *), void *arg)
+{
+    if (long result = 0; fails("pthread_create", result))
+        return static_cast<int>(result);
+    const int error = __real_pthread_create(thread, attr, start, arg);
+    if (error == 0)
+        last_thread = *thread;
+    return error;
 }
 
 extern "C" int __real_usleep(useconds_t microseconds);

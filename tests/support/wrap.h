@@ -3,6 +3,7 @@
 // redirected here by the linker; unless a test arms a fault they go straight through.
 #pragma once
 
+#include <pthread.h>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,9 @@ namespace test
 void wrap_fail(const std::string &function, long result, int error = 0, int nth = 1,
                bool every = false);
 void wrap_clear();
+
+// The thread that was made last: a test that keeps its owner from joining it does so itself.
+pthread_t wrap_last_thread();
 
 // usleep() arguments in order since the last wrap_clear; with `skip` they are not slept.
 void wrap_record_sleeps(bool skip);
