@@ -3,6 +3,7 @@
 #include "platform/virtual/root.h"
 #include "platform/virtual/values.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -39,6 +40,18 @@ void remove_queue(int queue, const std::string &note)
     msqid_ds status = {};
     if (key && msgctl(queue, IPC_STAT, &status) == 0 && status.msg_perm.__key == *key)
         msgctl(queue, IPC_RMID, nullptr);
+}
+
+template <typename Object> bool is_one_of(const std::vector<Object> &objects, const Object &object)
+{
+    return std::find(objects.begin(), objects.end(), object) != objects.end();
+}
+
+bool is_kept(const std::string &note, const KeptObjects &kept)
+{
+    if (note.starts_with("queue."))
+        return is_one_of(kept.queues, std::atoi(note.c_str() + 6));
+    return note.starts_with("semaphore.") && is_one_of(kept.semaphores, note.substr(10));
 }
 
 void remove_object(const std::filesystem::path &note)
@@ -88,14 +101,16 @@ void forget_semaphore(const char *name)
     unlink(semaphore_note(name).c_str());
 }
 
-void clear_kernel_objects()
+void clear_kernel_objects(const KeptObjects &kept)
 {
     if (root().empty())
         return;
     std::error_code error;
     std::filesystem::directory_iterator notes(file("ipc"), error), end;
-    for (; !error && notes != end; notes.increment(error))
-        remove_object(notes->path());
+    for (; !error && notes != end; notes.increment(error)) {
+        if (!is_kept(notes->path().filename(), kept))
+            remove_object(notes->path());
+    }
 }
 
 } // namespace virt

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
 namespace virt
 {
@@ -15,7 +16,13 @@ std::string semaphore_name(const char *name);
 void note_semaphore(const char *name);
 void forget_semaphore(const char *name);
 
-// Remove all that are noted: a camera that is switched on starts without any.
-void clear_kernel_objects();
+struct KeptObjects {
+    std::vector<int> queues;
+    std::vector<std::string> semaphores;
+};
+
+// Remove all that are noted, but for those to keep: a camera that is switched on starts without
+// any.
+void clear_kernel_objects(const KeptObjects &kept = {});
 
 } // namespace virt

@@ -27,8 +27,9 @@ ARROWS = {
     'lib': {'lib', 'common', 'platform/include'},
     'command': {'command', 'lib', 'common', 'platform/include'},
     'core': {'core', 'command', 'lib', 'common', 'platform/include'},
-    'tools/vcam': {'tools/vcam', 'platform/virtual', 'core', 'command', 'lib', 'common',
-                   'platform/include'},
+    'tools/vcam': {'tools/vcam', 'tools/vcam_app', 'platform/virtual', 'core', 'command', 'lib',
+                   'common', 'platform/include'},
+    'tools/vcam_app': {'tools/vcam_app', 'platform/virtual', 'lib', 'platform/include'},
     'tools': {'tools', 'core', 'command', 'lib', 'common', 'platform/include'},
 }
 # Folders that nobody above may include from: named so that an include of them is recognised.

@@ -24,10 +24,10 @@ Line::Line()
 
 Line::~Line()
 {
-    if (const pid_t pid = daemon(); pid > 0) {
-        test::send_signal(pid, SIGKILL);
-        test::wait_for([this] { return daemon_gone(); });
-    }
+    for (const pid_t pid : {daemon(), app()})
+        if (pid > 0)
+            test::send_signal(pid, SIGKILL);
+    test::wait_for([this] { return daemon_gone() && app() < 0; });
 }
 
 // Calls of this process go to one camera at a time.
@@ -53,7 +53,16 @@ test::Outcome Line::rova(const std::vector<std::string> &words) const
 
 void Line::start(const std::vector<std::string> &options) const
 {
-    std::vector<std::string> words{"start"};
+    start_by({"start"}, options);
+}
+
+void Line::start_alone(const std::vector<std::string> &options) const
+{
+    start_by({"start", "--no-app"}, options);
+}
+
+void Line::start_by(std::vector<std::string> words, const std::vector<std::string> &options) const
+{
     if (!options.empty())
         words.push_back("--");
     words.insert(words.end(), options.begin(), options.end());

@@ -25,6 +25,8 @@ public:
 
     // Starts the daemon; a failure to come up fails the test.
     void start(const std::vector<std::string> &options = {"--test"}) const;
+    // The same without a camera application.
+    void start_alone(const std::vector<std::string> &options = {"--test"}) const;
     void stop() const; // by the stop key
 
     // A script on the card, and info.tg naming it.
@@ -37,6 +39,7 @@ public:
     // Of the daemon: the process number, or -1; a thread of it by name; the number of the system
     // call the thread waits in.
     pid_t daemon() const { return process("/usr/bin/rovad"); }
+    pid_t app() const { return process("/usr/bin/camera-app"); }
     void signal(int number) const; // throws when the daemon is not up
     bool daemon_gone() const { return daemon() < 0; }
     pid_t thread(const std::string &name) const;
@@ -52,6 +55,7 @@ public:
     std::vector<std::string> trace() const;
 
 private:
+    void start_by(std::vector<std::string> words, const std::vector<std::string> &options) const;
     void use() const;
 };
 

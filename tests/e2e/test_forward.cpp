@@ -28,7 +28,7 @@ std::string text_at(const std::string &area, std::size_t offset)
 TEST(ForwardedPredefined, ShutterSpeed2TakesTheWordsOfTheLineBeforeItAndItsOwnNumbers)
 {
     Line line;
-    line.start();
+    line.start_alone();
     line.write(std::string("/sdcard/") + PC_DATA, "dots");
     const ServingEnd stack(line, plain_ok);
     EXPECT_EQ(line.vcam({"pc", "shutter_speed2 set 1/125 7"}).status, 0);
@@ -49,7 +49,7 @@ TEST(ForwardedPredefined, ShutterSpeed2TakesTheWordsOfTheLineBeforeItAndItsOwnNu
 TEST(ForwardedPredefined, ShutterSpeed2WithoutALineBeforeItIsNotFoundAndNotAnswered)
 {
     Line line;
-    line.start();
+    line.start_alone();
     const ServingEnd stack(line, plain_ok);
     EXPECT_EQ(line.vcam({"pc", "--timeout", "1", "--number", "0x10011000"}).status, 2);
     EXPECT_TRUE(line.hears("1th cmd done [NG]"));
@@ -61,7 +61,7 @@ TEST(ForwardedPredefined, ShutterSpeed2WithoutALineBeforeItIsNotFoundAndNotAnswe
 TEST(Forwarded, TheAnswerOfEitherChannelGoesToThePcWithItsStream)
 {
     Line line;
-    line.start();
+    line.start_alone();
     const ServingEnd stack(line, [](int, const std::string &) {
         return answer_bytes(1, 0, 0x10020000, 77, 0, 2, "f/2.8");
     });

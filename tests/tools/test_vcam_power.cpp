@@ -47,7 +47,7 @@ TEST(VcamStart, ADaemonThatDoesNotComeUpInTimeIsToldAndLeftAlone)
 {
     const test::Camera camera;
     const std::string rovad = program(camera, "echo $$ >$ROVA_SYSROOT/tmp/pid\nexec sleep 1000\n");
-    const test::Outcome start = vcam({"start", "--rovad", rovad, "--timeout", "0.1"});
+    const test::Outcome start = vcam({"start", "--no-app", "--rovad", rovad, "--timeout", "0.1"});
     EXPECT_EQ(start.status, 2);
     EXPECT_NE(start.err.find("did not come up in time"), std::string::npos) << start.err;
     ASSERT_TRUE(test::wait_for([&] { return !camera.read("/tmp/pid").empty(); }));
@@ -90,7 +90,7 @@ TEST(VcamStart, ADaemonRestoresTheAdjustmentDataOfTheCard)
     pref_set_long(4, 0, 77);
     ASSERT_EQ(rova_backup_adjdata_part_all(ROVA_CMD_CARD), 1);
     pref_set_long(4, 0, 1);
-    EXPECT_TRUE(succeeded(vcam({"start", "--rovad", RESTORE_PROGRAM})));
+    EXPECT_TRUE(succeeded(vcam({"start", "--no-app", "--rovad", RESTORE_PROGRAM})));
     EXPECT_TRUE(test::wait_for([&] { return camera.exists("/tmp/result"); }));
     EXPECT_EQ(camera.read("/tmp/result"), "1\n");
     virt::release_partitions(); // the power was off meanwhile: there are new images
@@ -104,7 +104,7 @@ TEST(VcamStart, ADaemonIsNotAskedForAnArchivesPassword)
     const test::Camera camera;
     camera.write("/tmp/backup/adj_sys.bin", "secret");
     ASSERT_EQ(sys_system("zip -q -P secret -r /sdcard/pref.zip /tmp/backup"), 0);
-    EXPECT_TRUE(succeeded(vcam({"start", "--rovad", RESTORE_PROGRAM})));
+    EXPECT_TRUE(succeeded(vcam({"start", "--no-app", "--rovad", RESTORE_PROGRAM})));
     EXPECT_TRUE(test::wait_for([&] { return camera.exists("/tmp/result"); }));
     EXPECT_EQ(camera.read("/tmp/result"), "0\n");
 }
@@ -194,7 +194,7 @@ TEST(VcamStatus, TellsStateModeAndLastResult)
     const test::Camera camera;
     const test::Outcome down = vcam({"status"});
     EXPECT_EQ(down.status, 1);
-    EXPECT_EQ(down.out, "rovad: not running\nlast result: none\n");
+    EXPECT_EQ(down.out, "rovad: not running\ncamera application: not running\nlast result: none\n");
 
     camera.write("/virtual/dlog", "1.0 1 1 4 T Launched rovad daemon with card mode ... \n"
                                   "2.0 1 1 4 T rova-server: 1th cmd done [OK] ------------- \n"
@@ -204,5 +204,5 @@ TEST(VcamStatus, TellsStateModeAndLastResult)
     const test::Outcome up = vcam({"status"});
     EXPECT_EQ(up.status, 0);
     EXPECT_EQ(up.out, "rovad: up (pid " + std::to_string(daemon->pid()) +
-                          ")\nmode: test\nlast result: NG\n");
+                          ")\ncamera application: not running\nmode: test\nlast result: NG\n");
 }

@@ -39,7 +39,7 @@ _vcam() {
         mapfile -t COMPREPLY < <(compgen -d -- "$cur")
         return
         ;;
-    --png | --rovad | --data | --file)
+    --png | --rovad | --app | --data | --file)
         compopt -o filenames 2>/dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$cur")
         return

@@ -14,8 +14,8 @@ namespace
 {
 
 constexpr const char *FOLDERS[] = {
-    "sdcard", "mnt",     "tmp",     "opt/share/rova", "opt/storage", "var/run/memory/private",
-    "dev",    "usr/bin", "virtual",
+    "sdcard", "mnt",     "tmp",     "opt/share/rova",     "opt/storage", "var/run/memory/private",
+    "dev",    "usr/bin", "virtual", "virtual/app/answer",
 };
 
 // The card's other names.
@@ -62,13 +62,13 @@ note "$@"
 )";
 
 // Power is gone at once: nothing of this camera gets a chance to clean up.  A process is the
-// camera's when it carries the camera's root and one of the two names, never by one of them alone.
+// camera's when it carries the camera's root and one of these names, never by one of them alone.
 constexpr char POWER_CUT[] = R"(
 is_ours() {
     local words word
     mapfile -d '' -t words <"$1/cmdline"
     case ${words[0]} in
-    /usr/bin/rovad | /usr/bin/mtp-responder) ;;
+    /usr/bin/rovad | /usr/bin/mtp-responder | /usr/bin/camera-app) ;;
     *) return 1 ;;
     esac
     mapfile -d '' -t words <"$1/environ"

@@ -16,11 +16,14 @@ namespace
 constexpr verb VERBS[] = {
     {"adj", "Show, set, compare and copy what the camera has learned on the line",
      "list 'WIFI_*'\nset SHIPPING_COUNTRY 5\nexport before.zip\ndiff before.zip", verb_adj},
+    {"app", "Run the camera application in the foreground", "", verb_app},
     {"attr", "Read, write or script a file of the camera",
      "get /sys/devices/platform/m7-keys/keycode\n"
      "play /sys/devices/platform/m7-keys/keycode 0 0 28", verb_attr},
     {"calls", "Show what the platform was told", "--name device_set_property --follow", verb_calls},
     {"card", "Insert or remove the memory card", "remove", verb_card},
+    {"chart", "Draw a picture of a chart with known content",
+     "noise --column 100,-20 --out grey.png\nmot --blur 4 --noise 2", verb_chart},
     {"create", "Make a camera, or add what one lacks", "", verb_create},
     {"fault", "Make platform calls fail", "pref_save -1 --at 3\n--clear pref_save", verb_fault},
     {"key", "Read, write, watch or list keys",
@@ -31,9 +34,10 @@ constexpr verb VERBS[] = {
     {"property", "Read or write a device property", "get 17 7\nset 2 4 1", verb_property},
     {"run", "Run a script and tell the result of each command", "line.adj", verb_run},
     {"screen", "Show the camera's screen", "--png screen.png\n--text", verb_screen},
-    {"start", "Start the camera's daemon", "-- --test", verb_start},
-    {"status", "Tell whether the daemon is up, its mode and its last result", "", verb_status},
-    {"stop", "Stop the camera's daemon", "\n--kill", verb_stop},
+    {"start", "Start the camera's application and daemon", "-- --test", verb_start},
+    {"status", "Tell whether daemon and application are up, the mode and the last result", "",
+     verb_status},
+    {"stop", "Stop the camera's daemon and application", "\n--kill", verb_stop},
 };
 // clang-format on
 

@@ -1,5 +1,6 @@
 // vcam start, stop and status: the daemon's life.
 #include "platform/virtual/root.h"
+#include "tools/vcam/app.h"
 #include "tools/vcam/camera.h"
 #include "tools/vcam/daemon.h"
 #include "tools/vcam/number.h"
@@ -14,23 +15,19 @@ namespace vcam
 namespace
 {
 
-constexpr std::size_t LAST_LINES = 10;
-
-// The end of what the daemon said, for the person who wonders why it did not come up.
-void print_output(const std::string &output)
-{
-    const std::vector<std::string> lines = split_lines(output);
-    const std::size_t first = lines.size() > LAST_LINES ? lines.size() - LAST_LINES : 0;
-    for (std::size_t i = first; i < lines.size(); i++)
-        std::fprintf(stderr, "%s\n", lines[i].c_str());
-}
-
 void send_stop(pid_t pid, int signal)
 {
     if (signal == 0)
         ask_to_stop();
     else if (kill(pid, signal) != 0)
         throw failure("no signal can be sent to rovad (pid " + std::to_string(pid) + ")");
+}
+
+void stop_daemon(pid_t pid, int signal, double seconds)
+{
+    send_stop(pid, signal);
+    if (!wait_until([pid] { return !process_runs(pid); }, seconds))
+        throw failure("rovad did not end in time; it still runs (pid " + std::to_string(pid) + ")");
 }
 
 // The text between `before` and `after` where they occur last; "" if nowhere.
@@ -45,24 +42,35 @@ std::string last_between(const std::string &text, const std::string &before,
     return end == std::string::npos ? "" : text.substr(start, end - start);
 }
 
+void print_state(const char *name, pid_t pid)
+{
+    if (pid > 0)
+        std::printf("%s: up (pid %d)\n", name, pid);
+    else
+        std::printf("%s: not running\n", name);
+}
+
 } // namespace
 
 int verb_start(const invocation &in, CLI::App &app)
 {
     fs::path program;
+    app_options application;
     double seconds = 10;
     std::vector<std::string> options;
     app.add_option("--rovad", program, "The daemon's program")->type_name("FILE");
+    application.add_to(app);
     app.add_option("--timeout", seconds, "How long it may take to come up")
         ->check(CLI::Validator(check_seconds, ""))
         ->type_name("SECONDS");
     app.add_option("OPTION", options, "Options of rovad, behind --");
     in.open(app);
-    daemon_process daemon(program, options);
+    daemon_process daemon(program, options, application.process());
     switch (daemon.wait_until_up(seconds)) {
     case daemon_process::state::up:
         return OK;
     case daemon_process::state::ended:
+        daemon.stop_app();
         print_output(daemon.output());
         throw failure(options.empty() ? "rovad ended before it was up; without options it needs a "
                                         "marker file on the card (vcam start --help)"
@@ -85,12 +93,13 @@ int verb_stop(const invocation &in, CLI::App &app)
         ->check(CLI::Validator(check_seconds, ""))
         ->type_name("SECONDS");
     in.open(app);
-    const pid_t pid = daemon_pid();
-    if (pid < 0)
+    const pid_t pid = daemon_pid(), app_process = app_pid();
+    if (pid < 0 && app_process < 0)
         throw failure("rovad is not running");
-    send_stop(pid, by_kill ? SIGKILL : by_signal ? SIGTERM : 0);
-    if (!wait_until([pid] { return !process_runs(pid); }, seconds))
-        throw failure("rovad did not end in time; it still runs (pid " + std::to_string(pid) + ")");
+    if (pid > 0)
+        stop_daemon(pid, by_kill ? SIGKILL : by_signal ? SIGTERM : 0, seconds);
+    if (app_process > 0)
+        end_app(app_process, by_kill ? SIGKILL : SIGTERM, seconds);
     return OK;
 }
 
@@ -101,10 +110,10 @@ int verb_status(const invocation &in, CLI::App &app)
     const std::string mode = last_between(log, "Launched rovad daemon with ", " mode");
     const std::string result = last_between(log, "th cmd done [", "]");
     const pid_t pid = daemon_pid();
+    print_state("rovad", pid);
+    print_state("camera application", app_pid());
     if (pid > 0)
-        std::printf("rovad: up (pid %d)\nmode: %s\n", pid, mode.c_str());
-    else
-        std::puts("rovad: not running");
+        std::printf("mode: %s\n", mode.c_str());
     std::printf("last result: %s\n", result.empty() ? "none" : result.c_str());
     return pid > 0 ? OK : NG;
 }

@@ -46,9 +46,19 @@ pid_t daemon_pid()
     return find_process(DAEMON);
 }
 
+pid_t app_pid()
+{
+    return find_process(APPLICATION);
+}
+
+bool responder_runs()
+{
+    return find_process(RESPONDER) > 0;
+}
+
 bool camera_is_busy()
 {
-    return find_process(DAEMON) > 0 || find_process(RESPONDER) > 0;
+    return daemon_pid() > 0 || responder_runs() || app_pid() > 0;
 }
 
 bool process_runs(pid_t pid)

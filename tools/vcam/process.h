@@ -10,10 +10,14 @@ namespace vcam
 
 inline constexpr char DAEMON[] = "/usr/bin/rovad";
 inline constexpr char RESPONDER[] = "/usr/bin/mtp-responder";
+inline constexpr char APPLICATION[] = "/usr/bin/camera-app";
 
-// The running daemon of the open camera, or -1.
+// The running daemon of the open camera, and its application; -1 when there is none.
 pid_t daemon_pid();
-// A process of the camera, daemon or responder, still runs.
+pid_t app_pid();
+// The PC's responder runs.
+bool responder_runs();
+// A process of the camera, any of the three, still runs.
 bool camera_is_busy();
 // False also for a process that has ended and waits for its parent.
 bool process_runs(pid_t pid);

@@ -1,5 +1,6 @@
 // vcam run: a script from its file to the verdict.
 #include "platform/virtual/root.h"
+#include "tools/vcam/app.h"
 #include "tools/vcam/camera.h"
 #include "tools/vcam/daemon.h"
 #include "tools/vcam/follow.h"
@@ -248,12 +249,14 @@ private:
 int verb_run(const invocation &in, CLI::App &app)
 {
     fs::path script, program, screenshot;
+    app_options application;
     app.add_option("SCRIPT", script, "The script, put on the card and named in info.tg")
         ->required()
         ->check(CLI::ExistingFile);
     app.add_option("--png", screenshot, "Draw the screen as it stands behind the last command")
         ->type_name("FILE");
     app.add_option("--rovad", program, "The daemon's program")->type_name("FILE");
+    application.add_to(app);
     in.open(app);
     check_name(script.filename());
     if (daemon_pid() > 0)
@@ -262,8 +265,9 @@ int verb_run(const invocation &in, CLI::App &app)
     script_run run(script, screenshot);
     put_on_card(script);
     catch_interrupts();
-    daemon_process daemon(program, {});
+    daemon_process daemon(program, {}, application.process());
     const std::string trouble = run.follow(daemon);
+    daemon.stop_app();
     print_files(before);
     const run_counts counts = run.log().counts();
     std::printf("%zu commands: %zu OK, %zu NG, %zu skipped\n", counts.ended(), counts.ok, counts.ng,

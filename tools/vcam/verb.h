@@ -49,9 +49,11 @@ struct verb {
 };
 
 int verb_adj(const invocation &in, CLI::App &app);
+int verb_app(const invocation &in, CLI::App &app);
 int verb_attr(const invocation &in, CLI::App &app);
 int verb_calls(const invocation &in, CLI::App &app);
 int verb_card(const invocation &in, CLI::App &app);
+int verb_chart(const invocation &in, CLI::App &app);
 int verb_create(const invocation &in, CLI::App &app);
 int verb_fault(const invocation &in, CLI::App &app);
 int verb_key(const invocation &in, CLI::App &app);

@@ -68,8 +68,8 @@ enum rova_app_func_id {
                                  * it, such as "IMG_0012.JPG" */
 };
 
-/* Puts `function` into the slot `id`; NULL empties it. .
- * 1, or 0 for an unknown slot. */
+/* Puts `function` into the slot `id`; NULL empties it.  1, or 0 for an
+ * unknown slot. */
 int rova_register_app_func(int id, rova_app_func function);
 
 /* A frame of the movie in 4:2:0, one Y byte a pixel without gaps, pairs of Cb and Cr behind them.
