@@ -97,7 +97,7 @@ TEST(Forwarded, WithoutACameraApplicationAScriptStops)
 {
     Line line;
     line.write("/capture.adj", "exposure iso 200\ndelay 1\n");
-    EXPECT_EQ(line.vcam({"run", line.path("/capture.adj")}).status, 1);
+    EXPECT_EQ(line.vcam({"run", "--no-app", line.path("/capture.adj")}).status, 1);
     EXPECT_TRUE(line.tells("rova_send_to_app() failed (exposure)"));
     EXPECT_EQ(line.told("2th cmd skipped [card]"), 1);
 }
