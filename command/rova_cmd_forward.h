@@ -13,6 +13,6 @@ int rova_cmd_ipcc_exec(uint32_t cmd_type, cmd_data *record);
 // By the channel of the application's own thread.
 int rova_cmd_app_exec(uint32_t cmd_type, cmd_data *record);
 
-// The same without answering: 1 with the application's answer in `*answer`, or 0 with the failure
-// logged.
+// The same, but the answer is left to the caller: 1 with the application's in `*answer`, or 0 with
+// the failure logged.
 int rova_cmd_app_send(uint32_t cmd_type, const cmd_data *record, rova_cmd_response *answer);
