@@ -36,6 +36,11 @@ cmd_data record_of(const std::string &line)
     return record;
 }
 
+std::string bytes_of(const cmd_data &record)
+{
+    return std::string(reinterpret_cast<const char *>(&record), sizeof(record));
+}
+
 CommandTest::CommandTest()
 {
     rova_log_set_enable(1);

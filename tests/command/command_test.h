@@ -24,6 +24,9 @@ inline constexpr char NO_ANSWER[] = "";
 // The record of a line: words between blanks.
 cmd_data record_of(const std::string &line);
 
+// All of a record, to compare with what arrives elsewhere.
+std::string bytes_of(const cmd_data &record);
+
 class CommandTest : public ::testing::Test
 {
 protected:

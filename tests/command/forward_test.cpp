@@ -1,6 +1,7 @@
 #include "tests/command/forward_test.h"
 
 #include "command/rova_cmd_handler.h"
+#include "command/rova_cmd_result.h"
 
 #include <algorithm>
 #include <cctype>
@@ -8,11 +9,6 @@
 
 namespace test
 {
-
-static std::optional<std::string> plain_ok(int, const std::string &)
-{
-    return answer_bytes(0, 0);
-}
 
 ForwardTest::ForwardTest()
     : ipcc_{ServingEnd(camera, plain_ok)}, app_{ServingEnd(camera, plain_ok, APP_CHANNEL)}
@@ -46,9 +42,11 @@ void ForwardTest::expect_not_found(const std::string &line, const std::string &f
     const std::string of_family = "Not found on " + family + " command table ";
     const std::string general = "Not found on command table, so skip all next command! ";
     const std::size_t before = camera.platform_log().size();
-    for (uint32_t cmd_type : {ROVA_CMD_CARD, ROVA_CMD_PTP})
+    for (uint32_t cmd_type : {ROVA_CMD_CARD, ROVA_CMD_SCRIPT, ROVA_CMD_PTP, ROVA_CMD_PTP2}) {
+        rova_cmd_set_result(0);
         EXPECT_EQ(run(line, cmd_type), NO_ANSWER) << line;
-    EXPECT_EQ(rova_cmd_get_result(), 1U);
+        EXPECT_EQ(rova_cmd_get_result(), 1U) << line;
+    }
     const std::string log = camera.platform_log().substr(before);
     const std::size_t first = log.find(of_family);
     EXPECT_NE(first, std::string::npos) << log;
@@ -85,9 +83,9 @@ static cmd_data full_record(const std::string &line)
 static void expect_whole(const ServingEnd::Command &command, const cmd_data &sent,
                          uint32_t cmd_type)
 {
-    const std::string bytes(reinterpret_cast<const char *>(&sent), sizeof(sent));
     EXPECT_EQ(command.type, cmd_type);
-    EXPECT_EQ(command.command_area.substr(0, sizeof(sent)), bytes) << sent.cmd << " " << sent.p[0];
+    EXPECT_EQ(command.command_area.substr(0, sizeof(sent)), bytes_of(sent))
+        << sent.cmd << " " << sent.p[0];
 }
 
 TEST_P(Forwarded, EachSubcommandGoesDownItsChannelAsItStands)

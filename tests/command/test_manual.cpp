@@ -64,7 +64,6 @@ TEST_F(Manual, EverySubcommandIsKnown)
 
 TEST_F(Manual, EveryExampleEndsWithOk)
 {
-    const auto plain_ok = [](int, const std::string &) { return answer_bytes(0, 0); };
     const ServingEnd stack(camera, plain_ok);
     const ServingEnd application(camera, plain_ok, APP_CHANNEL);
     camera.write("/dev/fb0", "");

@@ -154,4 +154,9 @@ std::string answer_bytes(uint8_t response_type, uint8_t result, uint32_t param1,
            padded;
 }
 
+std::optional<std::string> plain_ok(int /*nth*/, const std::string & /*command_area*/)
+{
+    return answer_bytes(0, 0);
+}
+
 } // namespace test

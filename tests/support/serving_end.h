@@ -60,4 +60,7 @@ std::string answer_bytes(uint8_t response_type, uint8_t result, uint32_t param1 
                          uint32_t param2 = 0, uint32_t param3 = 0, uint16_t stream_type = 0,
                          const std::string &text = "");
 
+// The answer of one that carries out everything.
+std::optional<std::string> plain_ok(int nth, const std::string &command_area);
+
 } // namespace test
