@@ -51,7 +51,8 @@ static std::atomic<int> format_result = NO_RESULT;
 
 static void __rova_vconf_mmc_format_cb(keynode_t *node, void * /*user_data*/)
 {
-    format_result = vconf_keynode_get_int(node);
+    if (vconf_keynode_get_type(node) == VCONF_TYPE_INT)
+        format_result = vconf_keynode_get_int(node);
 }
 
 // The application's answer only tells that it has taken the command, so it is not passed on: the
@@ -78,7 +79,7 @@ static bool wait_for_format()
     return result == 0;
 }
 
-// The marker files would be missing at the next start.
+// There may be no marker file to copy, so only a shell or a sync that fails is a failure.
 static bool bring_back_markers()
 {
     int status = sys_system("cp -f /tmp/*.tg /tmp/*.adj /sdcard/; sync");
@@ -98,9 +99,9 @@ static int rova_cmd_file_format(uint32_t cmd_type, cmd_data *record)
         ROVA_LOG_ERR("failed to vconf_notify_key_changed(%s) (ret = %d) \n", FORMAT_KEY, ret);
         return rova_cmd_ng(cmd_type);
     }
-    bool formatted = start_format(cmd_type, record) && wait_for_format();
+    bool done = start_format(cmd_type, record) && wait_for_format() && bring_back_markers();
     vconf_ignore_key_changed(FORMAT_KEY, __rova_vconf_mmc_format_cb);
-    return rova_cmd_answer(cmd_type, formatted && bring_back_markers());
+    return rova_cmd_answer(cmd_type, done);
 }
 
 static constexpr rova_cmd_entry file_table[] = {

@@ -1,3 +1,4 @@
+#include "command/rova_cmd_result.h"
 #include "common/rova_util.h"
 #include "tests/command/command_test.h"
 #include "tests/support/serving_end.h"
@@ -105,13 +106,16 @@ protected:
 
     // The same with a card that ends with this result once the application has the command, which
     // is its nth.
-    std::string formatted(const ServingEnd &app, int nth, int result)
+    std::string formatted(const ServingEnd &app, int nth, int result,
+                          uint32_t cmd_type = ROVA_CMD_CARD)
     {
         bool told_result = false;
-        return format([&] {
-            if (!told_result && app.answered(nth))
-                told_result = vconf_set_int(KEY, result) == 0;
-        });
+        return format(
+            [&] {
+                if (!told_result && app.answered(nth))
+                    told_result = vconf_set_int(KEY, result) == 0;
+            },
+            cmd_type);
     }
 
     std::string formatted(int result)
@@ -120,11 +124,6 @@ protected:
         camera.speed(10);
         const ServingEnd app(camera, plain_ok, APP_CHANNEL);
         return formatted(app, 1, result);
-    }
-
-    static std::optional<std::string> plain_ok(int, const std::string &)
-    {
-        return answer_bytes(0, 0);
     }
 
     // The key's watch and the program of the end, in order.
@@ -145,16 +144,30 @@ TEST_F(FileFormat, BringsTheMarkerFilesBackWhenTheCardIsFormatted)
     EXPECT_EQ(camera.read("/sdcard/rova.tg"), "marker");
     EXPECT_EQ(camera.read("/sdcard/line.adj"), "script");
     EXPECT_FALSE(camera.exists("/sdcard/other.txt"));
-    EXPECT_THAT(steps(), ElementsAre(WATCH, IGNORE, COPY));
+    EXPECT_THAT(steps(), ElementsAre(WATCH, COPY, IGNORE));
+}
+
+// It has taken the command; how the format ends is told by the key.
+TEST_F(FileFormat, TheApplicationsOwnAnswerIsNotPassedOn)
+{
+    wrap_record_sleeps(false);
+    camera.speed(10);
+    const ServingEnd app(
+        camera,
+        [](int nth, const std::string &) {
+            return answer_bytes(nth == 1 ? 0 : 1, 1, 11, 22, 33, 2, "not for the PC");
+        },
+        APP_CHANNEL);
+    for (int nth : {1, 2})
+        EXPECT_EQ(formatted(app, nth, 0, ROVA_CMD_PTP), PTP_OK);
+    EXPECT_EQ(rova_cmd_get_result(), 0U);
 }
 
 TEST_F(FileFormat, SendsTheCommandAsItStandsAndAnswersThePcOnce)
 {
     const ServingEnd app(camera, plain_ok, APP_CHANNEL);
     EXPECT_EQ(format([] {}, ROVA_CMD_PTP2), PTP_NG);
-    cmd_data record = record_of("file format");
-    const std::string sent(reinterpret_cast<const char *>(&record), sizeof(record));
-    EXPECT_EQ(app.command(1).command_area.substr(0, 500), sent);
+    EXPECT_EQ(app.command(1).command_area.substr(0, 500), bytes_of(record_of("file format")));
     EXPECT_EQ(app.command(1).type, ROVA_CMD_PTP2);
 }
 
@@ -173,6 +186,21 @@ TEST_F(FileFormat, WaitsTwentySecondsForAResult)
     EXPECT_TRUE(camera.logged("failed to format mmc (vconf=-1, retry=20) "));
     EXPECT_EQ(wrap_sleeps(), std::vector<unsigned int>(20, 1000000));
     EXPECT_THAT(steps(), ElementsAre(WATCH, IGNORE));
+}
+
+TEST_F(FileFormat, ATextInPlaceOfAResultDoesNotCount)
+{
+    wrap_record_sleeps(false);
+    camera.speed(100);
+    const ServingEnd app(camera, plain_ok, APP_CHANNEL);
+    bool told_text = false;
+    EXPECT_EQ(format([&] {
+                  if (!told_text && app.answered(1))
+                      told_text = vconf_set_str(KEY, "0") == 0;
+              }),
+              NG);
+    EXPECT_TRUE(told_text);
+    EXPECT_TRUE(camera.logged("failed to format mmc (vconf=-1, retry=20) "));
 }
 
 TEST_F(FileFormat, AResultOfAnEarlierFormatDoesNotCount)
@@ -221,6 +249,7 @@ TEST_F(FileFormat, MarkerFilesThatCannotBeCopiedAreNg)
     camera.fault("sys_system", "256");
     EXPECT_EQ(formatted(0), NG);
     EXPECT_TRUE(camera.logged("failed to copy the marker files (status=256) "));
+    EXPECT_THAT(steps(), ElementsAre(WATCH, COPY, IGNORE));
 }
 
 TEST_F(FileFormat, ARecordWithoutParametersIsNg)
