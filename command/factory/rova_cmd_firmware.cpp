@@ -63,7 +63,8 @@ bool number_passes(uint32_t version, const cmd_data *record)
     return false;
 }
 
-// More check values than are looked at: no version of the body passes, and any of the other two.
+// With more check values than are looked at, the body fails and the other two pass, whatever their
+// versions.
 bool has_too_many_values(const cmd_data *record)
 {
     return value_count(record) > VALUES_MAX;

@@ -27,23 +27,23 @@ int set_count(uint32_t cmd_type, const cmd_data *record, int key, const char *la
     int result = pref_set_long(COUNT_PARTITION, key, rova_cmd_number(rova_cmd_param(record, 2)));
     if (result < 0)
         ROVA_LOG_ERR("pref_set_long(%d, %d) failed (ret = %d) \n", COUNT_PARTITION, key, result);
-    rova_osd_printf(OSD_ROW, "%s = %d \n", label, pref_get_long(COUNT_PARTITION, key));
+    rova_osd_printf(OSD_ROW, "%s  = %d \n", label, pref_get_long(COUNT_PARTITION, key));
     return rova_cmd_answer(cmd_type, result >= 0);
 }
 
 int rova_cmd_sys_param_pwron_count(uint32_t cmd_type, cmd_data *record)
 {
-    return set_count(cmd_type, record, PWRON_COUNT_KEY, "power on count ");
+    return set_count(cmd_type, record, PWRON_COUNT_KEY, "power on count");
 }
 
 int rova_cmd_sys_param_intflash_count(uint32_t cmd_type, cmd_data *record)
 {
-    return set_count(cmd_type, record, INTFLASH_COUNT_KEY, "int_flash_count  count ");
+    return set_count(cmd_type, record, INTFLASH_COUNT_KEY, "int_flash_count  count");
 }
 
 int rova_cmd_sys_param_extflash_count(uint32_t cmd_type, cmd_data *record)
 {
-    return set_count(cmd_type, record, EXTFLASH_COUNT_KEY, "ext_flash_count ");
+    return set_count(cmd_type, record, EXTFLASH_COUNT_KEY, "ext_flash_count");
 }
 
 constexpr rova_cmd_entry sys_param_table[] = {
