@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <platform/vconf.h>
+#include <thread>
 
 using namespace test;
 using testing::ElementsAre;
@@ -45,6 +46,21 @@ TEST_F(Snapshot, WaitsUntilTheCableIsOut)
     camera.write("/virtual/property/2.4.play", "1\n2\n1\n0\n");
     EXPECT_EQ(run("snapshot make", ROVA_CMD_PTP), PTP_OK);
     EXPECT_THAT(wrap_sleeps(), ElementsAre(100000, 100000, 100000));
+    EXPECT_THAT(steps(), ElementsAre(SHOWN, MADE));
+}
+
+TEST_F(Snapshot, AsksBeforeItWaits)
+{
+    wrap_record_sleeps(false);
+    camera.speed(10);
+    camera.write("/virtual/property/2.4", "1\n");
+    std::string log;
+    std::thread server([&] { log = run("snapshot make", ROVA_CMD_PTP); });
+    EXPECT_TRUE(wait_for([&] { return !steps().empty(); }));
+    EXPECT_THAT(steps(), ElementsAre(SHOWN));
+    camera.write("/virtual/property/2.4", "0\n");
+    server.join();
+    EXPECT_EQ(log, PTP_OK);
     EXPECT_THAT(steps(), ElementsAre(SHOWN, MADE));
 }
 
