@@ -222,3 +222,36 @@ TEST_F(Thread, AWindowDoesNothingOnOtherThreads)
     pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, &before);
     EXPECT_EQ(before, PTHREAD_CANCEL_ENABLE);
 }
+
+TEST_F(Thread, AServingThreadIsJoinableAndHasItsStack)
+{
+    static std::atomic<std::size_t> size;
+    size = 0;
+    auto body = [](void *arg) -> void * {
+        size = reinterpret_cast<std::size_t>(stack_of_self(nullptr));
+        return arg;
+    };
+    ASSERT_EQ(rova_serving_thread_create(&thread, body, nullptr), 0);
+    EXPECT_EQ(rova_serving_thread_join(thread), 0);
+    EXPECT_EQ(size, 0x100000u);
+    EXPECT_EQ(camera.platform_log(), "");
+}
+
+TEST_F(Thread, EachStepOfAServingThreadThatFailsIsToldWithItsNumber)
+{
+    for (const char *step : {"pthread_attr_init", "pthread_attr_setdetachstate",
+                             "pthread_attr_setstacksize", "pthread_create"}) {
+        test::wrap_fail(step, EAGAIN);
+        thread = 77;
+        EXPECT_EQ(rova_serving_thread_create(&thread, add_one, nullptr), -1) << step;
+        EXPECT_EQ(thread, 77u) << step;
+        EXPECT_TRUE(camera.logged(std::string(step) + " failed (errno=11) ")) << step;
+        test::wrap_clear();
+    }
+}
+
+TEST_F(Thread, NoServingThreadCannotBeJoined)
+{
+    EXPECT_EQ(rova_serving_thread_join(0), -1);
+    EXPECT_TRUE(camera.logged("pthread_join failed (errno=3) "));
+}

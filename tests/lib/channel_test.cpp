@@ -64,10 +64,31 @@ std::size_t things_held()
     return count;
 }
 
-const Served SERVED_IPCC = {"ipcc",      {},         "rova ipcc",    "rova ipcc",
-                            "rova-ipcc", start_ipcc, rova_stop_ipcc, rova_ipcc_send};
-const Served SERVED_APP = {"app",      APP_CHANNEL, "rova app",    "rova app thread",
-                           "rova-app", start_app,   rova_stop_app, rova_send_to_app};
+std::optional<std::string> never(int /*nth*/, const std::string & /*command_area*/)
+{
+    return std::nullopt;
+}
+
+const Served SERVED_IPCC = {.label = "ipcc",
+                            .channel = {},
+                            .name = "rova ipcc",
+                            .already = "rova ipcc",
+                            .log = "rova-ipcc",
+                            .comm = "ROVA IPCC Threa",
+                            .result = "rova_ipcc_thread",
+                            .start = start_ipcc,
+                            .stop = rova_stop_ipcc,
+                            .send = rova_ipcc_send};
+const Served SERVED_APP = {.label = "app",
+                           .channel = APP_CHANNEL,
+                           .name = "rova app",
+                           .already = "rova app thread",
+                           .log = "rova-app",
+                           .comm = "ROVA App Thread",
+                           .result = "rova_app_thread",
+                           .start = start_app,
+                           .stop = rova_stop_app,
+                           .send = rova_send_to_app};
 
 int Served::queue() const
 {

@@ -7,6 +7,7 @@
 #include "tests/support/serving_end.h"
 
 #include <csignal>
+#include <optional>
 #include <string>
 #include <sys/types.h>
 
@@ -23,6 +24,9 @@ std::string bytes_of(const auto &value)
 // How much of a channel this process holds: descriptors, areas, semaphores.
 std::size_t things_held();
 
+// The answer of one that never acknowledges.
+std::optional<std::string> never(int nth, const std::string &command_area);
+
 // One of the two channels, as it is served and used by the library.
 struct Served {
     const char *label;
@@ -30,6 +34,8 @@ struct Served {
     const char *name;    // in messages about the thread
     const char *already; // in messages of a second start or stop
     const char *log;     // of the thread
+    const char *comm;    // its name, as long as the kernel keeps names
+    const char *result;  // of the thread
     int (*start)();      // answers as the files below virtual/app/answer say
     int (*stop)();
     int (*send)(uint32_t cmd_type, const cmd_data *record, rova_cmd_response *answer);

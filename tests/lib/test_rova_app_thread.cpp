@@ -1,6 +1,5 @@
 #include "lib/rova_app_thread.h"
 
-#include "common/rova_thread.h"
 #include "common/rova_util.h"
 #include "lib/rova_channel.h"
 #include "lib/rova_ipcc.h"
@@ -21,6 +20,8 @@
 
 using test::answer_bytes;
 using test::bytes_of;
+using test::never;
+using test::plain_ok;
 using test::record_of;
 using test::ServingEnd;
 using test::things_held;
@@ -48,16 +49,6 @@ int write_result(const cmd_data *, rova_cmd_response *answer)
 {
     answer->result = 5;
     return 1;
-}
-
-std::optional<std::string> plain_ok(int, const std::string &)
-{
-    return answer_bytes(0, 0);
-}
-
-std::optional<std::string> never(int, const std::string &)
-{
-    return std::nullopt;
 }
 
 class AppThread : public testing::Test
@@ -273,24 +264,6 @@ TEST_F(AppThread, ACommandThatTheApplicationCarriedOutIsNotLookedUp)
     EXPECT_EQ(commands, 5);
 }
 
-TEST_F(AppThread, TheThreadIsNamedAndHasItsStack)
-{
-    char name[16] = {};
-    std::size_t stack = 0;
-    work = [&](const cmd_data *, rova_cmd_response *) {
-        pthread_getname_np(pthread_self(), name, sizeof(name));
-        pthread_attr_t attributes;
-        pthread_getattr_np(pthread_self(), &attributes);
-        pthread_attr_getstacksize(&attributes, &stack);
-        pthread_attr_destroy(&attributes);
-        return 1;
-    };
-    ASSERT_EQ(rova_start_app(exec), 1);
-    ASSERT_EQ(send("exposure"), 1);
-    EXPECT_STREQ(name, "ROVA App Thread");
-    EXPECT_EQ(stack, ROVA_THREAD_STACK_SIZE);
-}
-
 TEST_F(AppThread, ACancellationWaitsForTheCommandAndThenEndsTheThread)
 {
     std::atomic<bool> go = false;
@@ -410,19 +383,6 @@ TEST_F(AppThread, AStopWithAFullQueueWaitsForTheCommandInProgressOnly)
     stopper.join();
     EXPECT_EQ(commands, 1);
     EXPECT_TRUE(exited());
-    EXPECT_EQ(test::SERVED_APP.queue(), -1);
-}
-
-TEST_F(AppThread, AThreadThatCannotBeJoinedIsTold)
-{
-    test::wrap_fail("msgrcv", -1, EACCES);
-    ASSERT_EQ(rova_start_app(exec), 1);
-    ASSERT_TRUE(test::wait_for([&] { return exited(); }));
-    test::wrap_fail("pthread_join", ESRCH);
-    EXPECT_EQ(rova_stop_app(), 1);
-    EXPECT_TRUE(camera.logged("pthread_join failed (errno=3) "));
-    EXPECT_TRUE(camera.logged("failed to join rova app thread "));
-    pthread_join(test::wrap_last_thread(), nullptr);
     EXPECT_EQ(test::SERVED_APP.queue(), -1);
 }
 

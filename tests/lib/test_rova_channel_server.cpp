@@ -44,7 +44,7 @@ protected:
         camera.write("/virtual/app/answer/" + name, text);
     }
     bool logged(const std::string &text) const { return camera.logged(text); }
-    bool ended() const { return logged(std::string(served.log) + ": thread exited "); }
+    bool ended() const { return logged("\033[33m" + std::string(served.log) + ": thread exited "); }
     // A message as no sender sends it.
     int put(long type, std::size_t size) const
     {
@@ -142,6 +142,23 @@ TEST_P(ServedChannel, AStopLeavesNothingBehindAndTheNextStartServes)
         EXPECT_TRUE(test::wait_for([&] { return things_held() == before; }));
         expect_nothing_left();
     }
+}
+
+TEST_P(ServedChannel, TheThreadIsNamedAndHasItsStack)
+{
+    ASSERT_EQ(served.start(), 1);
+    const pthread_t thread = test::wrap_last_thread();
+    char name[16] = {};
+    EXPECT_TRUE(test::wait_for([&] {
+        return pthread_getname_np(thread, name, sizeof(name)) == 0 &&
+               std::strcmp(name, served.comm) == 0;
+    })) << name;
+    pthread_attr_t attributes;
+    std::size_t stack = 0;
+    pthread_getattr_np(thread, &attributes);
+    pthread_attr_getstacksize(&attributes, &stack);
+    pthread_attr_destroy(&attributes);
+    EXPECT_EQ(stack, 0x100000U);
 }
 
 TEST_P(ServedChannel, QueueAndSemaphoreAreMadeAsEveryoneExpectsThem)
@@ -344,6 +361,39 @@ TEST_P(ServedChannel, AQueueRemovedByOthersEndsTheThread)
     EXPECT_EQ(served.stop(), 1);
     EXPECT_TRUE(logged("failed to send end packet "));
     expect_nothing_left();
+}
+
+TEST_P(ServedChannel, AThreadThatCannotBeJoinedIsTold)
+{
+    test::wrap_fail("msgrcv", -1, EACCES);
+    ASSERT_EQ(served.start(), 1);
+    ASSERT_TRUE(test::wait_for([&] { return ended(); }));
+    test::wrap_fail("pthread_join", ESRCH);
+    EXPECT_EQ(served.stop(), 1);
+    EXPECT_TRUE(logged("pthread_join failed (errno=3) "));
+    EXPECT_TRUE(logged("failed to join " + std::string(served.name) + " thread "));
+    expect_nothing_left();
+    void *result = nullptr;
+    pthread_join(test::wrap_last_thread(), &result);
+    EXPECT_STREQ(static_cast<const char *>(result), served.result);
+}
+
+TEST_P(ServedChannel, TheEndPacketIsAsLongAsACommandAndOtherwiseEmpty)
+{
+    test::wrap_fail("msgrcv", -1, EACCES);
+    ASSERT_EQ(served.start(), 1);
+    ASSERT_TRUE(test::wait_for([&] { return ended(); }));
+    camera.fault("sys_msgctl", "-1 errno EPERM"); // the queue stays, with what is on it
+    EXPECT_EQ(served.stop(), 1);
+    struct {
+        long type;
+        char bytes[64];
+    } message = {};
+    const ssize_t size = msgrcv(served.queue(), &message, sizeof(message.bytes), 0, IPC_NOWAIT);
+    ASSERT_EQ(size, static_cast<ssize_t>(served.channel.message_size));
+    EXPECT_EQ(message.type, 1);
+    EXPECT_EQ(std::string(message.bytes, 8), std::string(8, '\0'));
+    EXPECT_FALSE(logged("failed to"));
 }
 
 TEST_P(ServedChannel, AStopThatCannotSendItsPacketEndsTheThreadAllTheSame)
