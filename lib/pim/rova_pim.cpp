@@ -7,6 +7,7 @@
 #include "lib/pim/rova_pim_raw.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -374,7 +375,7 @@ void rova_pim_capture_data_receiver(uint32_t, const capture_still *still)
         return;
     }
     const capture_image_set img_data = *still->image_set;
-    char name[256];
+    char name[PATH_MAX];
     rova_pim_exif_info &info = gMotExifInfo;
     const std::string_view latest = copy_still_name(name, sizeof(name));
     rova_pim_debug_print("%s %d, img_data.exif->filename : %s\n", __func__, __LINE__, name);

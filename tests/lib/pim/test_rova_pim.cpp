@@ -8,6 +8,7 @@
 
 #include <climits>
 #include <filesystem>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -20,6 +21,10 @@ using testing::AllOf;
 using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::HasSubstr;
+
+// The linker hands the receiver's calls to the second, which passes them on to the first.
+extern "C" int __real_ReleaseCaptureBuffer(int kind, uint32_t address);
+extern "C" int __wrap_ReleaseCaptureBuffer(int kind, uint32_t address);
 
 namespace
 {
@@ -47,10 +52,26 @@ std::vector<rova_pim_image> &seen()
     return frames;
 }
 uint64_t g_sum;
+std::function<void()> g_in_test;
+
+// A picture that the receiver gave back, and whether the capture counted as done by then.
+struct Released {
+    int kind;
+    uint32_t address;
+    int32_t done;
+    bool operator==(const Released &) const = default;
+};
+std::vector<Released> &given_back()
+{
+    static std::vector<Released> pictures;
+    return pictures;
+}
 
 // Reads all that it was given, and notes it.
 void take_still(const rova_pim_still &still)
 {
+    if (g_in_test)
+        g_in_test();
     for (uint8_t byte : still.main.bytes)
         g_sum += byte;
     for (uint8_t byte : still.screen.bytes)
@@ -62,6 +83,34 @@ void take_frame(const rova_pim_image &frame)
     for (uint8_t byte : frame.bytes)
         g_sum += byte;
     seen().push_back(frame);
+}
+
+// What the service delivered, byte for byte, before the receiver had it.
+struct Delivered {
+    capture_image_set set;
+    std::string main, screen;
+};
+Delivered g_delivered;
+
+std::string bytes_at(uint32_t address, int32_t pitch, int32_t height)
+{
+    return {reinterpret_cast<const char *>(rova_pim_plane(address)),
+            static_cast<std::size_t>(pitch) * static_cast<std::size_t>(height) * 2};
+}
+
+void note_and_receive(uint32_t id, const capture_still *still)
+{
+    const capture_image_set &set = *still->image_set;
+    g_delivered = {set, bytes_at(set.mainYAddress, set.mainGWidth, set.mainHeight),
+                   bytes_at(set.screenYAddress, set.screenGWidth, set.screenHeight)};
+    rova_pim_capture_data_receiver(id, still);
+}
+
+std::string hex(const char *form, uint32_t address)
+{
+    char text[64];
+    std::snprintf(text, sizeof(text), form, address);
+    return text;
 }
 
 struct Pim : testing::Test {
@@ -99,6 +148,8 @@ struct Pim : testing::Test {
         cfgNoise = {.RunNoiseFunc = 1};
         tested().clear();
         seen().clear();
+        given_back().clear();
+        g_in_test = nullptr;
         g_name = "/sdcard/DCIM/100PHOTO/IMG_0012.JPG";
         rova_register_app_func(ROVA_APP_STILL_NAME, reinterpret_cast<rova_app_func>(still_name));
         for (int32_t mode : {PI_MODE_MOT, PI_MODE_DUST, PI_MODE_NOISE})
@@ -154,6 +205,23 @@ struct Pim : testing::Test {
         std::ranges::sort(names);
         return names;
     }
+    // A raw picture of the scene, taken by a client of the service that is told all it delivers.
+    // Gives what was printed meanwhile.
+    std::string take_raw_still(const std::string &contents)
+    {
+        camera.write("/virtual/scene/IMG_0041.yuv", contents);
+        camera.write("/virtual/scene/IMG_0041.yuv.txt", "width 90\nheight 30\npitch 96\n");
+        camera.write("/virtual/capture/screen_width", "30\n");
+        camera.write("/virtual/capture/screen_height", "12\n");
+        const int handle =
+            rova_pim_register_callback_client(note_and_receive, rova_pim_liveview_data_receiver);
+        regPim = handle;
+        EXPECT_EQ(rova_pim_register_image_set_callback_id(handle, CAPTURE_STILL_ID), 0);
+        testing::internal::CaptureStdout();
+        EXPECT_TRUE(virt::take_still("IMG_0041.yuv"));
+        virt::finish_stills();
+        return testing::internal::GetCapturedStdout();
+    }
     void expect_refused(const std::string &why)
     {
         gCaptureDone = 0;
@@ -167,6 +235,14 @@ struct Pim : testing::Test {
     }
 };
 
+std::size_t count_of(const std::string &log, const std::string &text)
+{
+    std::size_t count = 0;
+    for (std::size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + 1))
+        count++;
+    return count;
+}
+
 std::pair<int32_t, std::string> next_of(const std::string &name)
 {
     char next[64];
@@ -175,6 +251,12 @@ std::pair<int32_t, std::string> next_of(const std::string &name)
 }
 
 } // namespace
+
+int __wrap_ReleaseCaptureBuffer(int kind, uint32_t address)
+{
+    given_back().push_back({kind, address, gCaptureDone});
+    return __real_ReleaseCaptureBuffer(kind, address);
+}
 
 TEST_F(Pim, TheModeIsKeptAndPrinted)
 {
@@ -583,6 +665,79 @@ TEST_F(Pim, AStillOfTheServiceIsTestedAndGivenBack)
     EXPECT_EQ(rova_pim_unregister_callback_client(), 0);
 }
 
+// From the service's memory to the test and back: at each step the same address.
+TEST_F(Pim, NoPlaneOfTheServicesStillIsCopiedOnItsWay)
+{
+    SetPIMode(PI_MODE_MOT);
+    cfgPm.saveRaw = 1;
+    const std::string printed =
+        take_raw_still(std::string(main.bytes().begin(), main.bytes().end()));
+    const capture_image_set &given = g_delivered.set;
+    EXPECT_THAT(
+        printed,
+        AllOf(HasSubstr(hex("img_data.mainYAddress 0x%x,\n", given.mainYAddress)),
+              HasSubstr(hex("img_data.screenYAddress 0x%x,\n", given.screenYAddress)),
+              HasSubstr(hex("\nMain Start Address : 0x%08x\n", given.mainYAddress)),
+              HasSubstr(hex("\nScreenNail Start Address : 0x%08x\n", given.screenYAddress))));
+    ASSERT_EQ(tested().size(), 1u);
+    EXPECT_EQ(tested()[0].main.bytes.data(), rova_pim_plane(given.mainYAddress));
+    EXPECT_EQ(tested()[0].screen.bytes.data(), rova_pim_plane(given.screenYAddress));
+    EXPECT_THAT(given_back(), ElementsAre(Released{CAPTURE_BUFFER_MAIN, given.mainYAddress, 0},
+                                          Released{CAPTURE_BUFFER_SCREEN, given.screenYAddress, 0},
+                                          Released{CAPTURE_BUFFER_THUMB, given.thumbYAddress, 0}));
+    EXPECT_EQ(virt::capture_buffers_out(), 0u);
+}
+
+TEST_F(Pim, ADumpIsWhatTheServiceDeliveredByteForByte)
+{
+    SetPIMode(PI_MODE_MOT);
+    cfgPm.saveRaw = 1;
+    const std::string contents(main.bytes().begin(), main.bytes().end());
+    take_raw_still(contents);
+    ASSERT_EQ(g_delivered.main, contents);
+    EXPECT_EQ(camera.read("/mnt/mmc/DCIM_YUVRAW/HVXF_0013.yuv.raw"), contents);
+    EXPECT_EQ(g_delivered.screen.size(), static_cast<std::size_t>(64 * 12 * 2));
+    EXPECT_EQ(camera.read("/mnt/mmc/DCIM_YUVRAW/HVXS_0013.yuv.raw"), g_delivered.screen);
+}
+
+TEST_F(Pim, TheDumpIsWrittenBeforeTheTestAndTheCaptureEndsBehindTheRelease)
+{
+    cfgPm.saveRaw = 1;
+    std::size_t dumped = 0, released_in_test = 99;
+    int32_t done_in_test = 99;
+    g_in_test = [&] {
+        dumped = dumps().size();
+        released_in_test = given_back().size();
+        done_in_test = gCaptureDone;
+    };
+    EXPECT_THAT(receive(), ContainsRegex("Dust test mode enable.\nMain 13th  : 96 x 30 = 2880\n"
+                                         "Main Start Address : 0x[0-9a-f]+\n.*function done"));
+    EXPECT_EQ(dumped, 1u);
+    EXPECT_EQ(released_in_test, 0u);
+    EXPECT_EQ(done_in_test, 0);
+    EXPECT_THAT(given_back(),
+                ElementsAre(Released{2, set.mainYAddress, 0}, Released{3, set.screenYAddress, 0},
+                            Released{4, 0x9abc, 0}));
+    EXPECT_EQ(gCaptureDone, 1);
+}
+
+TEST_F(Pim, AStillBehindNinesIsNumberedTenThousand)
+{
+    g_name = "IMG_9999.JPG";
+    cfgPm.saveRaw = 1;
+    EXPECT_THAT(receive(), HasSubstr("file_num = [10000]\n"));
+    EXPECT_STREQ(gMotExifInfo.filename, "IMG_10000.JPG");
+    EXPECT_THAT(dumps(), ElementsAre("HVXF_10000.yuv.raw"));
+}
+
+TEST_F(Pim, TheDigitsOfALongNameAreFound)
+{
+    const std::string name = "/" + std::string(1000, 'a') + "/IMG_0041.JPG";
+    g_name = name.c_str();
+    EXPECT_THAT(receive(), HasSubstr("file_num = [42]\n"));
+    EXPECT_EQ(std::string(gMotExifInfo.filename), name.substr(0, 63));
+}
+
 TEST_F(Pim, LiveViewFramesReachTheirTest)
 {
     rova_pim_set_live_view(take_frame);
@@ -641,4 +796,18 @@ TEST_F(Pim, ALiveViewWithoutATestIsLoggedOnce)
     const std::string text = "the live view's test is not part of this build";
     EXPECT_NE(log.find(text), std::string::npos);
     EXPECT_EQ(log.find(text), log.rfind(text));
+}
+
+TEST_F(Pim, BehindASoundFrameARefusedOneIsLoggedAgain)
+{
+    rova_pim_set_live_view(take_frame);
+    capture_live_view frame = {};
+    frame.pitch = frame.width = 64;
+    frame.height = 4;
+    for (uint32_t address : {0u, 0u, main.address(), 0u, 0u}) {
+        frame.y_address = address;
+        rova_pim_liveview_data_receiver(CAPTURE_LIVE_VIEW_ID, &frame);
+    }
+    EXPECT_EQ(seen().size(), 1u);
+    EXPECT_EQ(count_of(camera.platform_log(), "refused a live-view frame"), 2u);
 }

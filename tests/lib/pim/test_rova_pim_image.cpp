@@ -196,7 +196,7 @@ TEST_F(Picture, RowsOfEachLengthAreSummedToTheirLastByte)
 
 TEST_F(Picture, SumsDoNotStopAt32Bits)
 {
-    // One row seen 20 million times over: a pitch of one byte, all white.
+    // All white, in rows that overlap: each begins a byte behind the one before.
     std::vector<uint8_t> white(6000, 255);
     const rova_pim_image image = {white, 3000, 3000, 1, CS422_Y_CbCr};
     const rova_pim_sum sum = GetAreaSum(image, {0, 0, 2999, 2999});
