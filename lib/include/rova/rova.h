@@ -50,7 +50,8 @@ int rova_stop_app(void);
 
 /*
  * Functions that the application lends to the image inspection.  They are called on the thread of
- * the channel that runs the inspection.
+ * the channel that runs the inspection; ROVA_APP_STILL_NAME on the capture service's, within the
+ * callback of a still.
  */
 
 /* A function in a slot.  Its real type belongs to the slot and is given there. */
