@@ -39,7 +39,7 @@ _vcam() {
         mapfile -t COMPREPLY < <(compgen -d -- "$cur")
         return
         ;;
-    --png | --rovad | --app | --data | --file)
+    --png | --rovad | --app | --data | --file | --out)
         compopt -o filenames 2>/dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$cur")
         return
