@@ -371,7 +371,7 @@ std::optional<std::string> Service::take(const std::optional<std::string> &name)
     if (!virt::present())
         return std::nullopt;
     std::lock_guard one_at_a_time(taking_);
-    const std::optional<std::string> chosen = name ? name : virt::picture_in_front();
+    std::optional<std::string> chosen = name ? name : virt::picture_in_front();
     if (!chosen) {
         note(ERROR, "no still: virtual/scene holds no picture");
         return std::nullopt;

@@ -325,7 +325,8 @@ Picture make_picture(int width, int height, Chroma chroma, const Layout &layout)
     picture.height = height;
     picture.pitch = std::max((width + align - 1) / align * align + layout.pitch_padding, even);
     picture.rows = height + layout.row_padding;
-    const size_t rows = static_cast<size_t>(picture.rows + chroma_rows(height, chroma));
+    const auto rows =
+        static_cast<size_t>(picture.rows) + static_cast<size_t>(chroma_rows(height, chroma));
     picture.memory = LowMemory(rows * static_cast<size_t>(picture.pitch));
     return picture;
 }

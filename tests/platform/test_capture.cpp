@@ -17,6 +17,7 @@
 #include <mutex>
 #include <png.h>
 #include <pthread.h>
+#include <sys/mman.h>
 #include <thread>
 
 namespace
@@ -496,7 +497,7 @@ TEST_F(Capture, APngOfGreysIsReadAndWhatIsClearInItIsBlack)
 
 TEST_F(Capture, ANetpbmHeaderMayHoldCommentsAndGreysAreRead)
 {
-    picture("a.pgm", std::string("P5 # made by hand\n2\n# two rows\n1 255\n\x05\x46", 42));
+    picture("a.pgm", "P5 # made by hand\n2\n# two rows\n1 255\n\x05\x46");
     client_for_stills();
     const SeenStill still = take();
     EXPECT_EQ(byte_at(still.set.mainYAddress, 0), 5);
@@ -1175,15 +1176,46 @@ TEST_F(Capture, AnErrorOfLiveViewIsToldOnceAndItGoesOn)
     EXPECT_EQ(log.find(error), log.rfind(error));
 }
 
-// All that lies below 4 GiB, or nearly.
-std::vector<virt::LowMemory> fill_low_memory()
+#ifdef MAP_32BIT
+// All that is free where the kernel looks for low memory.  It begins each look at a random place of
+// the first 32 MB, so asking for memory until there is none would leave some.
+class NoLowMemory
 {
-    std::vector<virt::LowMemory> held;
-    for (size_t size = size_t{1} << 28; size >= 4096; size /= 2)
-        for (virt::LowMemory piece(size); piece.data(); piece = virt::LowMemory(size))
-            held.push_back(std::move(piece));
-    return held;
-}
+public:
+    NoLowMemory() { hold(0x40000000, 0x40000000); }
+    ~NoLowMemory()
+    {
+        for (const Piece &piece : held_)
+            munmap(piece.data, piece.size);
+    }
+    void free_last_page()
+    {
+        Piece &last = held_.back();
+        last.size -= PAGE;
+        munmap(last.data + last.size, PAGE);
+    }
+
+private:
+    static constexpr size_t PAGE = 4096;
+    struct Piece {
+        uint8_t *data;
+        size_t size;
+    };
+
+    void hold(uintptr_t at, size_t size)
+    {
+        void *data = mmap(reinterpret_cast<void *>(at), size, PROT_NONE,
+                          MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED_NOREPLACE, -1, 0);
+        if (data != MAP_FAILED)
+            return held_.push_back({static_cast<uint8_t *>(data), size});
+        if (size == PAGE)
+            return;
+        hold(at, size / 2);
+        hold(at + size / 2, size / 2);
+    }
+
+    std::vector<Piece> held_;
+};
 
 TEST_F(Capture, WithoutMemoryBelow4GiBThereIsNoPicture)
 {
@@ -1193,19 +1225,21 @@ TEST_F(Capture, WithoutMemoryBelow4GiBThereIsNoPicture)
     picture("a.yuv.txt", "width 4\nheight 4\n");
     set("live_rate", "1000");
     client_for_live_view();
-    std::vector<virt::LowMemory> held = fill_low_memory();
+    std::optional<NoLowMemory> nothing_free(std::in_place);
     EXPECT_FALSE(virt::take_still("a.ppm"));
     EXPECT_FALSE(virt::take_still("a.yuv"));
     EXPECT_TRUE(camera_.logged("no still: a.ppm: no memory below 4 GiB"));
     EXPECT_TRUE(camera_.logged("no still: a.yuv: no memory below 4 GiB"));
-    held.pop_back(); // a page for the full image alone
+    nothing_free->free_last_page(); // room for the full image alone
     EXPECT_FALSE(virt::take_still("a.ppm"));
     virt::start_live_view();
-    EXPECT_TRUE(test::wait_for([&] { return camera_.logged("live view: "); }));
-    held.clear();
+    EXPECT_TRUE(test::wait_for(
+        [&] { return camera_.logged("live view: /virtual/scene/a.yuv: no memory"); }));
+    nothing_free.reset();
     EXPECT_TRUE(virt::take_still("a.ppm"));
     frame(0);
 }
+#endif
 
 TEST_F(Capture, WithoutAThreadNothingBegins)
 {
