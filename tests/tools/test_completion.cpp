@@ -56,6 +56,8 @@ TEST(Completion, OffersTheOptionsAndActionsOfAVerb)
     EXPECT_EQ(completions({VCAM_PROGRAM, "screen", "--p"}), (words{"--png"})) << "told once";
     EXPECT_EQ(completions({VCAM_PROGRAM, "key", "set", "--b"}), (words{"--bool"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "key", "--h"}), (words{"--help"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "chart", "m"}), (words{"mot", "movie"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "chart", "dust", "--v"}), (words{"--vignette"}));
 }
 
 TEST(Completion, OffersTheKeysAndFilesOfTheCamera)
@@ -95,6 +97,7 @@ TEST(Completion, OffersFilesWhereFilesAreMeant)
     EXPECT_EQ(completions({VCAM_PROGRAM, "adj", "set", "CS_ADDR", "--file", start}),
               (words{COMPLETION}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "screen", "--png", start}), (words{COMPLETION}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "chart", "flat", "--out", start}), (words{COMPLETION}));
 }
 
 TEST(Completion, OffersTheOptionsOfRova)

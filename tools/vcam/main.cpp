@@ -23,7 +23,7 @@ constexpr verb VERBS[] = {
     {"calls", "Show what the platform was told", "--name device_set_property --follow", verb_calls},
     {"card", "Insert or remove the memory card", "remove", verb_card},
     {"chart", "Draw a picture of a chart with known content",
-     "noise --column 100,-20 --out grey.png\nmot --blur 4 --noise 2", verb_chart},
+     "noise --seed 3 --out grey.png\nmot --noise 2", verb_chart},
     {"create", "Make a camera, or add what one lacks", "", verb_create},
     {"fault", "Make platform calls fail", "pref_save -1 --at 3\n--clear pref_save", verb_fault},
     {"key", "Read, write, watch or list keys",
