@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <initializer_list>
 #include <set>
 #include <sys/stat.h>
 
@@ -169,15 +170,18 @@ std::string live_folder()
     return scene_place("live");
 }
 
-// Changes when the file does, or the size that its frame is to have.
-std::string state_of(const std::string &place, const std::string &wanted)
+// Changes when the file does, or what is asked of its frame.
+std::string state_of(const std::string &place, std::initializer_list<int> asked)
 {
     struct stat now = {};
     if (stat(place.c_str(), &now) != 0)
         return "";
-    return std::to_string(now.st_ino) + ' ' + std::to_string(now.st_size) + ' ' +
-           std::to_string(now.st_mtim.tv_sec) + ' ' + std::to_string(now.st_mtim.tv_nsec) + ' ' +
-           wanted;
+    std::string state = std::to_string(now.st_ino) + ' ' + std::to_string(now.st_size) + ' ' +
+                        std::to_string(now.st_mtim.tv_sec) + ' ' +
+                        std::to_string(now.st_mtim.tv_nsec);
+    for (int number : asked)
+        state += ' ' + std::to_string(number);
+    return state;
 }
 
 } // namespace
@@ -237,22 +241,23 @@ std::unique_ptr<Still> make_still(const std::string &name, std::string &error)
 
 const Picture *LiveView::frame(const std::string &place, bool own_size, std::string &error)
 {
-    const std::string wanted = read_file(setting_place("live_width")) + ' ' +
-                               read_file(setting_place("live_height")) + (own_size ? " own" : "");
-    const std::string state = state_of(place, wanted);
+    const Layout free = layout();
+    const int asked_width = setting("live_width", 0), asked_height = setting("live_height", 0);
+    const std::string state = state_of(place, {asked_width, asked_height, free.pitch_align,
+                                               free.pitch_padding, free.row_padding, own_size});
     auto known = frames_.find(place);
     if (known != frames_.end() && known->second.state == state)
         return &known->second.picture;
 
-    std::optional<Picture> full = read_picture(place, layout(), error);
+    std::optional<Picture> full = read_picture(place, free, error);
     if (!full)
         return nullptr;
     const int divisor = own_size ? 1 : SCREEN_DIVISOR;
-    const int width = setting("live_width", part(full->width, divisor), 1);
-    const int height = setting("live_height", part(full->height, divisor), 1);
+    const int width = asked_width ? asked_width : part(full->width, divisor);
+    const int height = asked_height ? asked_height : part(full->height, divisor);
     if (frames_.size() >= FRAMES_KEPT)
         frames_.clear();
-    Picture made = scale_picture(*full, width, height, Chroma::EVERY_SECOND_LINE, layout());
+    Picture made = scale_picture(*full, width, height, Chroma::EVERY_SECOND_LINE, free);
     if (!made.memory.data()) {
         error = "no memory below 4 GiB";
         return nullptr;

@@ -44,7 +44,7 @@ public:
 
 private:
     struct Frame {
-        std::string state; // of the file and the size asked for, when it was made
+        std::string state; // of the file and the settings, when it was made
         Picture picture;
     };
 

@@ -1069,6 +1069,20 @@ TEST_F(Capture, AChangedPictureIsSeenInLiveView)
     EXPECT_TRUE(test::wait_for([] { return frame(frames_seen()).first == 20; }));
     set("live_width", "6");
     EXPECT_TRUE(test::wait_for([] { return frame(frames_seen()).record.width == 6; }));
+    set("pitch_padding", "8");
+    EXPECT_TRUE(test::wait_for([] { return frame(frames_seen()).record.pitch == 72; }));
+}
+
+TEST_F(Capture, TheSizeOfEachFrameCanBeScripted)
+{
+    picture("live/a.ppm", grey(16, 16, 10));
+    camera_.write("/virtual/capture/live_width.play", "6\n8\n4\n");
+    set("live_rate", "1000");
+    client_for_live_view();
+    virt::start_live_view();
+    EXPECT_EQ(frame(0).record.width, 6);
+    EXPECT_EQ(frame(1).record.width, 8);
+    EXPECT_EQ(frame(2).record.width, 4);
 }
 
 TEST_F(Capture, TheRateIsSetByAFile)
