@@ -111,7 +111,7 @@ testing::AssertionResult refused(const test::Camera &camera, const words &argume
 }
 
 // The resolution chart in a size that tests can afford.
-const words SMALL_MOT = {"mot", "--size", "960x640", "--lines", "3", "--range", "160,700"};
+const words SMALL_MOT = {"mot", "--size", "960x640", "--lines", "3", "--range", "200,700"};
 
 words with(words all, const words &more)
 {
@@ -433,8 +433,10 @@ TEST(VcamChart, MotWedgesLieAndStandInTurnsAndPointFromTheirMarker)
 TEST(VcamChart, MotWedgesEndAtDarkBarsWithinTheirSurroundings)
 {
     const test::Camera camera;
-    const image drawn = draw(camera, SMALL_MOT).drawn;
-    for (const json &wedge : draw(camera, SMALL_MOT).told["wedges"]) {
+    const chart c = draw(camera, SMALL_MOT);
+    const image &drawn = c.drawn;
+    ASSERT_EQ(c.told["wedges"].size(), 10U);
+    for (const json &wedge : c.told["wedges"]) {
         const json &around = wedge["around"];
         const bool standing = wedge["height"] > wedge["width"];
         const char *axis = standing ? "y" : "x", *side = standing ? "height" : "width";

@@ -43,7 +43,7 @@ struct measures {
     explicit measures(chart_size size)
         : unit(std::min(size.width, size.height)), marker(unit / 20 | 1),
           margin_x(size.width * 2 / 25), margin_y(size.height / 10), length(unit * 4 / 25),
-          bar(unit / 60), window_length(unit / 5), window_width(unit * 7 / 100), gap(unit / 20)
+          bar(unit / 60), window_length(unit / 5), window_width(unit / 10), gap(unit / 20)
     {
     }
     int unit;
