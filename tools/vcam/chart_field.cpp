@@ -179,7 +179,7 @@ void draw_spots(field &f)
 
 shared_field new_field(CLI::App &app, chart_options &options, int level)
 {
-    const auto f = std::make_shared<field>(field{options});
+    auto f = std::make_shared<field>(field{options});
     f->given.level = level;
     app.add_option("--level", f->given.level,
                    "Level of the field (default: " + std::to_string(level) + ")")
