@@ -22,6 +22,7 @@ std::string bytes_of(const auto &value)
 }
 
 // How much of a channel this process holds: descriptors, areas, semaphores.
+// The camera stack's thread of an earlier command may just be letting go of some.
 std::size_t things_held();
 
 // The answer of one that never acknowledges.
