@@ -78,3 +78,16 @@ TEST(Example, FeedbackIsSeenHeardAndBlinked)
     EXPECT_EQ(count("device_set_property(3, 4, 1)"), count("device_set_property(3, 4, 0)"));
     EXPECT_GE(line.calls("mm_sound_qz_play_sound_sync").size(), 3U);
 }
+
+TEST(Example, StillsTakesThreePicturesAndEmptiesTheCard)
+{
+    Line line;
+    line.write("/sdcard/DCIM/old.jpg", "x");
+    line.write("/virtual/scene/a.ppm", "P6\n64 48\n255\n" + std::string(64 * 48 * 3, '\x80'));
+    const auto run = run_example(line, "stills.adj");
+    EXPECT_EQ(run.status, 0) << run.out << run.err;
+    EXPECT_EQ(line.read("/virtual/app/still_number"), "3\n");
+    EXPECT_FALSE(line.exists("/sdcard/DCIM"));
+    EXPECT_TRUE(line.exists("/sdcard/info.tg")) << "brought back";
+    EXPECT_TRUE(line.exists("/sdcard/stills.adj"));
+}

@@ -1,0 +1,122 @@
+// What the camera application does at a command, and the movie player that it lends.
+#include <gtest/gtest.h>
+
+#include "lib/pim/rova_pim_movie.h"
+#include "lib/rova_app_thread.h"
+#include "tests/tools/tool.h"
+#include "tools/vcam_app/movie.h"
+
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+namespace
+{
+
+rova_cmd_response send(const char *cmd, const char *subcommand)
+{
+    cmd_data record = {};
+    std::snprintf(record.cmd, sizeof(record.cmd), "%s", cmd);
+    std::snprintf(record.p[0], sizeof(record.p[0]), "%s", subcommand);
+    record.p_count = 1;
+    rova_cmd_response answer = {};
+    EXPECT_EQ(rova_send_to_app(ROVA_CMD_CARD, &record, &answer), 1);
+    return answer;
+}
+
+class VcamAppFormat : public testing::Test
+{
+protected:
+    VcamAppFormat() : app({VCAM_PROGRAM, "app"}, "", camera.path("/tmp/app"))
+    {
+        EXPECT_TRUE(test::wait_for(
+            [&] { return camera.read("/tmp/app").find(": up\n") != std::string::npos; }));
+        camera.write("/sdcard/DCIM/a.jpg", "x");
+        camera.write("/sdcard/info.tg", "x");
+    }
+
+    test::Camera camera;
+    test::Process app;
+};
+
+} // namespace
+
+TEST_F(VcamAppFormat, EmptiesTheCardAndTellsTheEndByTheKey)
+{
+    EXPECT_EQ(send("file", "format").result, 0);
+    EXPECT_TRUE(camera.exists("/sdcard"));
+    EXPECT_FALSE(camera.exists("/sdcard/DCIM"));
+    EXPECT_FALSE(camera.exists("/sdcard/info.tg"));
+    EXPECT_EQ(camera.key_int("memory/sysman/mmc_format"), 0);
+}
+
+TEST_F(VcamAppFormat, WithoutACardTheKeyTellsTheFailure)
+{
+    camera.remove("/sdcard");
+    EXPECT_EQ(send("file", "format").result, 0);
+    EXPECT_EQ(camera.key_int("memory/sysman/mmc_format"), 1);
+}
+
+TEST_F(VcamAppFormat, AnAnswerOfNgLeavesTheCardAlone)
+{
+    camera.write("/virtual/app/answer/file.format", "ng\n");
+    EXPECT_EQ(send("file", "format").result, 1);
+    EXPECT_TRUE(camera.exists("/sdcard/info.tg"));
+    EXPECT_EQ(camera.key_int("memory/sysman/mmc_format"), std::nullopt);
+}
+
+TEST(VcamMovie, IsDrivenThroughTheLentFunctions)
+{
+    const test::Camera camera;
+    vcam_app::register_movie_functions();
+    EXPECT_EQ(rova_pim_movie_set_pos(100), 1);
+    EXPECT_EQ(rova_pim_movie_resume(), 1);
+    EXPECT_EQ(rova_pim_movie_pause(), 1);
+    EXPECT_EQ(rova_pim_movie_stop(), 1);
+    const std::vector<std::string> wanted = {"app_movie_set_pos(100)", "app_movie_resume()",
+                                             "app_movie_pause()", "app_movie_stop()"};
+    EXPECT_EQ(camera.call_texts(), wanted);
+}
+
+TEST(VcamMovie, DeliversTheFrameThatItStandsAt)
+{
+    const test::Camera camera;
+    camera.write("/virtual/movie/0.pgm", "P5 8 4 255\n" + std::string(32, '\x20'));
+    camera.write("/virtual/movie/1.pgm", "P5 6 2 255\n" + std::string(12, '\x60'));
+    camera.write("/virtual/movie/frame_ms", "100\n");
+    vcam_app::register_movie_functions();
+    rova_pim_frame_info info = {};
+    rova_pim_movie_set_pos(99);
+    EXPECT_EQ(rova_pim_do_video_capture(), 1);
+    rova_pim_movie_get_frame_info(&info);
+    EXPECT_EQ(info.width, 8);
+    EXPECT_EQ(info.height, 4);
+    EXPECT_EQ(info.chroma_address - info.y_address, 32U);
+    for (const int behind : {100, 100000}) {
+        rova_pim_movie_set_pos(behind);
+        EXPECT_EQ(rova_pim_do_video_capture(), 1);
+        rova_pim_movie_get_frame_info(&info);
+        EXPECT_EQ(info.width, 6);
+    }
+}
+
+TEST(VcamMovie, WithoutAMovieNoFrameIsDelivered)
+{
+    const test::Camera camera;
+    vcam_app::register_movie_functions();
+    EXPECT_EQ(rova_pim_do_video_capture(), 0);
+    camera.write("/virtual/movie/0.pgm", "no picture");
+    EXPECT_EQ(rova_pim_do_video_capture(), 0);
+}
+
+TEST(VcamMovie, DeliversWhatTheAudioFileSays)
+{
+    const test::Camera camera;
+    camera.write("/virtual/movie/audio", "left_frequency 1000\nright_peak 0.5\n");
+    vcam_app::register_movie_functions();
+    EXPECT_EQ(rova_pim_do_aframe_capture(), 1);
+    rova_pim_aframe_info info = {};
+    rova_pim_movie_get_aframe_info(&info);
+    EXPECT_EQ(info.left_frequency, 1000);
+    EXPECT_EQ(info.right_peak, 0.5F);
+    EXPECT_EQ(info.left_loudness, 0.0F);
+}
