@@ -144,17 +144,6 @@ TEST(App, AStillOfTheSceneIsNamedAfterItsNumber)
     line.stop();
 }
 
-TEST(App, TheInspectionsCommandsAreLeftToTheLibraryUnlessThereIsAnAnswer)
-{
-    Line line;
-    line.start();
-    EXPECT_EQ(pc(line, "afi_adj set"), OK);
-    answer(line, "afi_adj", "ng\n");
-    EXPECT_EQ(pc(line, "afi_adj set"), NG);
-    EXPECT_EQ(line.calls("app_command").size(), 2U);
-    line.stop();
-}
-
 TEST(App, AScriptIsRunWithTheApplicationAndLeavesNone)
 {
     Line line;

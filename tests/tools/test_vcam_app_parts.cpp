@@ -64,6 +64,18 @@ TEST_F(VcamAppFormat, AnAnswerOfNgLeavesTheCardAlone)
     EXPECT_EQ(camera.key_int("memory/sysman/mmc_format"), std::nullopt);
 }
 
+class VcamAppInspection : public VcamAppFormat
+{
+};
+
+TEST_F(VcamAppInspection, CommandsAreLeftToTheLibraryUnlessThereIsAnAnswer)
+{
+    EXPECT_EQ(send("afi_adj", "set").result, 0);
+    camera.write("/virtual/app/answer/afi_adj", "ng\n");
+    EXPECT_EQ(send("afi_adj", "set").result, 1);
+    EXPECT_EQ(camera.calls("app_command").size(), 2U);
+}
+
 TEST(VcamMovie, IsDrivenThroughTheLentFunctions)
 {
     const test::Camera camera;
