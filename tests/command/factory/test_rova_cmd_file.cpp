@@ -45,6 +45,7 @@ TEST_F(FileDelete, AnswersThePc)
 TEST_F(FileDelete, RefusesALineWithoutAName)
 {
     EXPECT_EQ(run("file delete"), NG);
+    EXPECT_FALSE(camera.logged("/sdcard/"));
     EXPECT_TRUE(camera.exists("/sdcard"));
 }
 
