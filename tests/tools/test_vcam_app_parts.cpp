@@ -49,6 +49,13 @@ TEST_F(VcamAppFormat, EmptiesTheCardAndTellsTheEndByTheKey)
     EXPECT_EQ(camera.key_int("memory/sysman/mmc_format"), 0);
 }
 
+TEST_F(VcamAppFormat, TheWordsMayBeInCapitals)
+{
+    EXPECT_EQ(send("FILE", "Format").result, 0);
+    EXPECT_FALSE(camera.exists("/sdcard/info.tg"));
+    EXPECT_EQ(camera.key_int("memory/sysman/mmc_format"), 0);
+}
+
 TEST_F(VcamAppFormat, WithoutACardTheKeyTellsTheFailure)
 {
     camera.remove("/sdcard");
@@ -131,4 +138,34 @@ TEST(VcamMovie, DeliversWhatTheAudioFileSays)
     EXPECT_EQ(info.left_frequency, 1000);
     EXPECT_EQ(info.right_peak, 0.5F);
     EXPECT_EQ(info.left_loudness, 0.0F);
+}
+
+TEST(VcamMovie, PlaysTheMovieThatVcamDraws)
+{
+    const test::Camera camera;
+    ASSERT_TRUE(
+        tool::succeeded(tool::vcam({"chart", "movie", "--size", "32x32", "--frames", "4", "--rate",
+                                    "25", "--tone", "440", "--loudness", "-12"})));
+    vcam_app::register_movie_functions();
+    const auto chroma = [](int ms, int which) { // in the middle; 0 for Cb, 1 for Cr
+        rova_pim_movie_set_pos(ms);
+        EXPECT_EQ(rova_pim_do_video_capture(), 1);
+        rova_pim_frame_info info = {};
+        rova_pim_movie_get_frame_info(&info);
+        const uintptr_t plane = info.chroma_address;
+        return reinterpret_cast<const uint8_t *>(plane)[8 * 32 + 16 + which];
+    };
+    EXPECT_GT(chroma(0, 1), 200) << "red";
+    EXPECT_EQ(chroma(40, 1), 128);
+    EXPECT_GT(chroma(2 * 40, 0), 200) << "blue";
+    EXPECT_EQ(chroma(3 * 40, 0), 128);
+
+    EXPECT_EQ(rova_pim_do_aframe_capture(), 1);
+    rova_pim_aframe_info info = {};
+    rova_pim_movie_get_aframe_info(&info);
+    EXPECT_EQ(info.left_frequency, 440);
+    EXPECT_EQ(info.right_frequency, 440);
+    EXPECT_EQ(info.left_peak, -8.99F);
+    EXPECT_EQ(info.right_rms, -12.0F);
+    EXPECT_EQ(info.right_loudness, -12.0F);
 }

@@ -7,16 +7,13 @@
 #include "tools/vcam_app/still.h"
 
 #include <algorithm>
-#include <atomic>
-#include <cctype>
-#include <cstring>
 #include <filesystem>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <pthread.h>
 #include <string>
-#include <string_view>
 #include <strings.h>
+#include <vector>
 
 namespace vcam_app
 {
@@ -30,41 +27,16 @@ constexpr char FORMAT_KEY[] = "memory/sysman/mmc_format";
 // Families that the library carries out.
 constexpr const char *INSPECTION[] = {"mot", "dust", "noise", "movie", "afi_adj"};
 
-std::atomic<bool> giving_up = false;
-
-template <std::size_t size> std::string word(const char (&text)[size])
+// As the channels compare words.
+bool same(const std::string &word, const char *other)
 {
-    return {text, strnlen(text, size)};
+    return strcasecmp(word.c_str(), other) == 0;
 }
 
-std::string lower(std::string text)
+bool is_inspection(const std::string &word)
 {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
-
-bool is_inspection(const cmd_data &record)
-{
-    return std::any_of(std::begin(INSPECTION), std::end(INSPECTION), [&](const char *family) {
-        return strcasecmp(family, word(record.cmd).c_str()) == 0;
-    });
-}
-
-// An answer of the person at the camera goes before that of the library.
-bool has_answer(const cmd_data &record)
-{
-    const std::string place = virt::file("app/answer/" + lower(word(record.cmd)));
-    std::error_code error;
-    return fs::exists(place, error) || fs::exists(place + "." + lower(word(record.p[0])), error);
-}
-
-void note(const cmd_data &record)
-{
-    nlohmann::json words = {word(record.cmd)};
-    for (uint32_t i = 0; i < std::min<std::size_t>(record.p_count, std::size(record.p)); i++)
-        words.push_back(word(record.p[i]));
-    virt::record("app_command", {"app", words});
+    return std::any_of(std::begin(INSPECTION), std::end(INSPECTION),
+                       [&](const char *family) { return same(word, family); });
 }
 
 // The card's folder stays: it is where the card is mounted.
@@ -97,11 +69,10 @@ constexpr deed DEEDS[] = {
     {"st", "still", take_still},
 };
 
-bool do_it(const cmd_data &record)
+bool do_it(const std::vector<std::string> &words)
 {
     for (const deed &row : DEEDS) {
-        if (strcasecmp(row.cmd, word(record.cmd).c_str()) == 0 &&
-            word(record.p[0]) == row.subcommand)
+        if (words.size() > 1 && same(words[0], row.cmd) && same(words[1], row.subcommand))
             return row.run();
     }
     return true;
@@ -110,7 +81,7 @@ bool do_it(const cmd_data &record)
 // Holds the channel's thread, as a command that hangs does.
 [[noreturn]] void hang()
 {
-    giving_up.wait(false);
+    virt::wait_for_app_end();
     pthread_exit(nullptr); // without an acknowledgement
 }
 
@@ -118,21 +89,17 @@ bool do_it(const cmd_data &record)
 
 int run_command(const cmd_data *record, rova_cmd_response *answer)
 {
-    if (is_inspection(*record) && !has_answer(*record)) {
-        note(*record);
+    const std::vector<std::string> words = virt::command_words(record);
+    // An answer of the person at the camera goes before that of the library.
+    if (is_inspection(words[0]) && !virt::has_app_answer(record)) {
+        virt::record("app_command", {"app", words});
         return 0;
     }
     if (virt::app_answer("app", record, answer) == virt::AppAnswer::never)
         hang();
-    if (answer->result == 0 && !do_it(*record))
+    if (answer->result == 0 && !do_it(words))
         answer->result = 1;
     return 1;
-}
-
-void give_up_unanswered()
-{
-    giving_up = true;
-    giving_up.notify_all();
 }
 
 } // namespace vcam_app
