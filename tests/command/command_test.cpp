@@ -3,9 +3,11 @@
 #include "command/rova_cmd_control_flags.h"
 #include "command/rova_cmd_handler.h"
 #include "common/rova_log.h"
+#include "tests/support/text.h"
 #include "tests/support/wrap.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -17,9 +19,8 @@ static constexpr std::size_t STAMP_LENGTH = 20;
 
 static std::string without_stamps(const std::string &log)
 {
-    std::istringstream lines(log);
     std::string text;
-    for (std::string line; std::getline(lines, line);)
+    for (const std::string &line : lines_of(log))
         text += (line.size() > STAMP_LENGTH ? line.substr(STAMP_LENGTH) : line) + "\n";
     return text;
 }
@@ -39,6 +40,12 @@ cmd_data record_of(const std::string &line)
 std::string bytes_of(const cmd_data &record)
 {
     return std::string(reinterpret_cast<const char *>(&record), sizeof(record));
+}
+
+std::size_t open_descriptors()
+{
+    auto folder = std::filesystem::directory_iterator("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(folder), end(folder)));
 }
 
 CommandTest::CommandTest()

@@ -27,6 +27,9 @@ cmd_data record_of(const std::string &line);
 // All of a record, to compare with what arrives elsewhere.
 std::string bytes_of(const cmd_data &record);
 
+// How many descriptors this process has open.
+std::size_t open_descriptors();
+
 class CommandTest : public ::testing::Test
 {
 protected:

@@ -83,12 +83,6 @@ std::string dump(std::size_t first_index, const std::map<std::size_t, std::strin
     return text;
 }
 
-std::size_t open_descriptors()
-{
-    return static_cast<std::size_t>(
-        std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
-}
-
 std::size_t memory_mappings()
 {
     std::ifstream maps("/proc/self/maps");
@@ -373,14 +367,14 @@ TEST_F(GpioPindump, LeavesNothingOpenOrMapped)
 {
     make_memory();
     answer();
-    std::size_t descriptors = open_descriptors();
+    std::size_t descriptors = test::open_descriptors();
     EXPECT_EQ(answer(), 0U);
     EXPECT_EQ(memory_mappings(), 0U);
-    EXPECT_EQ(open_descriptors(), descriptors);
+    EXPECT_EQ(test::open_descriptors(), descriptors);
     fs::resize_file(camera.path("/dev/mem"), 4096);
     EXPECT_EQ(answer(), 1U);
     EXPECT_EQ(memory_mappings(), 0U);
-    EXPECT_EQ(open_descriptors(), descriptors);
+    EXPECT_EQ(test::open_descriptors(), descriptors);
 }
 
 // A card that fills up costs the rows, not the command.

@@ -82,11 +82,6 @@ protected:
     {
         return run(std::string("lcd ") + GetParam().word + " " + words, cmd_type);
     }
-    std::size_t open_descriptors() const
-    {
-        auto folder = std::filesystem::directory_iterator("/proc/self/fd");
-        return static_cast<std::size_t>(std::distance(begin(folder), end(folder)));
-    }
 };
 
 // The request's two words: layer and state.
