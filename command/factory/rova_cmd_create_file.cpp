@@ -61,7 +61,7 @@ static int rova_cmd_create_file_off(uint32_t cmd_type, cmd_data * /*record*/)
     run("rm /tmp/dump.log");
     run("sync");
     rova_cmd_set_dump(false);
-    return recorded && !copied ? rova_cmd_ng(cmd_type) : rova_cmd_ok(cmd_type);
+    return rova_cmd_answer(cmd_type, copied || !recorded);
 }
 
 static constexpr rova_cmd_entry create_file_table[] = {
