@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -76,7 +75,7 @@ static void append_to_dump(const char *line)
     if (fd < 0)
         return;
     if (sys_write(fd, line, std::strlen(line)) < 0 || sys_fdatasync(fd) < 0)
-        ROVA_LOG_ERR("failed to write %s (%s) \n", ROVA_DUMP_FILE, std::strerror(errno));
+        ROVA_LOG_ERR("failed to write %s (%s) \n", ROVA_DUMP_FILE, rova_reason());
     close(fd);
 }
 
@@ -191,6 +190,13 @@ void rova_cmd_show_result(uint32_t /*cmd_type*/, const cmd_data *record)
 
 static constexpr rova_cmd_entry system_table[] = {
     // clang-format off
+    {"key",           rova_cmd_key},
+    {"wheel",         rova_cmd_wheel},
+    {"mode_dial",     rova_cmd_mode_dial},
+    {"drive_dial",    rova_cmd_drive_dial},
+    {"jog1",          rova_cmd_jog1},
+    {"jog2",          rova_cmd_jog2},
+    {"gyroscope",     rova_cmd_gyroscope},
     {"cis_data",      rova_cmd_cis_data},
     {"cis_data2",     rova_cmd_cis_data2},
     {"cis_data_info", rova_cmd_cis_data_info},

@@ -101,7 +101,7 @@ bool remove_leftovers()
         const part_file file(EXTRACTED, name);
         if (sys_unlink(file.path) == 0 || errno == ENOENT || errno == ENOTDIR)
             continue;
-        ROVA_LOG_ERR("%s cannot be removed: %s \n", file.path, std::strerror(errno));
+        ROVA_LOG_ERR("%s cannot be removed: %s \n", file.path, rova_reason());
         rova_log_raw(", %s not removed, NG \n", file.path);
         return false;
     }

@@ -6,7 +6,6 @@
 #include "platform/sys.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
@@ -131,7 +130,7 @@ uint32_t get_last_line_index(int fd)
     }
     off_t end = lseek(fd, 0, SEEK_END);
     if (end < 0) {
-        ROVA_LOG_ERR("lseek error (%s) \n", std::strerror(errno));
+        ROVA_LOG_ERR("lseek error (%s) \n", rova_reason());
         return 0;
     }
     auto size = static_cast<std::size_t>(end);
@@ -203,7 +202,7 @@ rova_csv_handle rova_csv_create(const char *filename, const char *header)
     std::snprintf(csv->path, sizeof(csv->path), "%s/%s", ptpmode ? "/tmp" : "/sdcard", filename);
     csv->fd = open_file(csv);
     if (csv->fd < 0) {
-        ROVA_LOG_ERR("failed to open(%s), %s \n", csv->path, std::strerror(errno));
+        ROVA_LOG_ERR("failed to open(%s), %s \n", csv->path, rova_reason());
         rova_log_raw(", fopen failed, NG \n");
         std::free(csv);
         return nullptr;

@@ -149,6 +149,11 @@ void rova_log_line(rova_log_kind kind, const rova_log_site &site, std::FILE *ech
         std::fprintf(echo, "[%-10s] %s", site.tag, line);
 }
 
+const char *rova_reason()
+{
+    return std::strerror(errno);
+}
+
 void rova_log_set_enable(uint32_t on)
 {
     log_enable = on;

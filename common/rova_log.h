@@ -45,6 +45,9 @@ void rova_log_line(rova_log_kind kind, const rova_log_site &site, std::FILE *ech
 #define ROVA_LOG_CONN(echo, ...)                                                                   \
     rova_log_line(rova_log_kind::conn, ROVA_LOG_SITE_, echo, __VA_ARGS__)
 
+// The system's reason for the last call that failed (errno), for the message about it.
+const char *rova_reason();
+
 // The file log writes nothing until it has been switched on.
 void rova_log_set_enable(uint32_t on);
 

@@ -72,11 +72,6 @@ struct osd_state {
 osd_state state;
 std::mutex osd_mutex; // one request at a time
 
-const char *reason()
-{
-    return std::strerror(errno);
-}
-
 void format_text(char (&text)[TEXT_SIZE], const char *fmt, va_list args)
 {
     char formatted[FORMAT_SIZE] = {};
@@ -92,17 +87,17 @@ void format_text(char (&text)[TEXT_SIZE], const char *fmt, va_list args)
 int get_queue(int flags)
 {
     if (sys_access(QUEUE_DIR, R_OK) != 0) {
-        ROVA_LOG_ERR("failed to access (%s) \n", reason());
+        ROVA_LOG_ERR("failed to access (%s) \n", rova_reason());
         return -1;
     }
     key_t key = sys_ftok(QUEUE_DIR, QUEUE_PROJECT);
     if (key == -1) {
-        ROVA_LOG_ERR("failed to ftok (%s) \n", reason());
+        ROVA_LOG_ERR("failed to ftok (%s) \n", rova_reason());
         return -1;
     }
     int queue = sys_msgget(key, flags);
     if (queue < 0)
-        ROVA_LOG_ERR("failed to msgget (%s) \n", reason());
+        ROVA_LOG_ERR("failed to msgget (%s) \n", rova_reason());
     return queue;
 }
 
@@ -116,7 +111,7 @@ sem_t *open_semaphore()
     sem_t *sem = sys_sem_open(SEM_NAME, O_CREAT, 0666, 0);
     if (sem != SEM_FAILED)
         return sem;
-    ROVA_LOG_ERR("sem_open Fail! (name:%s, %s)\n", SEM_NAME, reason());
+    ROVA_LOG_ERR("sem_open Fail! (name:%s, %s)\n", SEM_NAME, rova_reason());
     return nullptr;
 }
 
@@ -160,7 +155,7 @@ int rova_osd_ipcc_postproc()
 {
     if (rova_osd_sem_timedwait() == 0)
         return 0;
-    ROVA_LOG_ERR("rova_osd_sem_timedwait failed, to=%d (%s) \n", TIMEOUT_SECONDS, reason());
+    ROVA_LOG_ERR("rova_osd_sem_timedwait failed, to=%d (%s) \n", TIMEOUT_SECONDS, rova_reason());
     return -1;
 }
 
@@ -169,12 +164,12 @@ int request(const osd_message &message)
 {
     int queue = rova_osd_ipcc_preproc();
     if (queue < 0) {
-        ROVA_LOG_ERR("failed to rova_osd_ipcc_preproc (%s) \n", reason());
+        ROVA_LOG_ERR("failed to rova_osd_ipcc_preproc (%s) \n", rova_reason());
         return -1;
     }
     std::lock_guard guard(osd_mutex);
     if (msgsnd(queue, &message, MESSAGE_SIZE, 0) != 0) {
-        ROVA_LOG_ERR("failed to msgsnd (%s) \n", reason());
+        ROVA_LOG_ERR("failed to msgsnd (%s) \n", rova_reason());
         return -1;
     }
     return rova_osd_ipcc_postproc();

@@ -62,7 +62,7 @@ int __rova_send_to_mq(rova_ipc *ipc, const rova_packet *packet)
     std::memcpy(message.packet.data, &packet->data, sizeof(packet->data));
     if (send_in_window(ipc->mq_id, &message) != 0) {
         ROVA_LOG_ERR("msgsnd failed mq_id = [%d] errno [%d] (%s) \n", ipc->mq_id, errno,
-                     std::strerror(errno));
+                     rova_reason());
         return 0;
     }
     return 1;

@@ -6,7 +6,6 @@
 #include "common/rova_osd.h"
 #include "common/rova_util.h"
 
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
@@ -55,7 +54,7 @@ static int store_count(uint32_t cmd_type, unsigned long count)
 {
     if (rova_file_write_ulong(LOOP_COUNTER_FILE, count) == 0)
         return rova_cmd_ok(cmd_type);
-    ROVA_LOG_ERR("failed to write %s (%s) \n", LOOP_COUNTER_FILE, std::strerror(errno));
+    ROVA_LOG_ERR("failed to write %s (%s) \n", LOOP_COUNTER_FILE, rova_reason());
     return rova_cmd_ng(cmd_type);
 }
 

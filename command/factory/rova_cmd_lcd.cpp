@@ -3,7 +3,6 @@
 #include "command/rova_cmd_util.h"
 #include "common/rova_log.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -87,7 +86,7 @@ static bool swap(int fd, const cmd_data *record, const char *subcommand, unsigne
         return false;
     if (sys_ioctl(fd, code, &request) >= 0)
         return true;
-    ROVA_LOG_ERR("failed to ioctl %s (%s) \n", FRAMEBUFFER, std::strerror(errno));
+    ROVA_LOG_ERR("failed to ioctl %s (%s) \n", FRAMEBUFFER, rova_reason());
     return false;
 }
 
@@ -96,7 +95,7 @@ static int open_and_swap(uint32_t cmd_type, const cmd_data *record, const char *
 {
     int fd = sys_open(FRAMEBUFFER, O_RDWR, 0);
     if (fd < 0) {
-        ROVA_LOG_ERR("failed to open %s (%s) \n", FRAMEBUFFER, std::strerror(errno));
+        ROVA_LOG_ERR("failed to open %s (%s) \n", FRAMEBUFFER, rova_reason());
         return rova_cmd_ng(cmd_type);
     }
     bool swapped = swap(fd, record, subcommand, code);
