@@ -1,5 +1,6 @@
 #include "common/rova_cis_data.h"
 
+#include "common/rova_guard.h"
 #include "common/rova_log.h"
 #include "common/rova_ptp_keys.h"
 #include "platform/sys.h"
@@ -12,7 +13,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <iterator>
-#include <memory>
 #include <string_view>
 #include <unistd.h>
 
@@ -24,21 +24,16 @@ namespace
 constexpr std::size_t NAME_LENGTH_MAX = 64; // of a folder or a number in the serial list
 constexpr std::size_t PATH_SIZE = 256;
 
-struct file_closer {
-    void operator()(FILE *file) const { std::fclose(file); }
-};
-using file_handle = std::unique_ptr<FILE, file_closer>;
-
 int failed(const char *what, const char *path)
 {
-    ROVA_LOG_ERR("failed to %s %s (%s) \n", what, path, std::strerror(errno));
+    ROVA_LOG_ERR("failed to %s %s (%s) \n", what, path, rova_reason());
     return 0;
 }
 
 // One byte more than a file may have is asked for, so that a larger one shows.
 int read_whole(const char *path, std::vector<char> *bytes)
 {
-    file_handle file(sys_fopen(path, "rb"));
+    rova_file file(sys_fopen(path, "rb"));
     if (file == nullptr)
         return failed("open", path);
     char piece[4096];
@@ -317,23 +312,6 @@ namespace
 constexpr char DOT_BIN_FOLDER[] = "/opt/share/rova";
 constexpr char DOT_BIN_NEW[] = "/opt/share/rova/CIS_DOT.bin.new";
 
-class descriptor
-{
-public:
-    explicit descriptor(int fd) : fd_(fd) {}
-    ~descriptor()
-    {
-        if (fd_ >= 0)
-            close(fd_);
-    }
-    descriptor(const descriptor &) = delete;
-    descriptor &operator=(const descriptor &) = delete;
-    int get() const { return fd_; }
-
-private:
-    int fd_;
-};
-
 bool write_all(int fd, std::span<const std::byte> bytes)
 {
     while (!bytes.empty()) {
@@ -351,8 +329,8 @@ bool write_all(int fd, std::span<const std::byte> bytes)
 
 int write_new(std::span<const std::byte> bytes)
 {
-    descriptor file(sys_open(DOT_BIN_NEW, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-    if (file.get() < 0)
+    rova_descriptor file(sys_open(DOT_BIN_NEW, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    if (!file)
         return failed("open", DOT_BIN_NEW);
     if (!write_all(file.get(), bytes))
         return failed("write", DOT_BIN_NEW);
@@ -368,7 +346,7 @@ int replace_old()
 
 int sync_folder()
 {
-    descriptor folder(sys_open(DOT_BIN_FOLDER, O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0));
+    rova_descriptor folder(sys_open(DOT_BIN_FOLDER, O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0));
     if (folder.get() < 0 || sys_fdatasync(folder.get()) != 0)
         return failed("sync", DOT_BIN_FOLDER);
     return 1;

@@ -1,6 +1,7 @@
 #include "common/rova_util.h"
 
 #include "common/rova_dump.h"
+#include "common/rova_guard.h"
 #include "common/rova_log.h"
 #include "platform/sys.h"
 #include "platform/vconf.h"
@@ -44,41 +45,28 @@ constexpr off_t PAGE_SIZE_BYTES = 4096;
 
 std::atomic<int> alt_mode{0};
 
-class File
+class File : public rova_descriptor
 {
 public:
-    File(const char *path, int flags) : fd_(sys_open(path, flags, 0644)) {}
-    ~File()
-    {
-        if (fd_ >= 0)
-            close(fd_);
-    }
-    File(const File &) = delete;
-    File &operator=(const File &) = delete;
-
-    bool is_open() const { return fd_ >= 0; }
-    int fd() const { return fd_; }
+    File(const char *path, int flags) : rova_descriptor(sys_open(path, flags, 0644)) {}
 
     // The text read stands in `text`; its length, 0 when there is none.
     std::size_t read_text(Text &text) const
     {
-        ssize_t got = read(fd_, text, TEXT_SIZE);
+        ssize_t got = read(get(), text, TEXT_SIZE);
         return got > 0 ? static_cast<std::size_t>(got) : 0;
     }
     bool write_text(const char *text) const
     {
         std::size_t length = std::strlen(text);
-        return sys_write(fd_, text, length) == static_cast<ssize_t>(length);
+        return sys_write(get(), text, length) == static_cast<ssize_t>(length);
     }
-
-private:
-    int fd_;
 };
 
 unsigned long read_ulong(const char *path, const char *message)
 {
     File file(path, O_RDONLY);
-    if (!file.is_open())
+    if (!file)
         return 0;
     Text text = {};
     file.read_text(text);
@@ -135,7 +123,7 @@ void show_ptp2_data(const cmd_data *record)
 int rova_sysfs_read_int(const char *path)
 {
     File file(path, O_RDONLY);
-    if (!file.is_open())
+    if (!file)
         return -1;
     Text text = {};
     if (file.read_text(text) == 0)
@@ -165,7 +153,7 @@ int rova_sysfs_write_ulong(const char *path, unsigned long value)
 int rova_sysfs_read_string(const char *path, char *dst)
 {
     File file(path, O_RDONLY);
-    if (!file.is_open())
+    if (!file)
         return -1;
     Text text = {};
     if (file.read_text(text) == 0)
@@ -179,7 +167,7 @@ int rova_sysfs_write_string(const char *path, const char *text)
     // A kernel attribute knows no length; where a plain file stands in for it, nothing of a longer
     // old value may stay behind.
     File file(path, O_WRONLY | O_TRUNC);
-    if (!file.is_open())
+    if (!file)
         return -1;
     return file.write_text(text) ? 0 : -1;
 }
@@ -192,13 +180,13 @@ unsigned long rova_file_read_ulong(const char *path)
 int rova_file_write_ulong(const char *path, unsigned long value)
 {
     File file(path, O_RDWR | O_CREAT | O_TRUNC);
-    if (!file.is_open())
+    if (!file)
         return -1;
     Text text = {};
     std::snprintf(text, sizeof(text), "%lu", value);
     if (!file.write_text(text))
         return -1;
-    return sys_fdatasync(file.fd()) < 0 ? -1 : 0;
+    return sys_fdatasync(file.get()) < 0 ? -1 : 0;
 }
 
 int rova_str2int(const char *text)
@@ -303,9 +291,9 @@ int rova_wdt_set(int seconds, int boot_shutdown)
 int rova_ioctl(const char *path, unsigned long request, void *arg)
 {
     File file(path, O_RDWR);
-    if (!file.is_open())
+    if (!file)
         return -1;
-    return sys_ioctl(file.fd(), request, arg) < 0 ? -1 : 0;
+    return sys_ioctl(file.get(), request, arg) < 0 ? -1 : 0;
 }
 
 // Access behind the end of a file would end the process; a device has no end to go by.

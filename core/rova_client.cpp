@@ -1,6 +1,7 @@
 #include "core/rova_client.h"
 
 #include "common/rova_card_mode.h"
+#include "common/rova_guard.h"
 #include "common/rova_log.h"
 #include "common/rova_thread.h"
 #include "core/rova_event.h"
@@ -12,7 +13,6 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <mutex>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -27,11 +27,6 @@ constexpr std::size_t COPY_COMMAND_SIZE = 256;
 
 int32_t script_request_count = 0;
 std::mutex script_lock;
-
-struct file_closer {
-    void operator()(std::FILE *file) const { std::fclose(file); }
-};
-using file_ptr = std::unique_ptr<std::FILE, file_closer>;
 
 bool is_readable(const char *path)
 {
@@ -86,10 +81,10 @@ void redirect_to_tmp(char (&script_file)[ROVA_SCRIPT_FILE_SIZE])
 }
 
 // Refuses what is no file: opening a pipe without a writer would never return.
-file_ptr open_script(const char *path)
+rova_file open_script(const char *path)
 {
     struct stat status = {};
-    file_ptr file;
+    rova_file file;
     if (sys_stat(path, &status) == 0 && S_ISREG(status.st_mode))
         file.reset(sys_fopen(path, "r"));
     if (file == nullptr)
@@ -153,7 +148,7 @@ void send_script(rova_ipc *ipc, std::FILE *file)
     stage_script(pdata->option->script_file);
     redirect_to_tmp(pdata->option->script_file);
     // A cancelled thread unwinds through here, and the file is closed.
-    const file_ptr file = open_script(pdata->option->script_file);
+    const rova_file file = open_script(pdata->option->script_file);
     if (file != nullptr)
         send_script(pdata->ipc, file.get());
 }

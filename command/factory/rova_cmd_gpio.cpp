@@ -3,6 +3,7 @@
 #include "command/rova_cmd_handler.h"
 #include "command/rova_cmd_util.h"
 #include "common/rova_csv.h"
+#include "common/rova_guard.h"
 #include "common/rova_log.h"
 #include "common/rova_util.h"
 #include "platform/sys.h"
@@ -11,7 +12,6 @@
 #include <cstdint>
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
 namespace
 {
@@ -69,16 +69,16 @@ public:
     uint32_t operator[](std::size_t pin) const { return words_[pin]; }
 
 private:
-    int fd_;
+    rova_descriptor memory_;
     void *map_base_ = nullptr;
     const volatile uint32_t *words_ = nullptr;
 };
 
-pin_registers::pin_registers() : fd_(sys_open("/dev/mem", O_RDWR | O_CLOEXEC, 0))
+pin_registers::pin_registers() : memory_(sys_open("/dev/mem", O_RDWR | O_CLOEXEC, 0))
 {
     void *address = nullptr;
-    if (fd_ >= 0 &&
-        rova_mmap_region(fd_, PIN_REGISTER_BASE, PIN_REGISTER_BYTES, &address, &map_base_) == 0)
+    if (memory_ && rova_mmap_region(memory_.get(), PIN_REGISTER_BASE, PIN_REGISTER_BYTES, &address,
+                                    &map_base_) == 0)
         words_ = static_cast<const volatile uint32_t *>(address);
 }
 
@@ -86,8 +86,6 @@ pin_registers::~pin_registers()
 {
     if (words_ != nullptr)
         munmap(map_base_, PIN_REGISTER_BYTES);
-    if (fd_ >= 0)
-        close(fd_);
 }
 
 void write_row(rova_csv_handle csv, std::size_t pin, uint32_t value)

@@ -1,12 +1,12 @@
 #include "tools/vcam/script.h"
 
+#include "common/rova_guard.h"
 #include "core/rova_parser.h"
 #include "tools/vcam/verb.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 namespace vcam
 {
@@ -16,10 +16,6 @@ namespace
 constexpr std::size_t LINE_SIZE = 1024;
 constexpr unsigned int REPEAT_MAX = 8092;
 constexpr unsigned int REPEAT_WORDS = 3; // count, delay, command
-
-struct close_file {
-    void operator()(std::FILE *file) const { std::fclose(file); }
-};
 
 // The words from `first` on; 0 is the command word.
 std::string text_from(const cmd_data &record, uint32_t first)
@@ -64,7 +60,7 @@ bool add_line(char *line, std::vector<std::string> &commands)
 
 std::vector<std::string> script_commands(const std::filesystem::path &path)
 {
-    const std::unique_ptr<std::FILE, close_file> file(std::fopen(path.c_str(), "re"));
+    const rova_file file(std::fopen(path.c_str(), "re"));
     if (!file)
         throw failure("'" + path.string() + "' cannot be read");
     std::vector<std::string> commands;
