@@ -22,50 +22,39 @@ struct item_row {
     uint64_t id;
     uint32_t size;
     int32_t rova_cis_data::*number;
-    int save;
 };
+
+// clang-format off
+#define ITEM(part, item, number)                                                                   \
+    {#item, ADJ_ID_##item, sizeof(part::item), &rova_cis_data::number}
+// clang-format on
+
+constexpr item_row serial = ITEM(adj_cap_data, CIS_SN, serial);
+constexpr item_row chip_version = ITEM(adj_cap_data, CIS_CHIP_VERSION, chip_ver);
+constexpr item_row clamp_level = ITEM(adj_cap_data, CIS_CLAMP_LEVEL, clamp_level);
+constexpr item_row list_size = ITEM(adj_dpc_data, DPC_PRESET_NUM, dot_data_size);
+constexpr item_row count_b = ITEM(adj_cap_data, CIS_PIXEL_NUM_B, pixel_num_b);
+constexpr item_row count_o = ITEM(adj_cap_data, CIS_PIXEL_NUM_O, pixel_num_o);
+constexpr item_row count_t = ITEM(adj_cap_data, CIS_PIXEL_NUM_T, pixel_num_t);
+constexpr item_row count_w = ITEM(adj_cap_data, CIS_PIXEL_NUM_W, pixel_num_w);
+constexpr item_row count_c = ITEM(adj_cap_data, CIS_PIXEL_NUM_C, pixel_num_c);
+constexpr item_row count_x = ITEM(adj_cap_data, CIS_PIXEL_NUM_X, pixel_num_x);
+constexpr item_row count_s = ITEM(adj_cap_data, CIS_PIXEL_NUM_S, pixel_num_s);
+constexpr item_row count_p = ITEM(adj_cap_data, CIS_PIXEL_NUM_P, pixel_num_p);
+constexpr item_row count_l = ITEM(adj_cap_data, CIS_PIXEL_NUM_L, pixel_num_l);
+
+#undef ITEM
+
+// What is stored together, in order.
+constexpr item_row sensor_items[] = {serial, chip_version, clamp_level};
+constexpr item_row size_item[] = {list_size};
+constexpr item_row count_items[] = {count_b, count_o, count_t, count_w, count_c,
+                                    count_x, count_s, count_p, count_l};
+constexpr item_row info_count_items[] = {count_p, count_s, count_l, count_t, count_x, count_b};
 
 // The last item that a command stores in a partition saves it: flash is rewritten once.
 constexpr int KEEP = 0;
 constexpr int SAVE = 1;
-
-// clang-format off
-#define ITEM(part, item, number, save)                                                             \
-    {#item, ADJ_ID_##item, sizeof(part::item), &rova_cis_data::number, save}
-
-constexpr item_row sensor_items[] = {
-    ITEM(adj_cap_data, CIS_SN,           serial,      KEEP),
-    ITEM(adj_cap_data, CIS_CHIP_VERSION, chip_ver,    KEEP),
-    ITEM(adj_cap_data, CIS_CLAMP_LEVEL,  clamp_level, KEEP),
-};
-
-constexpr item_row size_item[] = {
-    ITEM(adj_dpc_data, DPC_PRESET_NUM, dot_data_size, SAVE),
-};
-
-constexpr item_row count_items[] = {
-    ITEM(adj_cap_data, CIS_PIXEL_NUM_B, pixel_num_b, KEEP),
-    ITEM(adj_cap_data, CIS_PIXEL_NUM_O, pixel_num_o, KEEP),
-    ITEM(adj_cap_data, CIS_PIXEL_NUM_T, pixel_num_t, KEEP),
-    ITEM(adj_cap_data, CIS_PIXEL_NUM_W, pixel_num_w, KEEP),
-    ITEM(adj_cap_data, CIS_PIXEL_NUM_C, pixel_num_c, KEEP),
-    ITEM(adj_cap_data, CIS_PIXEL_NUM_X, pixel_num_x, KEEP),
-    ITEM(adj_cap_data, CIS_PIXEL_NUM_S, pixel_num_s, KEEP),
-    ITEM(adj_cap_data, CIS_PIXEL_NUM_P, pixel_num_p, KEEP),
-    ITEM(adj_cap_data, CIS_PIXEL_NUM_L, pixel_num_l, SAVE),
-};
-
-constexpr item_row info_count_items[] = {
-    ITEM(adj_cap_data, CIS_PIXEL_NUM_P, pixel_num_p, KEEP),
-    ITEM(adj_cap_data, CIS_PIXEL_NUM_S, pixel_num_s, KEEP),
-    ITEM(adj_cap_data, CIS_PIXEL_NUM_L, pixel_num_l, KEEP),
-    ITEM(adj_cap_data, CIS_PIXEL_NUM_T, pixel_num_t, KEEP),
-    ITEM(adj_cap_data, CIS_PIXEL_NUM_X, pixel_num_x, KEEP),
-    ITEM(adj_cap_data, CIS_PIXEL_NUM_B, pixel_num_b, SAVE),
-};
-// clang-format on
-
-#undef ITEM
 
 int store_item(uint64_t id, const void *bytes, uint32_t size, int save, const char *name)
 {
@@ -75,12 +64,14 @@ int store_item(uint64_t id, const void *bytes, uint32_t size, int save, const ch
     return 0;
 }
 
-// Items of 2 bytes take the lower half; the parser refuses what they do not hold.
-int store_numbers(std::span<const item_row> rows, const rova_cis_data &data)
+// Items of 2 bytes take the lower half; the parser refuses what they do not hold.  `last` is KEEP
+// or SAVE, for the last of the rows.
+int store_numbers(std::span<const item_row> rows, int last, const rova_cis_data &data)
 {
     for (const item_row &row : rows) {
         int32_t number = data.*row.number;
-        if (store_item(row.id, &number, row.size, row.save, row.name) == 0)
+        int save = &row == &rows.back() ? last : KEEP;
+        if (store_item(row.id, &number, row.size, save, row.name) == 0)
             return 0;
     }
     return 1;
@@ -124,9 +115,9 @@ int load_and_show(int (*read)(std::vector<char> *), rova_cis_dots *dots)
 // What follows the pixel list's own items.
 int store_size_and_counts(const rova_cis_dots &dots)
 {
-    return store_numbers(size_item, dots.data) != 0 &&
+    return store_numbers(size_item, SAVE, dots.data) != 0 &&
            rova_cis_data_write_pixels(dots.pixels) != 0 &&
-           store_numbers(count_items, dots.data) != 0;
+           store_numbers(count_items, SAVE, dots.data) != 0;
 }
 
 // 1, or 0 on failure.  `record` may be NULL: where the data is, the files tell.
@@ -134,7 +125,7 @@ int rova_cis_data_adjust_script(const cmd_data * /*record*/)
 {
     rova_cis_dots dots;
     return load_and_show(rova_cis_data_read, &dots) != 0 &&
-           store_numbers(sensor_items, dots.data) != 0 && store_size_and_counts(dots) != 0;
+           store_numbers(sensor_items, KEEP, dots.data) != 0 && store_size_and_counts(dots) != 0;
 }
 
 int adjust_from_pc()
@@ -148,7 +139,7 @@ int adjust_from_pc()
                      DOT_DATA_SIZE_BELOW);
         return 0;
     }
-    return store_numbers(sensor_items, dots.data) != 0 && store_preset(dots.pixels) != 0 &&
+    return store_numbers(sensor_items, KEEP, dots.data) != 0 && store_preset(dots.pixels) != 0 &&
            store_size_and_counts(dots) != 0;
 }
 
@@ -160,7 +151,7 @@ int store_counts_from_pc()
     const rova_cis_data &data = dots.data;
     ROVA_LOG_INFO("pixel (b=%d,x=%d,t=%d,s=%d,p=%d,l=%d) \n", data.pixel_num_b, data.pixel_num_x,
                   data.pixel_num_t, data.pixel_num_s, data.pixel_num_p, data.pixel_num_l);
-    return store_numbers(info_count_items, data);
+    return store_numbers(info_count_items, SAVE, data);
 }
 
 // All answers are plain ones, to the PC too: none of these commands has a number to tell it.
