@@ -5,6 +5,7 @@
 #include "platform/virtual/pref.h"
 #include "tests/common/adjdata_layout.h"
 #include "tests/support/camera.h"
+#include "tests/support/text.h"
 
 #include <algorithm>
 #include <cstring>
@@ -31,10 +32,9 @@ Texts platform_texts(const test::Camera &camera, bool errors)
 {
     const std::regex line(errors ? " 6 SYS_ROVA [^>]*> \x1b\\[31m(.*)\x1b\\[m$"
                                  : " 4 SYS_ROVA [^>]*> \x1b\\[m(.*)\x1b\\[m$");
-    std::istringstream log(camera.platform_log());
     Texts texts;
     std::smatch found;
-    for (std::string text; std::getline(log, text);)
+    for (const std::string &text : test::lines_of(camera.platform_log()))
         if (std::regex_search(text, found, line))
             texts.push_back(found[1]);
     return texts;

@@ -1,6 +1,7 @@
 #include "common/rova_log.h"
 
 #include "tests/support/camera.h"
+#include "tests/support/text.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -9,11 +10,11 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 #include <sys/stat.h>
 #include <thread>
 
+using test::captured_output;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -31,14 +32,6 @@ std::string captured_error(const std::function<void()> &action)
     testing::internal::CaptureStderr();
     action();
     return testing::internal::GetCapturedStderr();
-}
-
-std::string captured_output(const std::function<void()> &action)
-{
-    testing::internal::CaptureStdout();
-    action();
-    std::fflush(stdout);
-    return testing::internal::GetCapturedStdout();
 }
 
 struct LogLine : testing::Test {
@@ -323,9 +316,8 @@ TEST_F(FileLog, TextsOfSeveralThreadsStayWhole)
     std::thread other(write, 'b');
     write('a');
     other.join();
-    std::istringstream lines(camera.file_log());
     std::map<std::string, int> seen;
-    for (std::string line; std::getline(lines, line);)
+    for (const std::string &line : test::lines_of(camera.file_log()))
         seen[line]++;
     EXPECT_THAT(seen,
                 ElementsAre(Pair(std::string(100, 'a'), 50), Pair(std::string(100, 'b'), 50)));

@@ -3,6 +3,7 @@
 #include "common/rova_log.h"
 #include "platform/vconf.h"
 #include "tests/support/camera.h"
+#include "tests/support/text.h"
 #include "tests/support/wrap.h"
 
 #include <cerrno>
@@ -18,6 +19,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using test::captured_output;
 using testing::EndsWith;
 
 namespace
@@ -38,14 +40,6 @@ struct Util : testing::Test {
 std::string trimmed(std::string text)
 {
     return rova_str_trim(text.data());
-}
-
-std::string captured_output(const std::function<void()> &action)
-{
-    testing::internal::CaptureStdout();
-    action();
-    std::fflush(stdout);
-    return testing::internal::GetCapturedStdout();
 }
 
 cmd_data make_record(const char *cmd, std::initializer_list<const char *> words)

@@ -6,11 +6,11 @@
 #include "common/rova_util.h"
 #include "platform/pref.h"
 #include "tests/command/command_test.h"
+#include "tests/support/text.h"
 
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <sstream>
 
 using namespace test;
 using testing::ElementsAre;
@@ -56,15 +56,6 @@ std::string stored(const char *id, int size, const char *name)
 {
     return "set_adjdata: " + std::string(id) + ", size=" + std::to_string(size) + ", save=1, " +
            name + ", OK \n";
-}
-
-std::vector<std::string> lines_of(const std::string &text)
-{
-    std::istringstream in(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);)
-        lines.push_back(line);
-    return lines;
 }
 
 void put(const char *name, int32_t value)
