@@ -1,6 +1,7 @@
 #include "lib/rova_app_thread.h"
 
 #include "common/rova_util.h"
+#include "lib/rova_app_table.h"
 #include "lib/rova_channel.h"
 #include "lib/rova_ipcc.h"
 #include "platform/sys.h"
@@ -15,8 +16,11 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <span>
+#include <string>
 #include <sys/msg.h>
 #include <thread>
+#include <vector>
 
 using test::answer_bytes;
 using test::bytes_of;
@@ -51,6 +55,28 @@ int write_result(const cmd_data *, rova_cmd_response *answer)
     return 1;
 }
 
+int leave_it(const cmd_data *, rova_cmd_response *)
+{
+    return 0;
+}
+
+std::vector<std::string> looked_up;
+std::atomic<pthread_t> look_up_thread = 0;
+
+int write_text(const cmd_data *record, rova_cmd_response *answer)
+{
+    look_up_thread = pthread_self();
+    looked_up.push_back(std::string(record->cmd) + " " + record->p[0]);
+    std::strcpy(answer->stream.text, "looked up");
+    return 0;
+}
+
+constexpr rova_app_cmd APP_CMDS[] = {{"mot", write_text},
+                                     {"dust", write_text},
+                                     {"noise", write_text},
+                                     {"movie", write_text},
+                                     {"afi_adj", write_text}};
+
 class AppThread : public testing::Test
 {
 protected:
@@ -59,6 +85,8 @@ protected:
         work = write_result;
         commands = 0;
         thread = 0;
+        looked_up.clear();
+        look_up_thread = 0;
     }
     ~AppThread() override
     {
@@ -107,6 +135,13 @@ protected:
 };
 
 } // namespace
+
+// In the place of the library's own table: the linker sends its callers here.
+std::span<const rova_app_cmd> test_app_cmds() asm("__wrap__Z13rova_app_cmdsv");
+std::span<const rova_app_cmd> test_app_cmds()
+{
+    return APP_CMDS;
+}
 
 // The sending end.
 
@@ -241,27 +276,41 @@ TEST_F(AppThread, TheApplicationsFunctionGetsTheRecordAndWritesTheAnswer)
 
 TEST_F(AppThread, AWordThatNobodyCarriesOutIsAPlainOk)
 {
-    work = [](const cmd_data *, rova_cmd_response *) { return 0; };
+    work = leave_it;
+    for (rova_app_exec of_its_own : {rova_app_exec(exec), rova_app_exec(nullptr)}) {
+        ASSERT_EQ(rova_start_app(of_its_own), 1);
+        std::memset(&answer, 'x', sizeof(answer));
+        EXPECT_EQ(send("no_such_word"), 1);
+        EXPECT_EQ(bytes_of(answer), answer_bytes(0, 0));
+        rova_stop_app();
+    }
+    EXPECT_TRUE(looked_up.empty());
+}
+
+TEST_F(AppThread, ACommandThatTheApplicationLeavesIsTheLibrarys)
+{
+    work = leave_it;
     ASSERT_EQ(rova_start_app(exec), 1);
-    std::memset(&answer, 'x', sizeof(answer));
-    EXPECT_EQ(send("no_such_word"), 1);
-    EXPECT_EQ(bytes_of(answer), answer_bytes(0, 0));
+    EXPECT_EQ(send(record_of("Mot", "set")), 1);
+    EXPECT_EQ(bytes_of(answer), answer_bytes(0, 0, 0, 0, 0, 0, "looked up"));
+    EXPECT_EQ(commands, 1) << "the application is asked first";
+    EXPECT_EQ(look_up_thread.load(), thread.load());
     rova_stop_app();
     ASSERT_EQ(rova_start_app(nullptr), 1); // an application without commands of its own
-    std::memset(&answer, 'x', sizeof(answer));
-    EXPECT_EQ(send("no_such_word"), 1);
-    EXPECT_EQ(bytes_of(answer), answer_bytes(0, 0));
+    EXPECT_EQ(send(record_of("afi_adj", "foo")), 1);
+    EXPECT_EQ(bytes_of(answer), answer_bytes(0, 0, 0, 0, 0, 0, "looked up"));
+    EXPECT_EQ(looked_up, (std::vector<std::string>{"Mot set", "afi_adj foo"}));
 }
 
 TEST_F(AppThread, ACommandThatTheApplicationCarriedOutIsNotLookedUp)
 {
     ASSERT_EQ(rova_start_app(exec), 1);
-    for (const char *word : {"mot", "dust", "noise", "movie", "afi_adj"}) {
-        EXPECT_EQ(send(record_of(word, "set")), 1);
-        EXPECT_EQ(bytes_of(answer), answer_bytes(0, 5)) << word;
+    for (const rova_app_cmd &row : APP_CMDS) {
+        EXPECT_EQ(send(record_of(row.cmd, "set")), 1);
+        EXPECT_EQ(bytes_of(answer), answer_bytes(0, 5)) << row.cmd;
     }
-    EXPECT_FALSE(camera.logged("Not found"));
     EXPECT_EQ(commands, 5);
+    EXPECT_TRUE(looked_up.empty());
 }
 
 TEST_F(AppThread, ACancellationWaitsForTheCommandAndThenEndsTheThread)
@@ -294,6 +343,17 @@ TEST_F(AppThread, AStartWithoutMemoryFails)
     expect_start_fails();
     EXPECT_TRUE(camera.logged("failed to open /dev/mem. (Permission denied) "));
     EXPECT_EQ(rova_start_app(exec), 1);
+}
+
+TEST_F(AppThread, TheMemoryIsOpenedBeforeTheQueueIsMade)
+{
+    const int left_behind = queue();
+    ASSERT_GE(left_behind, 0);
+    camera.fault("sys_open", "-1 at 1 errno EACCES on /dev/mem");
+    EXPECT_EQ(rova_start_app(exec), 0);
+    EXPECT_TRUE(camera.logged("failed to open /dev/mem. (Permission denied) "));
+    EXPECT_FALSE(camera.logged("failed to create mqueue"));
+    EXPECT_EQ(test::SERVED_APP.queue(), left_behind);
 }
 
 TEST_F(AppThread, AStartWithoutAnAreaFails)

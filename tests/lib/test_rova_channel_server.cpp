@@ -209,8 +209,10 @@ TEST_P(ServedChannel, EachStepOfTheThreadThatFailsEndsTheStart)
 TEST_P(ServedChannel, AQueueThatIsThereMakesTheStartFailAndStays)
 {
     Application app(camera, served);
+    const std::size_t registered = camera.calls("mm_camera_ioctl").size();
     EXPECT_EQ(served.start(), 0);
     EXPECT_TRUE(logged("failed to create mqueue. (File exists) "));
+    EXPECT_EQ(camera.calls("mm_camera_ioctl").size(), registered);
     EXPECT_TRUE(served.has_semaphore());
     EXPECT_EQ(send("lens"), 1);
     EXPECT_EQ(app.stop(), 0);
