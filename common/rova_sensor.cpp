@@ -1,5 +1,6 @@
 #include "common/rova_sensor.h"
 
+#include "common/rova_guard.h"
 #include "common/rova_log.h"
 #include "common/rova_util.h"
 #include "platform/sys.h"
@@ -53,13 +54,12 @@ int read_temperature(const char *path, int32_t (*degrees)(int32_t), int32_t *out
 
 bool read_raw_samples(raw_samples &samples)
 {
-    const int fd = sys_open(CIS_THERMISTOR, O_RDONLY | O_CLOEXEC, 0);
-    if (fd < 0)
+    const rova_descriptor thermistor(sys_open(CIS_THERMISTOR, O_RDONLY | O_CLOEXEC, 0));
+    if (!thermistor)
         return false;
-    const bool done = read(fd, samples.data(), sizeof(samples)) >= 0;
+    const bool done = read(thermistor.get(), samples.data(), sizeof(samples)) >= 0;
     if (!done)
-        ROVA_LOG_ERR("Thermistor read error!\n");
-    close(fd);
+        ROVA_LOG_ERR("Thermister read error!\n");
     return done;
 }
 

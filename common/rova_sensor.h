@@ -43,6 +43,7 @@ int rova_read_cis_temperature(int32_t *out);
 int rova_read_isp_temperature(int32_t *out);
 int rova_read_cpu_temperature(int32_t *out);
 
-// The image sensor's temperature, a whole number of degrees, into out[index]: the mean of up to ten
-// raw samples, which the thermistor gives as binary 32-bit numbers.
+// The image sensor's temperature, a whole number of degrees, into out[index]: that of the mean of
+// up to ten raw samples, which the thermistor gives as binary 32-bit numbers.  A thermistor that
+// cannot be opened gives 0 without a word.
 int rova_read_cis_temperature_avg(float *out, int index);
