@@ -149,12 +149,6 @@ void fill_image_set(capture_image_set &set, const Still &still)
     set.thumbYAddress = still.thumb.y_address();
 }
 
-// One side of a smaller picture: even, and never nothing.
-int part(int side, int divisor)
-{
-    return std::max(side / divisor / 2 * 2, 2);
-}
-
 Picture smaller(const Picture &main, int width, int height, const Layout &free)
 {
     return scale_picture(main, width, height, Chroma::EVERY_LINE, free);
@@ -170,7 +164,7 @@ std::string live_folder()
     return scene_place("live");
 }
 
-// Changes when the file does, or what is asked of its frame.
+// Changes when the file does, or what is asked of its frame; "" without a file.
 std::string state_of(const std::string &place, std::initializer_list<int> asked)
 {
     struct stat now = {};
@@ -223,10 +217,11 @@ std::unique_ptr<Still> make_still(const std::string &name, std::string &error)
     still->name = name;
     still->main = std::move(*main);
     const int width = still->main.width, height = still->main.height;
-    still->screen = smaller(still->main, setting("screen_width", part(width, SCREEN_DIVISOR), 1),
-                            setting("screen_height", part(height, SCREEN_DIVISOR), 1), free);
-    still->thumb =
-        smaller(still->main, part(width, THUMB_DIVISOR), part(height, THUMB_DIVISOR), free);
+    still->screen =
+        smaller(still->main, setting("screen_width", even_part(width, SCREEN_DIVISOR), 1),
+                setting("screen_height", even_part(height, SCREEN_DIVISOR), 1), free);
+    still->thumb = smaller(still->main, even_part(width, THUMB_DIVISOR),
+                           even_part(height, THUMB_DIVISOR), free);
     if (!still->screen.memory.data() || !still->thumb.memory.data()) {
         error = "no memory below 4 GiB";
         return nullptr;
@@ -243,7 +238,8 @@ const Picture *LiveView::frame(const std::string &place, bool own_size, std::str
 {
     const Layout free = layout();
     const int asked_width = setting("live_width", 0), asked_height = setting("live_height", 0);
-    const std::string state = state_of(place, {asked_width, asked_height, free.pitch_align,
+    const std::string state = state_of(place + ".txt", {}) + '/' +
+                              state_of(place, {asked_width, asked_height, free.pitch_align,
                                                free.pitch_padding, free.row_padding, own_size});
     auto known = frames_.find(place);
     if (known != frames_.end() && known->second.state == state)
@@ -253,8 +249,8 @@ const Picture *LiveView::frame(const std::string &place, bool own_size, std::str
     if (!full)
         return nullptr;
     const int divisor = own_size ? 1 : SCREEN_DIVISOR;
-    const int width = asked_width ? asked_width : part(full->width, divisor);
-    const int height = asked_height ? asked_height : part(full->height, divisor);
+    const int width = asked_width ? asked_width : even_part(full->width, divisor);
+    const int height = asked_height ? asked_height : even_part(full->height, divisor);
     if (frames_.size() >= FRAMES_KEPT)
         frames_.clear();
     Picture made = scale_picture(*full, width, height, Chroma::EVERY_SECOND_LINE, free);

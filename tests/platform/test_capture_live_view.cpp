@@ -122,6 +122,18 @@ TEST_F(CaptureLiveView, AChangedPictureIsSeenInLiveView)
     EXPECT_TRUE(test::wait_for([] { return frame(frames_seen()).record.pitch == 72; }));
 }
 
+TEST_F(CaptureLiveView, AChangedTextOfARawPictureIsSeen)
+{
+    picture("live/a.yuv", std::string(size_t{2} * 16 * 16, '\x21'));
+    picture("live/a.yuv.txt", "width 16\nheight 16\n");
+    set("live_rate", "1000");
+    client_for_live_view();
+    virt::start_live_view();
+    EXPECT_EQ(frame(0).record.height, 16);
+    picture("live/a.yuv.txt", "width 16\nheight 8\n");
+    EXPECT_TRUE(test::wait_for([] { return frame(frames_seen()).record.height == 8; }));
+}
+
 TEST_F(CaptureLiveView, TheSizeOfEachFrameCanBeScripted)
 {
     picture("live/a.ppm", grey(16, 16, 10));
