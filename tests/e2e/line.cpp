@@ -1,4 +1,5 @@
 #include "tests/e2e/line.h"
+#include "tests/support/text.h"
 
 #include "platform/virtual/keys.h"
 #include "platform/virtual/processes.h"
@@ -157,9 +158,8 @@ std::vector<std::string> Line::trace() const
 {
     static const std::regex stamp("^[0-9]{8} [0-9]{2}:[0-9]{2}:[0-9]{2} : ");
     std::vector<std::string> lines;
-    std::istringstream text(file_log());
-    for (std::string line; std::getline(text, line);) {
-        line = std::regex_replace(line, stamp, "");
+    for (const std::string &stamped : test::lines_of(file_log())) {
+        const std::string line = std::regex_replace(stamped, stamp, "");
         if (line.find("rovad starts") != std::string::npos)
             lines.clear();
         lines.push_back(line);

@@ -6,17 +6,13 @@
 
 using e2e::Line;
 using test::answer_bytes;
+using test::plain_ok;
 using test::ServingEnd;
 
 namespace
 {
 
 constexpr char PC_DATA[] = "memory/private/pmode_shutter_data";
-
-std::optional<std::string> plain_ok(int, const std::string &)
-{
-    return answer_bytes(0, 0);
-}
 
 std::string text_at(const std::string &area, std::size_t offset)
 {

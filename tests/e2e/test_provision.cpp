@@ -1,10 +1,9 @@
 // A camera's way from blank to provisioned, and what stays of it.
 #include "tests/e2e/line.h"
+#include "tests/support/text.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <sstream>
 
 using e2e::Line;
 using testing::Contains;
@@ -22,11 +21,7 @@ bool passes(const Line &line, const std::string &example)
 
 std::vector<std::string> members(const Line &line, const std::string &archive)
 {
-    std::istringstream lines(test::run({"unzip", "-Z1", line.path(archive)}).out);
-    std::vector<std::string> names;
-    for (std::string name; std::getline(lines, name);)
-        names.push_back(name);
-    return names;
+    return test::lines_of(test::run({"unzip", "-Z1", line.path(archive)}).out);
 }
 
 } // namespace

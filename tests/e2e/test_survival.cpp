@@ -1,9 +1,9 @@
 #include "tests/e2e/line.h"
+#include "tests/support/text.h"
 
 #include <csignal>
 #include <gtest/gtest.h>
 #include <regex>
-#include <sstream>
 
 using e2e::Line;
 
@@ -26,9 +26,8 @@ std::vector<int> indices(const std::string &csv)
 {
     static const std::regex row("^([0-9]+),");
     std::vector<int> numbers;
-    std::istringstream text(csv);
     std::smatch match;
-    for (std::string line; std::getline(text, line);)
+    for (const std::string &line : test::lines_of(csv))
         if (std::regex_search(line, match, row))
             numbers.push_back(std::stoi(match[1]));
     return numbers;

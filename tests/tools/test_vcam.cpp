@@ -1,10 +1,10 @@
 // vcam's own words: verbs, help, mistakes.
 #include <gtest/gtest.h>
 
+#include "tests/support/text.h"
 #include "tests/tools/tool.h"
 
 #include <filesystem>
-#include <sstream>
 
 using tool::failed;
 using tool::vcam;
@@ -14,11 +14,7 @@ namespace
 
 std::vector<std::string> verbs()
 {
-    std::istringstream list(vcam({"--list-verbs"}).out);
-    std::vector<std::string> all;
-    for (std::string verb; std::getline(list, verb);)
-        all.push_back(verb);
-    return all;
+    return test::lines_of(vcam({"--list-verbs"}).out);
 }
 
 } // namespace

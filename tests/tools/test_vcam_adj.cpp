@@ -1,6 +1,7 @@
 // adj: the items and marks that the camera keeps, and copies of them.
 #include <gtest/gtest.h>
 
+#include "tests/support/text.h"
 #include "tests/tools/tool.h"
 
 #include "common/rova_adjdata_backup.h"
@@ -18,6 +19,7 @@
 #include <sstream>
 
 namespace fs = std::filesystem;
+using test::lines_of;
 using tool::failed;
 using tool::succeeded;
 using tool::vcam;
@@ -26,15 +28,6 @@ namespace
 {
 
 using words = std::vector<std::string>;
-
-std::vector<std::string> lines_of(const std::string &text)
-{
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
 
 // "partition name id size" of a row of the tables, as a line of the list begins.
 std::string row_text(const char *partition, const char *name, uint64_t id, uint32_t size)

@@ -11,6 +11,7 @@
 #include <sys/msg.h>
 
 using tool::failed;
+using tool::program;
 using tool::succeeded;
 using tool::vcam;
 
@@ -45,13 +46,6 @@ public:
 private:
     test::Process process_;
 };
-
-std::string program(const test::Camera &camera, const std::string &body)
-{
-    camera.write("/tmp/program", "#!/bin/bash\n" + body);
-    std::filesystem::permissions(camera.path("/tmp/program"), std::filesystem::perms::owner_all);
-    return camera.path("/tmp/program");
-}
 
 } // namespace
 

@@ -17,21 +17,9 @@
 
 namespace fs = std::filesystem;
 using tool::failed;
+using tool::program;
 using tool::succeeded;
 using tool::vcam;
-
-namespace
-{
-
-// A program for --rovad.
-std::string program(const test::Camera &camera, const std::string &body)
-{
-    camera.write("/tmp/program", "#!/bin/bash\n" + body);
-    fs::permissions(camera.path("/tmp/program"), fs::perms::owner_all);
-    return camera.path("/tmp/program");
-}
-
-} // namespace
 
 TEST(VcamStart, ADaemonThatEndsEarlyIsToldWithItsLastWords)
 {

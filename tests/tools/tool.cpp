@@ -3,6 +3,7 @@
 #include "tests/tools/tool.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -16,14 +17,6 @@ std::vector<std::string> command(const char *program, const std::vector<std::str
     std::vector<std::string> all{program};
     all.insert(all.end(), words.begin(), words.end());
     return all;
-}
-
-std::string first_argument(pid_t pid)
-{
-    std::ifstream file("/proc/" + std::to_string(pid) + "/cmdline");
-    std::string word;
-    std::getline(file, word, '\0');
-    return word;
 }
 
 } // namespace
@@ -54,6 +47,21 @@ testing::AssertionResult succeeded(const test::Outcome &outcome)
         return testing::AssertionSuccess();
     return testing::AssertionFailure()
            << "status " << outcome.status << ", error '" << outcome.err << "'";
+}
+
+std::string program(const test::Camera &camera, const std::string &body)
+{
+    camera.write("/tmp/program", "#!/bin/bash\n" + body);
+    std::filesystem::permissions(camera.path("/tmp/program"), std::filesystem::perms::owner_all);
+    return camera.path("/tmp/program");
+}
+
+std::string first_argument(pid_t pid)
+{
+    std::ifstream file("/proc/" + std::to_string(pid) + "/cmdline");
+    std::string word;
+    std::getline(file, word, '\0');
+    return word;
 }
 
 std::unique_ptr<test::Process> stand_in(const std::string &name)

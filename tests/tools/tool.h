@@ -19,6 +19,12 @@ test::Outcome rova(const std::vector<std::string> &words);
 testing::AssertionResult failed(const test::Outcome &outcome, const std::string &text);
 testing::AssertionResult succeeded(const test::Outcome &outcome);
 
+// A program below the camera's /tmp, for --rovad or --app, that bash runs; its path on the PC.
+std::string program(const test::Camera &camera, const std::string &body);
+
+// What a process sees as argv[0].
+std::string first_argument(pid_t pid);
+
 // A process that carries the camera's root and this name, and does nothing; running when given out.
 std::unique_ptr<test::Process> stand_in(const std::string &name);
 inline constexpr char DAEMON[] = "/usr/bin/rovad";
