@@ -3,10 +3,15 @@
 
 #include "lib/pim/rova_pim_movie.h"
 #include "lib/rova_app_thread.h"
+#include "platform/capture.h"
+#include "platform/virtual/capture.h"
 #include "tests/tools/tool.h"
+#include "tools/vcam_app/application.h"
 #include "tools/vcam_app/movie.h"
 
+#include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 namespace
@@ -118,6 +123,19 @@ TEST(VcamMovie, DeliversTheFrameThatItStandsAt)
     }
 }
 
+TEST(VcamMovie, AFrameIsCutToEvenSides)
+{
+    const test::Camera camera;
+    camera.write("/virtual/movie/0.pgm", "P5 5 3 255\n" + std::string(15, '\x20'));
+    vcam_app::register_movie_functions();
+    EXPECT_EQ(rova_pim_do_video_capture(), 1);
+    rova_pim_frame_info info = {};
+    rova_pim_movie_get_frame_info(&info);
+    EXPECT_EQ(info.width, 4);
+    EXPECT_EQ(info.height, 2);
+    EXPECT_EQ(info.chroma_address - info.y_address, 8U);
+}
+
 TEST(VcamMovie, WithoutAMovieNoFrameIsDelivered)
 {
     const test::Camera camera;
@@ -168,4 +186,56 @@ TEST(VcamMovie, PlaysTheMovieThatVcamDraws)
     EXPECT_EQ(info.left_peak, -8.99F);
     EXPECT_EQ(info.right_rms, -12.0F);
     EXPECT_EQ(info.right_loudness, -12.0F);
+}
+
+namespace
+{
+
+// A process of its own, since the end is for all of it.
+[[noreturn]] void serve_live_view()
+{
+    static std::atomic<int> frames = 0;
+    if (!vcam_app::start_application())
+        std::exit(2);
+    const int client = RegCallbackClient(
+        "test", 0, [](uint32_t, const capture_live_view *) { frames++; }, nullptr);
+    RegImageCallbackId(client, CAPTURE_LIVE_VIEW_ID);
+    if (!test::wait_for([] { return frames > 2; }))
+        std::exit(3);
+    vcam_app::stop_application();
+    const int seen = frames;
+    virt::take_still();
+    virt::finish_stills(); // on the same thread, behind any frame that might come
+    std::exit(frames == seen ? 0 : 4);
+}
+
+[[noreturn]] void leave_a_still_with_its_client()
+{
+    if (!vcam_app::start_application())
+        std::exit(2);
+    const int client =
+        RegCallbackClient("test", 0, nullptr, [](uint32_t, const capture_still *) {});
+    RegImageSetCallbackId(client, CAPTURE_STILL_ID);
+    if (send("capture", "still").result != 0)
+        std::exit(3);
+    vcam_app::stop_application();
+    std::exit(0);
+}
+
+} // namespace
+
+TEST(VcamAppApplication, DeliversLiveViewUntilItEnds)
+{
+    const test::Camera camera;
+    camera.write("/virtual/scene/a.pgm", "P5 32 32 255\n" + std::string(1024, 'x'));
+    camera.write("/virtual/capture/live_rate", "1000\n");
+    EXPECT_EXIT(serve_live_view(), testing::ExitedWithCode(0), "^$");
+}
+
+TEST(VcamAppApplication, TellsOfPicturesThatWereNotReleased)
+{
+    const test::Camera camera;
+    camera.write("/virtual/scene/a.pgm", "P5 32 32 255\n" + std::string(1024, 'x'));
+    EXPECT_EXIT(leave_a_still_with_its_client(), testing::ExitedWithCode(0),
+                "vcam-app: 3 pictures of stills were not released\n");
 }

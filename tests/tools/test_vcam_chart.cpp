@@ -228,7 +228,6 @@ TEST(VcamChart, NoiseHasTheDeviationAndMeanThatWereAskedFor)
     EXPECT_GT(beyond_three, 20) << "a normal distribution has tails";
     EXPECT_LT(beyond_three, 400);
     EXPECT_FALSE(drawn.coloured) << "the same noise in all colours";
-    EXPECT_NE(bytes_of(camera.path("/tmp/chart.png")), "");
 }
 
 TEST(VcamChart, TheSameSeedGivesTheSameBytesAndAnotherSeedOthers)
@@ -500,8 +499,7 @@ TEST(VcamChart, MovieIsAFolderOfFramesThatItTells)
     const std::string colours = "ggrrrggbbbbg";
     for (std::size_t i = 0; i < colours.size(); i++) {
         const json &frame = told["frames"][i];
-        const image drawn =
-            load(camera.path("/virtual/scene/movie/" + frame["file"].get<std::string>()));
+        const image drawn = load(camera.path("/virtual/movie/" + frame["file"].get<std::string>()));
         EXPECT_EQ(frame["number"], i);
         EXPECT_EQ(frame["colour"].get<std::string>()[0], colours[i]);
         EXPECT_EQ(drawn.mean(80, 40, 160, 80, 0), colours[i] == 'r'   ? 210
@@ -516,7 +514,7 @@ TEST(VcamChart, MovieIsAFolderOfFramesThatItTells)
     EXPECT_EQ(told["blue"]["count"], 4);
 }
 
-TEST(VcamChart, MovieTellsItsSoundInTheFolderToo)
+TEST(VcamChart, MovieTellsItsRateAndItsSoundInTheFolderToo)
 {
     const test::Camera camera;
     const std::string out = camera.path("/tmp/movie");
@@ -524,12 +522,31 @@ TEST(VcamChart, MovieTellsItsSoundInTheFolderToo)
         succeeded(vcam(chart_words({"movie", "--size", "16x16", "--frames", "2", "--red", "0,1",
                                     "--blue", "1,1", "--tone", "440", "--loudness", "-12"},
                                    out))));
-    const json told = json::parse(bytes_of(out + "/movie.json"));
-    for (const char *channel : {"left", "right"}) {
-        EXPECT_EQ(told["sound"][channel]["frequency"], 440);
-        EXPECT_EQ(told["sound"][channel]["loudness"], -12);
-        EXPECT_EQ(told["sound"][channel]["rms"], -12);
-        EXPECT_EQ(told["sound"][channel]["peak"], -8.99);
+    EXPECT_EQ(bytes_of(out + "/frame_ms"), "33\n");
+    EXPECT_EQ(bytes_of(out + "/audio"), "left_frequency 440\nleft_peak -8.99\nleft_rms -12.0\n"
+                                        "left_loudness -12.0\nright_frequency 440\n"
+                                        "right_peak -8.99\nright_rms -12.0\n"
+                                        "right_loudness -12.0\n");
+}
+
+TEST(VcamChart, AMovieOfAnyLengthHasRedAndBlueFramesAndNoneOfALongerOneBefore)
+{
+    const test::Camera camera;
+    const std::string out = camera.path("/tmp/movie");
+    const struct {
+        const char *frames;
+        json red, blue;
+    } movies[] = {{"60", {10, 15}, {35, 15}}, {"7", {1, 1}, {4, 1}}, {"2", {0, 1}, {1, 1}}};
+    for (const auto &movie : movies) {
+        const test::Outcome outcome =
+            vcam(chart_words({"movie", "--size", "16x16", "--frames", movie.frames}, out));
+        ASSERT_TRUE(succeeded(outcome));
+        const json told = json::parse(outcome.out);
+        EXPECT_EQ((json{told["red"]["first"], told["red"]["count"]}), movie.red);
+        EXPECT_EQ((json{told["blue"]["first"], told["blue"]["count"]}), movie.blue);
+        const std::filesystem::directory_iterator files(out);
+        EXPECT_EQ(std::distance(begin(files), end(files)), told["frames"].size() + 2)
+            << "its frames, and two texts";
     }
 }
 
@@ -639,10 +656,10 @@ TEST(VcamChart, MovieRefusesWhatCannotBeDrawn)
 {
     const test::Camera camera;
     const words movie = {"movie", "--size", "16x16"};
-    for (const char *frames : {"0", "10000", "x", "49"})
-        EXPECT_TRUE(refused(camera, with(movie, {"--frames", frames}), "frames")) << frames;
+    for (const char *frames : {"0", "1", "10000", "x"})
+        EXPECT_TRUE(refused(camera, with(movie, {"--frames", frames}), "--frames")) << frames;
     for (const char *option : {"--red", "--blue"}) {
-        for (const char *stretch : {"5", "-1,5", "5,0", "60,1", "55,6", "x,1"})
+        for (const char *stretch : {"5", "-1,5", "5,0", "60,1", "55,6", "x,1", ""})
             EXPECT_TRUE(refused(camera, with(movie, {option, stretch}), option)) << stretch;
     }
     EXPECT_TRUE(refused(camera, with(movie, {"--red", "30,6"}), "red and blue"));

@@ -35,8 +35,8 @@ constexpr kind KINDS[] = {
      "/virtual/scene/dust.png"},
     {"mot", "A resolution chart: four markers, ten wedges", mot_chart, STILL,
      "/virtual/scene/mot.png"},
-    {"movie", "A folder of frames, red and blue ones among them, and its sound", movie_chart,
-     chart_size{1280, 720}, "/virtual/scene/movie"},
+    {"movie", "A movie: frames, red and blue ones among them, and its sound", movie_chart,
+     chart_size{1280, 720}, "/virtual/movie"},
 };
 
 [[noreturn]] void refuse(const std::string &option, const std::string &why)

@@ -1,10 +1,13 @@
-// A movie as a folder: numbered frames, red and blue ones among grey ones, and what is heard.
+// A movie as vcam app plays it: numbered frames, red and blue ones among grey ones, how long each
+// is shown, and what is heard.
 #include "tools/vcam/chart.h"
 
 #include "tools/vcam/camera.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 namespace vcam
 {
@@ -16,8 +19,7 @@ constexpr int MOST_FRAMES = 9999;
 struct movie_options {
     int frames = 60;
     int rate = 30;
-    std::string red = "10,15";
-    std::string blue = "35,15";
+    std::optional<std::string> red, blue; // else at their usual places
     int tone = 1000;
     int loudness = -20;
 };
@@ -41,10 +43,20 @@ constexpr frame_kind GREY = {"grey", {128, 128, 128}};
 constexpr frame_kind RED = {"red", {210, 30, 30}};
 constexpr frame_kind BLUE = {"blue", {30, 30, 210}};
 
-stretch read_stretch(const char *option, const std::string &text, int frames)
+// A quarter of the movie, `twelfths` of it behind its start.
+stretch usual_stretch(int frames, int twelfths)
 {
+    const int first = frames * twelfths / 12;
+    return {first, first + std::max(frames / 4, 1)};
+}
+
+stretch read_stretch(const char *option, const std::optional<std::string> &text, int frames,
+                     int usual_twelfths)
+{
+    if (!text)
+        return usual_stretch(frames, usual_twelfths);
     const std::vector<int> n =
-        read_numbers(option, text, {{"frame", 0, MOST_FRAMES}, {"count", 1, MOST_FRAMES}});
+        read_numbers(option, *text, {{"frame", 0, MOST_FRAMES}, {"count", 1, MOST_FRAMES}});
     if (n[0] + n[1] > frames)
         throw CLI::ValidationError(option, "the movie has " + std::to_string(frames) + " frames");
     return {n[0], n[0] + n[1]};
@@ -85,10 +97,16 @@ void draw_number(chart_layers &layers, int number, chart_size size)
         draw_digit(layers, rest % 10, (1 + 4 * i) * unit, unit, unit);
 }
 
-chart_json draw_frame(const movie &m, const chart_options &options, int number)
+std::string frame_name(int number)
 {
     char name[16];
     std::snprintf(name, sizeof(name), "%04d.png", number);
+    return name;
+}
+
+chart_json draw_frame(const movie &m, const chart_options &options, int number)
+{
+    const std::string name = frame_name(number);
     const frame_kind &kind = kind_of(m, number);
     chart_layers layers = {flat_layer(kind.levels)};
     draw_number(layers, number, options.size);
@@ -110,10 +128,27 @@ chart_json sound_of(const movie_options &given)
     return {{"left", channel}, {"right", channel}};
 }
 
+// One line for each number, such as "left_peak -16.99".
+std::string audio_text(const chart_json &sound)
+{
+    std::string text;
+    for (const auto &[side, channel] : sound.items())
+        for (const auto &[name, number] : channel.items())
+            text.append(side).append("_").append(name).append(" ").append(number.dump() + "\n");
+    return text;
+}
+
+// A longer movie that was there before goes on behind this one's end otherwise.
+void remove_frames_from(const fs::path &folder, int number)
+{
+    while (fs::remove(folder / frame_name(number)))
+        number++;
+}
+
 chart_json draw_movie(const chart_options &options, const movie_options &given)
 {
-    const movie m = {given, read_stretch("--red", given.red, given.frames),
-                     read_stretch("--blue", given.blue, given.frames)};
+    const movie m = {given, read_stretch("--red", given.red, given.frames, 2),
+                     read_stretch("--blue", given.blue, given.frames, 7)};
     if (m.red.first < m.blue.end && m.blue.first < m.red.end)
         throw CLI::ValidationError("--blue", "a frame cannot be red and blue");
     chart_json text = {
@@ -126,7 +161,9 @@ chart_json draw_movie(const chart_options &options, const movie_options &given)
         {"frames", chart_json::array()}};
     for (int number = 0; number < given.frames; number++)
         text["frames"].push_back(draw_frame(m, options, number));
-    write_file(options.out / "movie.json", text.dump(2) + "\n");
+    remove_frames_from(options.out, given.frames);
+    write_file(options.out / "frame_ms", std::to_string(1000 / given.rate) + "\n");
+    write_file(options.out / "audio", audio_text(text["sound"]));
     return text;
 }
 
@@ -136,14 +173,18 @@ chart_drawing movie_chart(CLI::App &app, chart_options &options)
 {
     const auto given = std::make_shared<movie_options>();
     app.add_option("--frames", given->frames, "How many frames (default: 60)")
-        ->check(CLI::Range(1, MOST_FRAMES))
+        ->check(CLI::Range(2, MOST_FRAMES))
         ->type_name("COUNT");
     app.add_option("--rate", given->rate, "Frames a second (default: 30)")
         ->check(CLI::Range(1, 1000))
         ->type_name("FRAMES");
-    app.add_option("--red", given->red, "First red frame and how many (default: 10,15)")
+    app.add_option(
+           "--red", given->red,
+           "First red frame and how many (default: a quarter of all, a sixth behind the start)")
         ->type_name("FIRST,COUNT");
-    app.add_option("--blue", given->blue, "First blue frame and how many (default: 35,15)")
+    app.add_option(
+           "--blue", given->blue,
+           "First blue frame and how many (default: a quarter of all, behind seven twelfths)")
         ->type_name("FIRST,COUNT");
     app.add_option("--tone", given->tone, "Frequency of the sound (default: 1000)")
         ->check(CLI::Range(1, 24000))
