@@ -672,6 +672,19 @@ TEST(VcamChart, MovieRefusesWhatCannotBeDrawn)
             << loudness;
 }
 
+TEST(VcamChart, APictureIsReplacedByAWholeOneOrNotAtAll)
+{
+    const test::Camera camera;
+    const words chart = {"flat", "--size", "16x16"};
+    draw(camera, chart);
+    EXPECT_FALSE(camera.exists("/tmp/chart.png.part"));
+    camera.write("/tmp/chart.png.part/stands", "in the way");
+    EXPECT_TRUE(
+        failed(vcam(chart_words(with(chart, {"--level", "9"}), camera.path("/tmp/chart.png"))),
+               "cannot be written"));
+    EXPECT_EQ(load(camera.path("/tmp/chart.png")).at(0, 0), FLAT);
+}
+
 TEST(VcamChart, BadKindsAndFilesAreRefused)
 {
     const test::Camera camera;

@@ -1,8 +1,9 @@
 #include "tools/vcam/chart.h"
 
+#include "common/rova_guard.h"
+
 #include <algorithm>
 #include <cstdio>
-#include <memory>
 #include <png.h>
 #include <zlib.h>
 
@@ -56,15 +57,6 @@ int spot_parts(const chart_spot &spot, int64_t distance_squared)
         return 0;
     return static_cast<int>(spot.depth * LEVEL_PARTS * (left * left / UNIT) / UNIT);
 }
-
-[[noreturn]] void cannot_write(const fs::path &file)
-{
-    throw failure("'" + file.string() + "' cannot be written");
-}
-
-struct closer {
-    void operator()(std::FILE *file) const { std::fclose(file); }
-};
 
 // Whether it worked is asked of the file, at the end.
 void write_bytes(png_structp png, png_bytep bytes, png_size_t count)
@@ -124,6 +116,26 @@ void write_rows(png_writer &writer, chart_size size, const chart_layers &layers,
         writer.write(bytes);
     }
     writer.finish();
+}
+
+// Such as a device of the PC: nothing to be put in another file's place.
+bool is_special(const fs::path &file)
+{
+    std::error_code error;
+    return fs::exists(file, error) && !fs::is_regular_file(file, error);
+}
+
+// False when not all of it could be written.
+bool write_png(const fs::path &file, chart_size size, const chart_layers &layers)
+{
+    const rova_file out(std::fopen(file.c_str(), "wb"));
+    if (!out)
+        return false;
+    const bool coloured = std::any_of(layers.begin(), layers.end(),
+                                      [](const chart_layer &layer) { return layer.coloured; });
+    png_writer writer(out.get(), size, coloured);
+    write_rows(writer, size, layers, coloured);
+    return std::fflush(out.get()) == 0 && std::ferror(out.get()) == 0;
 }
 
 } // namespace
@@ -202,19 +214,22 @@ chart_layer noise_layer(uint64_t seed, int sigma)
     }};
 }
 
+// A camera that looks on sees the picture before or the whole new one.
 void save_chart(const fs::path &file, chart_size size, const chart_layers &layers)
 {
     std::error_code error;
     fs::create_directories(file.parent_path(), error);
-    std::unique_ptr<std::FILE, closer> out(std::fopen(file.c_str(), "wb"));
-    if (!out)
-        cannot_write(file);
-    const bool coloured = std::any_of(layers.begin(), layers.end(),
-                                      [](const chart_layer &layer) { return layer.coloured; });
-    png_writer writer(out.get(), size, coloured);
-    write_rows(writer, size, layers, coloured);
-    if (std::fflush(out.get()) != 0 || std::ferror(out.get()) != 0)
-        cannot_write(file);
+    const bool in_place = is_special(file);
+    const fs::path part = in_place ? file : fs::path(file.string() + ".part");
+    bool written = write_png(part, size, layers);
+    if (!in_place) {
+        if (written)
+            fs::rename(part, file, error);
+        written = written && !error;
+        fs::remove(part, error);
+    }
+    if (!written)
+        throw failure("'" + file.string() + "' cannot be written");
 }
 
 } // namespace vcam
