@@ -574,7 +574,7 @@ TEST(VcamChart, BadSizesSeedsAndNoiseAreRefused)
     for (const char *size : {"", "640", "640x", "x480", "15x480", "640x15", "16385x480",
                              "640x480x2", "640,480,1", "axb", "-640x480"})
         EXPECT_TRUE(refused(camera, {"flat", "--size", size}, "--size")) << size;
-    for (const char *seed : {"x", "-1", "1.5", ""})
+    for (const char *seed : {"x", "-1", "1.5", "9223372036854775808", ""})
         EXPECT_TRUE(refused(camera, {"flat", "--seed", seed}, "--seed")) << seed;
     for (const char *noise : {"x", "-1", "100.1", "nan", "2x", ""})
         EXPECT_TRUE(refused(camera, {"flat", "--noise", noise}, "--noise")) << noise;
@@ -648,6 +648,8 @@ TEST(VcamChart, MotRefusesWhatCannotBeDrawn)
         EXPECT_TRUE(refused(camera, {"mot", "--lines", lines}, "--lines")) << lines;
     for (const char *range : {"1000", "3000,1000", "1000,1000", "0,1000", "1000,20001", "10,3000"})
         EXPECT_TRUE(refused(camera, {"mot", "--range", range}, "--range")) << range;
+    EXPECT_TRUE(refused(camera, {"mot", "--size", "960x640", "--range", "641,700"},
+                        "narrower than a pixel"));
     for (const char *blur : {"-1", "201", "x"})
         EXPECT_TRUE(refused(camera, with(SMALL_MOT, {"--blur", blur}), "--blur")) << blur;
 }

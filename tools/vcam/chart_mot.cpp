@@ -135,6 +135,9 @@ void check_plan(const mot_plan &plan)
                                                  std::to_string(LEAST_SIDE));
     if (plan.low >= plan.high)
         throw CLI::ValidationError("--range", "the fine end needs more TV lines");
+    if (plan.low > plan.size.height)
+        throw CLI::ValidationError("--range",
+                                   "lines of the coarse end would be narrower than a pixel");
     if ((2 * plan.lines - 1) * plan.size.height / plan.low > plan.length.window_width / 2)
         throw CLI::ValidationError("--range", "so many lines need more TV lines at the coarse end");
 }
