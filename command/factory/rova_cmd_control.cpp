@@ -14,8 +14,7 @@ static constexpr int LOOP_COUNTER_ROW = 19;
 
 static int set_flag(uint32_t cmd_type, const cmd_data *record, uint8_t *flag)
 {
-    bool known = rova_cmd_on_off(rova_cmd_param(record, 1), flag);
-    return known ? rova_cmd_ok(cmd_type) : rova_cmd_ng(cmd_type);
+    return rova_cmd_answer(cmd_type, rova_cmd_on_off(rova_cmd_param(record, 1), flag));
 }
 
 static int rova_cmd_control_set_sound(uint32_t cmd_type, cmd_data *record)
@@ -47,7 +46,7 @@ static int rova_cmd_control_result(uint32_t cmd_type, cmd_data *record)
                set_prefixed_flag(record->p[1], "osd_", &rova_control_flags.osd) &&
                set_prefixed_flag(record->p[2], "sound_", &rova_control_flags.sound) &&
                set_prefixed_flag(record->p[3], "led_", &rova_control_flags.led);
-    return set ? rova_cmd_ok(cmd_type) : rova_cmd_ng(cmd_type);
+    return rova_cmd_answer(cmd_type, set);
 }
 
 static int store_count(uint32_t cmd_type, unsigned long count)

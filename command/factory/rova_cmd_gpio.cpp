@@ -133,7 +133,7 @@ int rova_cmd_gpio_pindump(uint32_t cmd_type, cmd_data *record)
     bool dumped = dump_pins(csv);
     rova_resp_stream stream = {};
     rova_csv_close(csv, dumped ? &stream : nullptr);
-    return rova_cmd_resp(cmd_type, dumped ? 0 : 1, &stream);
+    return rova_cmd_answer(cmd_type, dumped, &stream);
 }
 
 constexpr rova_cmd_entry gpio_table[] = {

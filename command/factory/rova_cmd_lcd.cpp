@@ -100,7 +100,7 @@ static int open_and_swap(uint32_t cmd_type, const cmd_data *record, const char *
     }
     bool swapped = swap(fd, record, subcommand, code);
     close(fd);
-    return swapped ? rova_cmd_ok(cmd_type) : rova_cmd_ng(cmd_type);
+    return rova_cmd_answer(cmd_type, swapped);
 }
 
 static int rova_cmd_lcd_hswap(uint32_t cmd_type, cmd_data *record)
