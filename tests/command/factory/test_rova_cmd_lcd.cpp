@@ -88,7 +88,7 @@ protected:
 TEST_P(LcdSwap, SendsLayerAndState)
 {
     EXPECT_EQ(swap("graphic off"), OK);
-    EXPECT_EQ(swap("graphic on"), OK);
+    EXPECT_EQ(swap("Graphic on"), OK);
     EXPECT_EQ(swap("video off"), OK);
     EXPECT_EQ(swap("VIDEO on", ROVA_CMD_PTP), PTP_OK);
     std::string call = std::string("sys_ioctl[\"/dev/fb0\",\"") + GetParam().request + "\",";
