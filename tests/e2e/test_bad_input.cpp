@@ -1,5 +1,8 @@
+#include "lib/rova_app_thread.h"
+#include "lib/rova_ipcc.h"
 #include "tests/e2e/line.h"
 
+#include <cstring>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <random>
@@ -58,6 +61,32 @@ TEST(BadInput, LinesOfAnyBytesThroughTheKeys)
     line.key(PMODE, "%n%s%n b");
     line.key(PMODE, "");
     still_answers(line);
+}
+
+TEST(BadInput, RecordsOfAnyBytesToTheCameraApplication)
+{
+    Line line;
+    line.write("/sdcard/kept", "");
+    line.start();
+    std::mt19937 random(13);
+    constexpr uint32_t type = 77; // no source of commands has it
+    for (const std::string word : {"", "capture", "file", "mot", "lens"}) {
+        for (const auto send : {rova_ipcc_send, rova_send_to_app}) {
+            std::string bytes = junk(random, sizeof(cmd_data));
+            if (!word.empty())
+                bytes.replace(0, word.size() + 1, word + '\0');
+            cmd_data record;
+            std::memcpy(&record, bytes.data(), sizeof(record));
+            rova_cmd_response answer = {};
+            answer.result = 9;
+            EXPECT_EQ(send(type, &record, &answer), 1) << word;
+            EXPECT_EQ(answer.result, 0) << word;
+        }
+    }
+    EXPECT_EQ(line.calls("app_command").size(), 10U);
+    EXPECT_TRUE(line.exists("/sdcard/kept")) << "the card was formatted";
+    EXPECT_EQ(line.vcam({"pc", "lens get"}).status, 0);
+    EXPECT_EQ(line.vcam({"pc", "exposure av 4"}).status, 0);
 }
 
 TEST(BadInput, AScriptOfAnyBytes)
