@@ -47,11 +47,12 @@ TEST(ForwardedPredefined, ShutterSpeed2WithoutALineBeforeItIsNotFoundAndNotAnswe
     Line line;
     line.start_alone();
     const ServingEnd stack(line, plain_ok);
-    EXPECT_EQ(line.vcam({"pc", "--timeout", "1", "--number", "0x10011000"}).status, 2);
+    EXPECT_EQ(line.vcam({"pc", "--timeout", "0.1", "--number", "0x10011000"}).status, 2);
     EXPECT_TRUE(line.hears("1th cmd done [NG]"));
     EXPECT_TRUE(line.tells("Not found on shutter_speed2 command table"));
     EXPECT_TRUE(line.tells("Not found on command table, so skip all next command!"));
     EXPECT_FALSE(stack.received(1));
+    EXPECT_EQ(line.key_int("memory/private/pmode_Param1"), std::nullopt) << "no answer was written";
 }
 
 TEST(Forwarded, TheAnswerOfEitherChannelGoesToThePcWithItsStream)

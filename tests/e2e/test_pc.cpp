@@ -69,7 +69,9 @@ TEST(PcRequest, AnUnknownWordIsNotAnswered)
 {
     Line line;
     line.start();
-    EXPECT_EQ(line.vcam({"pc", "--timeout", "1", "nosuchword x"}).status, 2);
+    EXPECT_EQ(line.vcam({"pc", "--timeout", "0.1", "nosuchword x"}).status, 2);
+    ASSERT_TRUE(line.hears("1th cmd done [NG]"));
+    EXPECT_EQ(line.key_int(PARAM1), std::nullopt) << "no answer has ever been written";
     EXPECT_EQ(line.vcam({"pc", "delay 1"}).status, 0);
 }
 
@@ -94,7 +96,7 @@ TEST(PcRequest, APredefinedCommandTakesTheParametersOfTheLineBeforeIt)
     Line line;
     line.start();
     line.key(PMODE, "osd string 1 kept");
-    line.vcam({"pc", "--timeout", "1", "--number", "0x10040000", "1", "-2", "0x3", "4"});
+    line.vcam({"pc", "--timeout", "0.1", "--number", "0x10040000", "1", "-2", "0x3", "4"});
     ASSERT_TRUE(line.hears("2th cmd done [NG]"));
     EXPECT_EQ(line.trace().at(3), "cmd[0002]: <ptp2> paf2 string 1 kept | 1 -2 3 4");
 }
