@@ -168,7 +168,7 @@ void Service::run()
         changed_.notify_all();
         if (!stills_.empty() || ending_)
             continue;
-        if (live_)
+        if (live_ && !who(&Client::wants_live_view).empty())
             changed_.wait_until(lock, next_frame_);
         else
             changed_.wait(lock);
@@ -336,6 +336,7 @@ int Service::add_wish(int handle, Wants wants, bool right_id)
     if (wants == &Client::wants_stills ? !client.still : !client.live_view)
         return -1;
     client.*wants = true;
+    changed_.notify_all();
     return 0;
 }
 

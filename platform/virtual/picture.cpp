@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <png.h>
 #include <sstream>
+#include <strings.h>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <vector>
@@ -220,11 +221,6 @@ std::optional<Picture> read_raw(const std::string &place, const Layout &layout, 
     return to;
 }
 
-std::string extension(const std::string &name)
-{
-    return std::filesystem::path(name).extension().string();
-}
-
 using read_rgb = bool (*)(const std::string &place, Rgb &to, std::string &error);
 
 struct Form {
@@ -239,9 +235,9 @@ constexpr Form FORMS[] = {
 
 const Form *form_of(const std::string &name)
 {
-    const std::string end = extension(name);
+    const std::string end = std::filesystem::path(name).extension().string();
     for (const Form &form : FORMS)
-        if (end == form.extension)
+        if (strcasecmp(end.c_str(), form.extension) == 0)
             return &form;
     return nullptr;
 }
@@ -362,6 +358,11 @@ std::optional<Picture> read_picture(const std::string &place, const Layout &layo
     if (!form->read(place, rgb, error))
         return std::nullopt;
     return convert(rgb, layout, error);
+}
+
+int even_part(int side, int divisor)
+{
+    return std::max(side / divisor / 2 * 2, 2);
 }
 
 Picture scale_picture(const Picture &from, int width, int height, Chroma chroma,

@@ -74,13 +74,17 @@ Picture make_picture(int width, int height, Chroma chroma, const Layout &layout)
 // Lines of a key, blanks and a value; what begins with # is skipped.
 std::map<std::string, std::string> read_notes(const std::string &place);
 
-// Whether a file of this name is a picture: .png, .ppm, .pgm, .yuv or .raw.
+// Whether a file of this name is a picture: .png, .ppm, .pgm, .yuv or .raw, in
+// small letters or capitals.
 bool is_picture(const std::string &name);
 
 // Reads it as 4:2:2.  A .yuv or .raw file is taken as it is, with the width, height and pitch that
 // FILE.txt tells; `layout` then only gives the rows behind it.  nullopt: `error` says why.
 std::optional<Picture> read_picture(const std::string &place, const Layout &layout,
                                     std::string &error);
+
+// One side of a picture whose sides are a part of another's: even, and never nothing.
+int even_part(int side, int divisor = 1);
 
 // A 4:2:2 picture in another size and with this chroma.  A pixel is the mean of those that it
 // covers; the borders between them are rounded down to whole pixels.

@@ -71,6 +71,18 @@ TEST(App, ALateAnswerIsWaitedFor)
     line.stop();
 }
 
+TEST(App, ALateAnswerDoesNotHoldAnApplicationThatIsToEnd)
+{
+    Line line;
+    line.speed(1);
+    line.start();
+    answer(line, "exposure", "late 2000000000\n");
+    const test::Process asking({VCAM_PROGRAM, "-C", line.root(), "pc", "exposure av"});
+    ASSERT_TRUE(reached(line, 1));
+    test::send_signal(line.app(), SIGTERM);
+    EXPECT_TRUE(test::wait_for([&] { return line.app() < 0; }));
+}
+
 TEST(App, ACommandThatIsNeverAnsweredIsNgWhenTheTimeIsOver)
 {
     Line line;
@@ -147,6 +159,18 @@ TEST(App, AStillOfTheSceneIsNamedAfterItsNumber)
     EXPECT_EQ(line.read("/virtual/app/still_number"), "2\n");
     line.write("/virtual/scene/grey.pgm", "no picture");
     EXPECT_EQ(pc(line, "capture still"), NG);
+    EXPECT_EQ(line.read("/virtual/app/still_number"), "2\n") << "none was taken";
+    line.stop();
+}
+
+TEST(App, AStillOfAnEmptySceneIsNoneAndSaysSo)
+{
+    Line line;
+    line.start();
+    EXPECT_EQ(pc(line, "capture still"), OK);
+    EXPECT_FALSE(line.exists("/virtual/app/still_number"));
+    EXPECT_NE(line.read("/virtual/app.out").find("no still: virtual/scene holds no picture\n"),
+              std::string::npos);
     line.stop();
 }
 

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -213,15 +214,17 @@ TEST_F(AppAnswer, IsTakenFromTheFileOfBothWordsOrElseOfTheFirst)
 
 TEST_F(AppAnswer, IsMadeOfTheFilesLines)
 {
-    file("lens", "\nresult 255\nparams 1 0x20\nstream 2  two  words \n");
+    file("lens", "\nresult 255\nparams 1 0x20 0\nstream 2  two  words \n");
     Answer expected = {1, 255, 1, 0, 0, 0, 0x20};
     expected[14] = 2;
     std::memcpy(&expected[16], "two  words ", 11);
     EXPECT_EQ(ask({"lens"}), expected);
     file("lens", "ng\nok");
     EXPECT_EQ(ask({"lens"}), Answer{});
-    file("lens", "result");
-    EXPECT_EQ(ask({"lens"}), Answer{});
+    file("lens", "# NG for now\nNG\r\n");
+    EXPECT_EQ(ask({"lens"})[1], 1);
+    file("lens", "params 0xffffffff -1 -2147483648");
+    EXPECT_EQ(ask({"lens"})[13], 0x80);
 }
 
 TEST_F(AppAnswer, CutsATextThatIsTooLong)
@@ -232,13 +235,52 @@ TEST_F(AppAnswer, CutsATextThatIsTooLong)
     EXPECT_EQ(bytes[525], 0);
 }
 
-TEST_F(AppAnswer, TellsOfALineThatItDoesNotKnow)
+TEST_F(AppAnswer, TellsOfALineThatItDoesNotUnderstandAndGoesOn)
 {
-    file("lens", "okay\nng");
+    const char *lines[] = {"okay",
+                           "result",
+                           "result 256",
+                           "result -1",
+                           "params 1 2",
+                           "params 1 2 x",
+                           "params 1 2 4294967296",
+                           "stream a text",
+                           "stream 65536",
+                           "late",
+                           "late -1",
+                           "late 1s"};
+    for (const std::string line : lines) {
+        file("lens.get", line + "\nng");
+        testing::internal::CaptureStderr();
+        Answer expected = {};
+        expected[1] = 1;
+        EXPECT_EQ(ask({"lens", "get"}), expected) << line;
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "/virtual/app/answer/lens.get: '" + line + "' is not understood\n");
+    }
+}
+
+TEST_F(AppAnswer, TellsOfAFileThatCannotBeRead)
+{
+    camera.write("/virtual/app/answer/lens/get", "ng");
     testing::internal::CaptureStderr();
-    EXPECT_EQ(ask({"lens"})[1], 1);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "virtual/app/answer: 'okay' is not understood\n");
+    EXPECT_EQ(ask({"lens"}), Answer{});
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "/virtual/app/answer/lens: cannot be read\n");
+}
+
+TEST_F(AppAnswer, ThatIsLateIsNeverGivenByAnApplicationThatEnds)
+{
+    file("lens", "late 2000000000\ncrash");
+    const auto end = [&] {
+        virt::end_app_answers();
+        virt::wait_for_app_end();
+        for ([[maybe_unused]] const int time : {1, 2}) {
+            if (ask({"lens"})[1] != 'x' || kind != virt::AppAnswer::never)
+                std::exit(1);
+        }
+        std::exit(0);
+    };
+    EXPECT_EXIT(end(), testing::ExitedWithCode(0), ""); // the end is for the whole process
 }
 
 TEST_F(AppAnswer, ThatIsNeverGivenLeavesTheRecordAlone)

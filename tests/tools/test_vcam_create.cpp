@@ -27,12 +27,6 @@ uint32_t word_at(const std::string &bytes, std::size_t at)
     return value;
 }
 
-std::string first_argument(pid_t pid)
-{
-    const test::Outcome words = test::run({"cat", "/proc/" + std::to_string(pid) + "/cmdline"});
-    return words.out.substr(0, words.out.find('\0'));
-}
-
 } // namespace
 
 TEST(VcamCreate, MakesTheFoldersLinksAndFilesOfACamera)
@@ -40,8 +34,8 @@ TEST(VcamCreate, MakesTheFoldersLinksAndFilesOfACamera)
     const test::Camera place;
     const fs::path dir = place.path("/tmp/new/camera");
     ASSERT_TRUE(succeeded(vcam({"-C", dir, "create"})));
-    for (const char *folder :
-         {"sdcard", "tmp", "opt/share/rova", "var/run/memory/private", "usr/bin", "virtual"})
+    for (const char *folder : {"sdcard", "tmp", "opt/share/rova", "var/run/memory/private",
+                               "usr/bin", "virtual/app/answer", "virtual/scene"})
         EXPECT_TRUE(fs::is_directory(dir / folder)) << folder;
     EXPECT_EQ(fs::read_symlink(dir / "mnt/mmc"), "../sdcard");
     EXPECT_EQ(fs::read_symlink(dir / "opt/storage/sdcard"), "../../sdcard");
@@ -168,7 +162,7 @@ TEST(StandIn, TheResponderIsFoundByItsPathAndEndsOnTerm)
     ASSERT_TRUE(succeeded(vcam({"create"})));
     test::Process responder({camera.path("/usr/bin/mtp-responder")});
     EXPECT_TRUE(test::wait_for(
-        [&] { return first_argument(responder.pid()) == "/usr/bin/mtp-responder"; }));
+        [&] { return tool::first_argument(responder.pid()) == "/usr/bin/mtp-responder"; }));
     EXPECT_EQ(camera.calls("mtp-responder").size(), 1U);
     responder.signal(SIGTERM);
     EXPECT_EQ(responder.wait(), 128 + SIGTERM);

@@ -14,8 +14,8 @@ namespace
 {
 
 constexpr const char *FOLDERS[] = {
-    "sdcard", "mnt",     "tmp",     "opt/share/rova",     "opt/storage", "var/run/memory/private",
-    "dev",    "usr/bin", "virtual", "virtual/app/answer",
+    "sdcard", "mnt",     "tmp",     "opt/share/rova",     "opt/storage",   "var/run/memory/private",
+    "dev",    "usr/bin", "virtual", "virtual/app/answer", "virtual/scene",
 };
 
 // The card's other names.

@@ -11,7 +11,4 @@ namespace vcam_app
 // there is an answer for them.
 int run_command(const cmd_data *record, rova_cmd_response *answer);
 
-// From now on a command that is never answered ends the thread that it holds.
-void give_up_unanswered();
-
 } // namespace vcam_app

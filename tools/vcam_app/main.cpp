@@ -1,17 +1,14 @@
 // vcam-app: the virtual camera's camera application.  It serves both channels of librova until it
 // is asked to end.
 #include "platform/virtual/root.h"
+#include "tools/vcam_app/application.h"
 #include "tools/vcam_app/channels.h"
-#include "tools/vcam_app/commands.h"
 #include "tools/vcam_app/lock.h"
-#include "tools/vcam_app/movie.h"
-#include "tools/vcam_app/still.h"
-
-#include <rova/rova.h>
 
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <sys/types.h>
 
 namespace vcam_app
 {
@@ -29,8 +26,6 @@ constexpr char HELP[] =
     "  -h, --help  show this help\n";
 
 constexpr timespec LOOK_INTERVAL = {1, 0};
-
-int camera; // its address is the handle: there is one camera
 
 int report(const char *text)
 {
@@ -73,22 +68,6 @@ bool be_the_only_one()
     return false;
 }
 
-bool start()
-{
-    if (const int found = clear_channels(); found > 0)
-        std::printf("cleared %d queue%s of a killed application\n", found, found == 1 ? "" : "s");
-    register_movie_functions();
-    rova_register_app_func(ROVA_APP_STILL_NAME, reinterpret_cast<rova_app_func>(still_name));
-    return rova_start_ipcc(&camera) == 1 && rova_start_app(run_command) == 1;
-}
-
-void stop()
-{
-    give_up_unanswered();
-    rova_stop_app();
-    rova_stop_ipcc();
-}
-
 int serve()
 {
     const sigset_t signals = ending_signals();
@@ -96,12 +75,14 @@ int serve()
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     if (!be_the_only_one())
         return TROUBLE;
-    const bool started = start();
+    if (const int found = clear_channels(); found > 0)
+        std::printf("cleared %d queue%s of a killed application\n", found, found == 1 ? "" : "s");
+    const bool started = start_application();
     if (started) {
         std::puts("camera application: up");
         wait_for_end(signals);
     }
-    stop();
+    stop_application();
     return started ? static_cast<int>(ENDED) : report("the channels cannot be served");
 }
 

@@ -106,7 +106,7 @@ std::string current_frame()
     return files[std::min(number, files.size() - 1)];
 }
 
-// Without gaps, as the inspection expects a frame.
+// Without gaps, as the inspection expects a frame, and so with even sides.
 std::optional<virt::Picture> read_frame(const std::string &file)
 {
     const virt::Layout packed = {.pitch_align = 1};
@@ -116,8 +116,9 @@ std::optional<virt::Picture> read_frame(const std::string &file)
         std::fprintf(stderr, "vcam-app: %s: %s\n", file.c_str(), error.c_str());
         return std::nullopt;
     }
-    virt::Picture frame = virt::scale_picture(*full, full->width, full->height,
-                                              virt::Chroma::EVERY_SECOND_LINE, packed);
+    virt::Picture frame =
+        virt::scale_picture(*full, virt::even_part(full->width), virt::even_part(full->height),
+                            virt::Chroma::EVERY_SECOND_LINE, packed);
     if (frame.memory.data() == nullptr)
         return std::nullopt;
     return frame;

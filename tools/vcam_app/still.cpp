@@ -29,15 +29,19 @@ long long number_of_latest()
 
 bool take_still()
 {
-    if (!virt::picture_in_front())
+    if (!virt::picture_in_front()) {
+        std::puts("no still: virtual/scene holds no picture");
         return true;
+    }
     // The name is asked for while the still is delivered.
-    const long long number = number_of_latest() % MOST_STILLS + 1;
-    virt::write_number(counter(), number);
-    if (!virt::take_still())
-        return false;
-    virt::finish_stills();
-    return true;
+    const long long latest = number_of_latest();
+    virt::write_number(counter(), latest % MOST_STILLS + 1);
+    const bool taken = virt::take_still().has_value();
+    if (taken)
+        virt::finish_stills();
+    else
+        virt::write_number(counter(), latest);
+    return taken;
 }
 
 const char *still_name()
