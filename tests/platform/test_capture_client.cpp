@@ -15,7 +15,6 @@ using test::byte_at;
 using test::CaptureTest;
 using test::Gate;
 using test::grey;
-using test::ppm;
 using test::receive_frame;
 using test::seen;
 using test::still_a;

@@ -8,7 +8,6 @@
 
 using test::CaptureTest;
 using test::grey;
-using test::ppm;
 using test::SeenStill;
 
 namespace
