@@ -4,8 +4,9 @@
 usage: check_device_build.py --source DIR --build DIR --library FILE [--define NAME=VALUE]...
        check_device_build.py --binary FILE
 
-The first form configures the tree with ROVA_PLATFORM=device against the library and builds rovad
-in a fresh folder; the second only looks into a program that is there already.
+The first form configures the tree with ROVA_PLATFORM=device against the library, builds what a
+camera is given in a fresh folder, and looks into rovad; the second only looks into a program that
+is there already.
 """
 import argparse
 import os
@@ -14,6 +15,8 @@ import subprocess
 import sys
 from pathlib import Path
 
+# What a camera is given; linking finds a call of the platform that the library does not have.
+TARGETS = ['rovad', 'rova_shared', 'rova_tool']
 # Each stands in every program that links the virtual camera.
 TRACES = [b'ROVA_SYSROOT', b'calls.jsonl', b'virtual/fail', b'libsqlite3']
 
@@ -30,7 +33,7 @@ def build(args):
     run(args.cmake, '-S', args.source, '-B', args.build, '-G', 'Ninja', '-DROVA_PLATFORM=device',
         '-DROVA_TESTS=OFF', f'-DROVA_DEVICE_LIBRARIES={args.library}',
         *(f'-D{definition}' for definition in args.define))
-    run(args.cmake, '--build', args.build, '--target', 'rovad', '-j2')
+    run(args.cmake, '--build', args.build, '-j2', '--target', *TARGETS)
     return Path(args.build, 'core/rovad')
 
 
