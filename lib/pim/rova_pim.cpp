@@ -39,7 +39,8 @@ constinit std::atomic<bool> live_view_refused = false; // told once until a fram
 // How a still is routed in a mode.
 struct still_route {
     int32_t mode;
-    const char *name; // as the texts have it
+    const char *name; // as the log has it
+    const char *enabled_text;
     bool (*enabled)();
     void (*print_disabled)();
     bool screen_nail; // the test looks at the screen nail too
@@ -80,9 +81,12 @@ void print_noise_disabled()
 }
 
 constexpr still_route ROUTES[] = {
-    {PI_MODE_MOT, "MOT", mot_enabled, print_mot_disabled, true},
-    {PI_MODE_DUST, "Dust", dust_enabled, print_dust_disabled, false},
-    {PI_MODE_NOISE, "Noise", noise_enabled, print_noise_disabled, false},
+    {PI_MODE_MOT, "MOT", "%s, %d, piMode = %d, MOT test mode enable.\n", mot_enabled,
+     print_mot_disabled, true},
+    {PI_MODE_DUST, "Dust", "%s, %d, piMode = %d, Dust test mode enable.\n", dust_enabled,
+     print_dust_disabled, false},
+    {PI_MODE_NOISE, "Noise", "%s, %d, piMode = %d, Noise test mode enable.\n", noise_enabled,
+     print_noise_disabled, false},
 };
 
 constinit std::atomic<rova_pim_test> tests[std::size(ROUTES)] = {}; // by the routes' order
@@ -352,8 +356,7 @@ void CheckMain(int32_t mainGWidth, int32_t mainGHeight, int32_t mainWidth, int32
         route->print_disabled();
         return;
     }
-    rova_pim_debug_print("%s, %d, piMode = %d, %s test mode enable.\n", __func__, __LINE__,
-                         route->mode, route->name);
+    rova_pim_debug_print(route->enabled_text, __func__, __LINE__, route->mode);
     rova_pim_still still = {.main = {}, .screen = {}, .chart = chart, .colour = MARKER_COLOUR};
     if (!find_picture({"full", mainGWidth, mainGHeight, mainWidth, mainHeight, mainY}, &still.main))
         return;

@@ -39,10 +39,26 @@ void make_raw_dir()
         ROVA_LOG_ERR("failed to make %s (%s)\n", ROVA_PIM_RAW_DIR, std::strerror(errno));
 }
 
-std::span<const uint8_t> planes(const uint8_t *y, int32_t pitch, int32_t height)
+// What tells the dumps of the two pictures apart.
+struct raw_texts {
+    const char *function;
+    const char *sizes;
+    const char *start;
+    const char *path;
+};
+
+void save(const raw_texts &texts, int32_t number, const uint8_t *y, int32_t pitch, int32_t height)
 {
-    return {y,
-            static_cast<std::size_t>(pitch) * static_cast<std::size_t>(height) * BYTES_PER_PIXEL};
+    const std::size_t bytes =
+        static_cast<std::size_t>(pitch) * static_cast<std::size_t>(height) * BYTES_PER_PIXEL;
+    char path[64];
+    make_raw_dir();
+    rova_pim_debug_print(texts.sizes, number, pitch, height, pitch * height);
+    rova_pim_debug_print(texts.start, rova_pim_address(y));
+    std::snprintf(path, sizeof(path), texts.path, number);
+    if (rova_pim_dump(path, {y, bytes}) == OPEN_FAILED)
+        rova_pim_debug_print("%s, %d: piMode = %d, file open error. fp %d\n", texts.function,
+                             __LINE__, GetPIMode(), OPEN_FAILED);
 }
 
 } // namespace
@@ -65,27 +81,15 @@ int rova_pim_dump(const char *path, std::span<const uint8_t> bytes)
 
 void saveYuvRawMain(int32_t number, const uint8_t *mainY, int32_t mainGWidth, int32_t mainHeight)
 {
-    char path[64];
-    make_raw_dir();
-    rova_pim_debug_print("Main %2dth  : %d x %d = %d\n", number, mainGWidth, mainHeight,
-                         mainGWidth * mainHeight);
-    rova_pim_debug_print("Main Start Address : 0x%08x\n", rova_pim_address(mainY));
-    std::snprintf(path, sizeof(path), "/mnt/mmc/DCIM_YUVRAW/HVXF_%04d.yuv.raw", number);
-    if (rova_pim_dump(path, planes(mainY, mainGWidth, mainHeight)) == OPEN_FAILED)
-        rova_pim_debug_print("%s, %d: piMode = %d, file open error. fp %d\n", __func__, __LINE__,
-                             GetPIMode(), OPEN_FAILED);
+    save({__func__, "Main %2dth  : %d x %d = %d\n", "Main Start Address : 0x%08x\n",
+          "/mnt/mmc/DCIM_YUVRAW/HVXF_%04d.yuv.raw"},
+         number, mainY, mainGWidth, mainHeight);
 }
 
 void saveYuvRawScreen(int32_t number, const uint8_t *screenY, int32_t screenGWidth,
                       int32_t screenHeight)
 {
-    char path[64];
-    make_raw_dir();
-    rova_pim_debug_print("ScreenNail %2dth  : %d x %d = %d\n", number, screenGWidth, screenHeight,
-                         screenGWidth * screenHeight);
-    rova_pim_debug_print("ScreenNail Start Address : 0x%08x\n", rova_pim_address(screenY));
-    std::snprintf(path, sizeof(path), "/mnt/mmc/DCIM_YUVRAW/HVXS_%04d.yuv.raw", number);
-    if (rova_pim_dump(path, planes(screenY, screenGWidth, screenHeight)) == OPEN_FAILED)
-        rova_pim_debug_print("%s, %d: piMode = %d, file open error. fp %d\n", __func__, __LINE__,
-                             GetPIMode(), OPEN_FAILED);
+    save({__func__, "ScreenNail %2dth  : %d x %d = %d\n", "ScreenNail Start Address : 0x%08x\n",
+          "/mnt/mmc/DCIM_YUVRAW/HVXS_%04d.yuv.raw"},
+         number, screenY, screenGWidth, screenHeight);
 }
