@@ -28,6 +28,9 @@ public:
     Planes(const Planes &) = delete;
     Planes &operator=(const Planes &) = delete;
 
+    // From here on a read of any byte ends the process.
+    void forbid() { mprotect(base_ + PAGE, room_, PROT_NONE); }
+
     uint8_t *data() const { return base_ + PAGE + room_ - size_; }
     std::span<const uint8_t> bytes() const { return {data(), size_}; }
     uint32_t address() const { return rova_pim_address(data()); }

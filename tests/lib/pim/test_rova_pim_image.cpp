@@ -245,11 +245,22 @@ TEST_F(Picture, ItsVeryLastByteIsRead)
     EXPECT_EQ(GetAreaSum(image(CS422_Y_CbCr), last).sum, planes.bytes().back());
 }
 
-TEST_F(Picture, ARectangleThatBeginsInTheRowBeforeIsStillInside)
+TEST_F(Picture, ARectangleThatLeavesItReadsMemoryAsItLies)
 {
-    const rova_pim_rect rect = {-2, 1, 1, 1};
-    EXPECT_THAT(copied_luma(image(CS422_Y_CbCr), rect),
+    const rova_pim_image still = image(CS422_Y_CbCr);
+    EXPECT_THAT(copied_luma(still, {-2, 1, 1, 1}), // from the row before
                 ElementsAre(at(PITCH - 2), at(PITCH - 1), at(PITCH), at(PITCH + 1)));
+    EXPECT_THAT(copied_luma(still, {PITCH - 1, 0, PITCH, 1}), // into the next row
+                ElementsAre(at(PITCH - 1), at(PITCH), at(2 * PITCH - 1), at(2 * PITCH)));
+    EXPECT_THAT(copied_luma(still, {0, HEIGHT - 1, 0, HEIGHT}), // into the chroma
+                ElementsAre(at(OFFSET - PITCH), at(OFFSET)));
+    EXPECT_EQ(GetAreaSum(still, {0, HEIGHT, 1, HEIGHT}).sum,
+              static_cast<uint64_t>(at(OFFSET) + at(OFFSET + 1)));
+    EXPECT_THAT(copied_chroma(still, PIM_COLOUR_CB, -1, 0, 2, 1), // from the luma
+                ElementsAre(at(OFFSET - 2), at(OFFSET)));
+    EXPECT_THAT(copied_chroma(still, PIM_COLOUR_CR, PITCH / 2 - 1, 0, 2, 1),
+                ElementsAre(at(OFFSET + PITCH - 1), at(OFFSET + PITCH + 1)));
+    EXPECT_EQ(camera.platform_log(), "");
 }
 
 TEST_F(Picture, WithoutAPitchIsNotRead)
@@ -371,6 +382,15 @@ TEST_F(Picture, NoChromaIsReadOutsideOfIt)
     EXPECT_EQ(GetChromaArea(still, 1, 0, 0, 4, 0, OFFSET, out), 0u);
 }
 
+TEST_F(Picture, ARectangleWhoseEndNoNumberHoldsIsRefused)
+{
+    std::vector<uint8_t> out(1);
+    rova_pim_image wide = image(CS422_YCbYCr);
+    wide.pitch = INT_MAX;
+    EXPECT_EQ(GetChromaArea(wide, 1, INT_MAX, INT_MAX, INT_MAX, INT_MAX, INT_MAX, out), 0u);
+    EXPECT_TRUE(camera.logged("no pixels at (2147483647, 2147483647) 2147483647 x 2147483647: "));
+}
+
 TEST_F(Picture, TheMeanOfAPlaneIsItsSumByItsCount)
 {
     const rova_pim_rect rect = {2, 1, 8, 6};
@@ -392,6 +412,14 @@ TEST_F(Picture, TheMeanOfAPlaneIsItsSumByItsCount)
             else
                 EXPECT_EQ(mean.mean, 0.0f);
         }
+}
+
+TEST_F(Picture, AMeanIsAQuotientOfFloats)
+{
+    std::vector<uint8_t> grey(6000, 254); // rows that overlap, as above
+    rova_pim_mean mean = {};
+    EXPECT_EQ(GetAreaMean({grey, 3000, 3000, 1, CS422_Y_CbCr}, 0, {0, 0, 2999, 2999}, 0, &mean), 0);
+    EXPECT_EQ(mean.mean, 254.00001525878906f); // 2286000000 is no float
 }
 
 TEST_F(Picture, AMeanOfNoColourOrOutsideIsZero)

@@ -155,8 +155,8 @@ TEST_F(Movie, NoInfoIsRefusedAndChangesNothing)
 
 TEST_F(Movie, TheRunningFlagIsWhatWasSetLast)
 {
-    rova_pim_set_mode(1);
-    EXPECT_EQ(rova_pim_check_mode(), 1);
-    rova_pim_set_mode(0);
-    EXPECT_EQ(rova_pim_check_mode(), 0);
+    for (int32_t value : {1, 7, 0}) {
+        rova_pim_set_mode(value);
+        EXPECT_EQ(rova_pim_check_mode(), value);
+    }
 }
