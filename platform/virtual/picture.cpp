@@ -348,7 +348,9 @@ std::optional<Picture> read_picture(const std::string &place, const Layout &layo
                                     std::string &error)
 {
     const Form *form = form_of(place);
-    if (!form || access(place.c_str(), R_OK) != 0) {
+    std::error_code none; // a pipe would be waited for
+    if (!form || !std::filesystem::is_regular_file(place, none) ||
+        access(place.c_str(), R_OK) != 0) {
         error = "no such picture";
         return std::nullopt;
     }

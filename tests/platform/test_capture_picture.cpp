@@ -11,6 +11,7 @@
 #include <optional>
 #include <png.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 
 using test::byte_at;
 using test::CaptureTest;
@@ -314,8 +315,12 @@ TEST_F(CapturePicture, WhatIsNoPictureIsRefusedWithItsReason)
         EXPECT_TRUE(camera_.logged("no still: " + std::string(row.name) + ": " + row.reason))
             << camera_.platform_log();
     }
-    EXPECT_FALSE(virt::take_still("unknown.ppm"));
-    EXPECT_TRUE(camera_.logged("no still: unknown.ppm: no such picture"));
+    picture("folder.png/a.png", "");
+    ASSERT_EQ(mkfifo(camera_.path("/virtual/scene/pipe.ppm").c_str(), 0600), 0);
+    for (const std::string name : {"unknown.ppm", "folder.png", "pipe.ppm"}) {
+        EXPECT_FALSE(virt::take_still(name));
+        EXPECT_TRUE(camera_.logged("no still: " + name + ": no such picture"));
+    }
     virt::finish_stills();
     EXPECT_EQ(stills_seen(), 0U);
     EXPECT_EQ(virt::capture_buffers_out(), 0U);
