@@ -7,7 +7,12 @@
 
 int rova_readout_create(pthread_t *thread, const char *name, void *(*start)(void *))
 {
-    return rova_thread_create(thread, name, ROVA_THREAD_PRIORITY, 1, 0, start, nullptr);
+    const pthread_t before = *thread;
+    if (rova_thread_create(thread, name, ROVA_THREAD_PRIORITY, 1, 0, start, nullptr) != 0)
+        return -1;
+    if (before != 0)
+        pthread_detach(before);
+    return 0;
 }
 
 int rova_readout_cancel(pthread_t *thread)

@@ -7,7 +7,8 @@
 #include <pthread.h>
 #include <unistd.h>
 
-// Server thread.  Starts a joinable thread into `*thread`.  0, or -1 with `*thread` left alone.
+// Server thread.  Starts a joinable thread into `*thread`.  0, or -1 with `*thread` left alone. The
+// thread that was there goes on until it ends by itself, and nobody has to join it any more.
 int rova_readout_create(pthread_t *thread, const char *name, void *(*start)(void *));
 // Server thread.  Cancels the thread, waits for its end and sets `*thread` to 0 in any case.  0, or
 // -1 when there is none to cancel.  A thread that has ended by itself is a good one.

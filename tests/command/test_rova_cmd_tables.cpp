@@ -99,7 +99,8 @@ TEST_P(CommandFamily, IsFoundInItsTable)
 }
 
 INSTANTIATE_TEST_SUITE_P(System, CommandFamily,
-                         testing::Values(Family{"system", "cis_data", rova_cmd_cis_data},
+                         testing::Values(Family{"system", "gyroscope", rova_cmd_gyroscope},
+                                         Family{"system", "cis_data", rova_cmd_cis_data},
                                          Family{"system", "cis_data2", rova_cmd_cis_data2},
                                          Family{"system", "cis_data_info", rova_cmd_cis_data_info},
                                          Family{"system", "cis_data_file", rova_cmd_cis_data_file}),
