@@ -78,7 +78,7 @@ std::string answer_file(const std::vector<std::string> &words)
         return "";
     const std::string place = file("app/answer/" + lower(words[0]));
     if (words.size() > 1 && is_name(words[1])) {
-        const std::string own = place + "." + lower(words[1]);
+        std::string own = place + "." + lower(words[1]);
         if (exists(own))
             return own;
     }
@@ -230,14 +230,14 @@ bool wait(unsigned int milliseconds)
 
 } // namespace
 
-std::vector<std::string> command_words(const void *record)
+std::vector<std::string> command_words(const void *command)
 {
-    const char *command = static_cast<const char *>(record);
+    const char *bytes = static_cast<const char *>(command);
     uint32_t count = 0;
-    std::memcpy(&count, command + count_at, sizeof(count));
-    std::vector<std::string> words = {word_at(command, 0)};
+    std::memcpy(&count, bytes + count_at, sizeof(count));
+    std::vector<std::string> words = {word_at(bytes, 0)};
     for (uint32_t at = 0; at < std::min(count, most_words); at++)
-        words.push_back(word_at(command, words_at + at * word_size));
+        words.push_back(word_at(bytes, words_at + at * word_size));
     return words;
 }
 
