@@ -714,7 +714,7 @@ TEST_F(Pim, TheWayOfAStillReadsNoByteOfAPlane)
     main.forbid();
     screen.forbid();
     SetPIMode(PI_MODE_MOT);
-    rova_pim_set_test(PI_MODE_MOT, [](const rova_pim_still &given) { tested().push_back(given); });
+    rova_pim_set_test(PI_MODE_MOT, note_still);
     receive();
     EXPECT_EQ(tested().size(), 1u);
     EXPECT_THAT(released(), ElementsAre(2, 3, 4));
