@@ -33,7 +33,7 @@ Display *as_display(void *display)
 
 } // namespace
 
-XServer::XServer()
+XServer::XServer(const std::vector<std::string> &options)
 {
     if (const char *old = std::getenv("DISPLAY"))
         before_ = old;
@@ -45,8 +45,12 @@ XServer::XServer()
         prctl(PR_SET_PDEATHSIG, SIGTERM); // it does not outlive a test that crashes
         close(ends[0]);
         std::string fd = std::to_string(ends[1]);
-        execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", "640x480x24", "-nolisten",
-               "tcp", "-noreset", nullptr);
+        std::vector<const char *> words = {"Xvfb",       "-displayfd", fd.c_str(), "-screen", "0",
+                                           "640x480x24", "-nolisten",  "tcp",      "-noreset"};
+        for (const std::string &option : options)
+            words.push_back(option.c_str());
+        words.push_back(nullptr);
+        execvp("Xvfb", const_cast<char *const *>(words.data()));
         _exit(127);
     }
     close(ends[1]);
@@ -83,6 +87,7 @@ FocusWindow::FocusWindow() : display_(XOpenDisplay(nullptr))
     do
         XNextEvent(display, &event);
     while (event.type != MapNotify);
+    XAutoRepeatOff(display);
     XSetInputFocus(display, window, RevertToNone, CurrentTime);
     XSync(display, False);
 }

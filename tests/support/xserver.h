@@ -13,9 +13,9 @@ namespace test
 class XServer
 {
 public:
-    // Starts Xvfb on a display of its own choice and points DISPLAY at it; the destructor ends it
-    // and brings back the old DISPLAY.
-    XServer();
+    // Starts Xvfb, with further options, on a display of its own choice and points DISPLAY at it;
+    // the destructor ends it and brings back the old DISPLAY.
+    explicit XServer(const std::vector<std::string> &options = {});
     ~XServer();
     XServer(const XServer &) = delete;
     XServer &operator=(const XServer &) = delete;
@@ -29,7 +29,7 @@ private:
     pid_t pid_ = -1;
 };
 
-// A window that sees all keys of the server named by DISPLAY.
+// A window that sees all keys of the server named by DISPLAY; a key that is held is not repeated.
 class FocusWindow
 {
 public:
