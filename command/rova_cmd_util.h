@@ -3,6 +3,8 @@
 
 #include "common/rova_cmd_data.h"
 
+#include <cstring>
+#include <iterator>
 #include <span>
 
 // The two plain answers, and the one that `ok` tells, with a stream if there is one; return 1.
@@ -12,6 +14,17 @@ int rova_cmd_answer(uint32_t cmd_type, bool ok, const rova_resp_stream *stream =
 
 // Parameter `index`, or an empty text for one that was not given.
 const char *rova_cmd_param(const cmd_data *record, uint32_t index);
+
+// The row whose name is exactly parameter 1; NULL if there is none.
+template <class row_table>
+auto rova_cmd_find_named(const row_table &rows, const cmd_data *record) -> decltype(std::data(rows))
+{
+    const char *name = rova_cmd_param(record, 1);
+    for (const auto &row : rows)
+        if (std::strcmp(row.name, name) == 0)
+            return &row;
+    return nullptr;
+}
 
 // Exactly "on" gives 1 and "off" 0 in `*on`; any other word leaves it alone and gives false.
 bool rova_cmd_on_off(const char *word, uint8_t *on);

@@ -1,0 +1,25 @@
+// What the families of the dials share.  Server thread.
+#pragma once
+
+#include "common/rova_cmd_data.h"
+
+#include <span>
+
+struct rova_dial_row {
+    char name[16];
+    uint32_t code;  // the driver's key code
+    uint32_t value; // what the dial's file reads at this position
+    uint32_t reserved;
+};
+
+struct rova_dial {
+    const char *path;
+    std::span<const rova_dial_row> rows;
+};
+
+// A position that no dial reports: nothing to wait for.
+inline constexpr uint32_t ROVA_DIAL_NO_VALUE = 0xffffffff;
+
+// The families' subcommands that both have: "wait position" and "set position".
+int rova_dial_wait(uint32_t cmd_type, const cmd_data *record, const rova_dial &dial);
+int rova_dial_set(uint32_t cmd_type, const cmd_data *record, const rova_dial &dial);
