@@ -70,6 +70,8 @@ struct rova_pim_subsampling {
     int32_t fy; // rows of pixels for each row of chroma
 };
 
+inline constexpr uint64_t ROVA_PIM_ADDRESS_END = uint64_t{1} << 32;
+
 // The address of a plane below 4 GiB as the capture service's records have it, and back.
 inline uint32_t rova_pim_address(const uint8_t *plane)
 {

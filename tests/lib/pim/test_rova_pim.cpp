@@ -22,9 +22,11 @@ using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-// The linker hands the receiver's calls to the second, which passes them on to the first.
+// The linker hands the receiver's calls to the second of each, which passes them on to the first.
 extern "C" int __real_ReleaseCaptureBuffer(int kind, uint32_t address);
 extern "C" int __wrap_ReleaseCaptureBuffer(int kind, uint32_t address);
+extern "C" decltype(CheckMain) __real__Z9CheckMainiiiijjiiiijjiii;
+extern "C" decltype(CheckMain) __wrap__Z9CheckMainiiiijjiiiijjiii;
 
 namespace
 {
@@ -65,6 +67,13 @@ std::vector<Released> &given_back()
 {
     static std::vector<Released> pictures;
     return pictures;
+}
+
+// What CheckMain was called with last.
+std::vector<int64_t> &checked()
+{
+    static std::vector<int64_t> arguments;
+    return arguments;
 }
 
 void note_still(const rova_pim_still &still)
@@ -267,6 +276,21 @@ int __wrap_ReleaseCaptureBuffer(int kind, uint32_t address)
     return __real_ReleaseCaptureBuffer(kind, address);
 }
 
+void __wrap__Z9CheckMainiiiijjiiiijjiii(int32_t mainGWidth, int32_t mainGHeight, int32_t mainWidth,
+                                        int32_t mainHeight, uint32_t mainY, uint32_t mainC,
+                                        int32_t screenGWidth, int32_t screenGHeight,
+                                        int32_t screenWidth, int32_t screenHeight, uint32_t screenY,
+                                        uint32_t screenC, int32_t chart, int32_t reserved,
+                                        int32_t fileNumber)
+{
+    checked() = {mainGWidth, mainGHeight,  mainWidth,     mainHeight,  mainY,
+                 mainC,      screenGWidth, screenGHeight, screenWidth, screenHeight,
+                 screenY,    screenC,      chart,         reserved,    fileNumber};
+    __real__Z9CheckMainiiiijjiiiijjiii(mainGWidth, mainGHeight, mainWidth, mainHeight, mainY, mainC,
+                                       screenGWidth, screenGHeight, screenWidth, screenHeight,
+                                       screenY, screenC, chart, reserved, fileNumber);
+}
+
 TEST_F(Pim, TheModeIsKeptAndPrinted)
 {
     testing::internal::CaptureStdout();
@@ -415,6 +439,16 @@ TEST_F(Pim, AStillIsToldAsItGoes)
                              "\033.42mrova_pim_capture_data_receiver, [0-9]+ : "
                              "rova_pim_capture_data_receiver function done\033.0m\n"));
     EXPECT_THAT(printed, HasSubstr(hex("img_data.mainYAddress 0x%x,\n", main.address())));
+}
+
+// The chroma of the full image by its valid width, that of the screen nail by its pitch.
+TEST_F(Pim, AStillIsHandedOnWithItsChromaAddressesCounted)
+{
+    stepValue = PIM_CHART_TELE;
+    receive();
+    EXPECT_THAT(checked(), ElementsAre(96, 32, 90, 30, main.address(), main.address() + 90 * 30, 32,
+                                       12, 30, 12, screen.address(), screen.address() + 32 * 12,
+                                       PIM_CHART_TELE, 0, 13));
 }
 
 TEST_F(Pim, ShootingDataAreClearedBeforeEachStill)
