@@ -72,6 +72,22 @@ protected:
         server.join();
         return log;
     }
+
+    // What the key driver tells somebody who does what the examples ask for, in their order.
+    void work_keys() const
+    {
+        const std::string driver = "/sys/devices/platform/m7-keys/";
+        camera.write(driver + "keycode", "0");
+        camera.write(driver + "keycode.play",
+                     "177\n177\n177\n"   // jog1 right
+                     "163\n163\n163\n"   // jog2 right
+                     "125\n"             // s1
+                     "106\n106\n106\n"); // wheel right
+        camera.write(driver + "pushed_keys", "0x800\n");
+        camera.write(driver + "keymask", "0");
+        camera.write(driver + "dial_drive", "3\n");
+        camera.write(driver + "dial_mode", "2\n");
+    }
 };
 
 TEST_F(Manual, EverySubcommandIsKnown)
@@ -97,6 +113,7 @@ TEST_F(Manual, EveryExampleEndsWithOk)
     camera.write("/var/run/memory/private/pmode_shutter_data", "NO= 1\nB\n1 2\n");
     camera.fault("sys_fdatasync", "0"); // hundreds of rows would each wait for the PC's disk
 
+    work_keys();
     camera.speed(10);
 
     std::vector<std::string> examples = command_lines(".Dl");

@@ -99,7 +99,13 @@ TEST_P(CommandFamily, IsFoundInItsTable)
 }
 
 INSTANTIATE_TEST_SUITE_P(System, CommandFamily,
-                         testing::Values(Family{"system", "gyroscope", rova_cmd_gyroscope},
+                         testing::Values(Family{"system", "key", rova_cmd_key},
+                                         Family{"system", "wheel", rova_cmd_wheel},
+                                         Family{"system", "mode_dial", rova_cmd_mode_dial},
+                                         Family{"system", "drive_dial", rova_cmd_drive_dial},
+                                         Family{"system", "jog1", rova_cmd_jog1},
+                                         Family{"system", "jog2", rova_cmd_jog2},
+                                         Family{"system", "gyroscope", rova_cmd_gyroscope},
                                          Family{"system", "cis_data", rova_cmd_cis_data},
                                          Family{"system", "cis_data2", rova_cmd_cis_data2},
                                          Family{"system", "cis_data_info", rova_cmd_cis_data_info},
