@@ -5,6 +5,6 @@
 
 void rova_adc_set_update(int on)
 {
-    if (rova_sysfs_write_int("/sys/devices/platform/movra7-adc/update_sysfs", on) < 0)
+    if (rova_sysfs_write_int(ROVA_ADC_UPDATE_PATH, on) < 0)
         ROVA_LOG_ERR("failed to write ROVA_SYSFS_UPDATE_SYSFS_PATH sysfs\n");
 }

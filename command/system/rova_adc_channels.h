@@ -13,6 +13,9 @@ inline constexpr rova_adc_path rova_adc_paths[ROVA_ADC_CHANNELS] = {
     "/sys/devices/platform/movra7-adc/adc8", "/sys/devices/platform/movra7-adc/adc9",
 };
 
+// 1 while the driver refreshes them.
+inline constexpr char ROVA_ADC_UPDATE_PATH[] = "/sys/devices/platform/movra7-adc/update_sysfs";
+
 // Has the driver refresh the files (1) or leave them (0).  A failure is logged, nothing more.
 void rova_adc_set_update(int on);
 // How long a refresh takes, in microseconds.

@@ -5,24 +5,19 @@
 namespace
 {
 
-constexpr rova_rotary jog1 = {
-    .rows = {{"right", 177, 0x2000}, {"left", 178, 0x2000}},
-    .log_codes = true,
-};
-
 int rova_cmd_jog1_wait(uint32_t cmd_type, cmd_data *record)
 {
-    return rova_rotary_wait(cmd_type, record, jog1);
+    return rova_rotary_wait(cmd_type, record, rova_jog1);
 }
 
 int rova_cmd_jog1_mask(uint32_t cmd_type, cmd_data *record)
 {
-    return rova_rotary_mask(cmd_type, record, jog1);
+    return rova_rotary_mask(cmd_type, record, rova_jog1);
 }
 
 int rova_cmd_jog1_unmask(uint32_t cmd_type, cmd_data *record)
 {
-    return rova_rotary_unmask(cmd_type, record, jog1);
+    return rova_rotary_unmask(cmd_type, record, rova_jog1);
 }
 
 constexpr rova_cmd_entry jog1_table[] = {

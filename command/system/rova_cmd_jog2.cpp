@@ -5,24 +5,19 @@
 namespace
 {
 
-constexpr rova_rotary jog2 = {
-    .rows = {{"right", 163, 0x1000000}, {"left", 165, 0x1000000}},
-    .log_codes = false,
-};
-
 int rova_cmd_jog2_wait(uint32_t cmd_type, cmd_data *record)
 {
-    return rova_rotary_wait(cmd_type, record, jog2);
+    return rova_rotary_wait(cmd_type, record, rova_jog2);
 }
 
 int rova_cmd_jog2_mask(uint32_t cmd_type, cmd_data *record)
 {
-    return rova_rotary_mask(cmd_type, record, jog2);
+    return rova_rotary_mask(cmd_type, record, rova_jog2);
 }
 
 int rova_cmd_jog2_unmask(uint32_t cmd_type, cmd_data *record)
 {
-    return rova_rotary_unmask(cmd_type, record, jog2);
+    return rova_rotary_unmask(cmd_type, record, rova_jog2);
 }
 
 constexpr rova_cmd_entry jog2_table[] = {

@@ -2,7 +2,6 @@
 #include "command/rova_cmd_util.h"
 #include "command/system/rova_cmd_system.h"
 #include "command/system/rova_dial.h"
-#include "command/system/rova_key_driver.h"
 #include "common/rova_log.h"
 #include "common/rova_util.h"
 #include "platform/vconf.h"
@@ -10,45 +9,27 @@
 namespace
 {
 
-// The camera application sets it once it has changed its mode.
-constexpr char KEY_MODE_CHANGED[] = "memory/rova/mode_changed_done";
-
-constexpr rova_dial_row positions[] = {
-    // clang-format off
-    {"scene",     231, 0, 0},
-    {"smartauto", 232, 1, 0},
-    {"p",         233, 2, 0},
-    {"a",         234, 3, 0},
-    {"s",         235, 4, 0},
-    {"m",         236, 5, 0},
-    {"c1",        237, 6, 0},
-    {"i",         229, 8, 0},
-    // clang-format on
-};
-
-constexpr rova_dial mode_dial = {ROVA_DIAL_MODE_PATH, positions};
-
 int rova_cmd_mode_dial_wait(uint32_t cmd_type, cmd_data *record)
 {
-    return rova_dial_wait(cmd_type, record, mode_dial);
+    return rova_dial_wait(cmd_type, record, rova_mode_dial);
 }
 
 int rova_cmd_mode_dial_set(uint32_t cmd_type, cmd_data *record)
 {
-    if (rova_cmd_find_named(positions, record) == nullptr)
+    if (rova_cmd_find_named(rova_mode_dial_tbl, record) == nullptr)
         return rova_cmd_ng(cmd_type);
-    if (vconf_set_int(KEY_MODE_CHANGED, 0) < 0) {
+    if (vconf_set_int(ROVA_KEY_MODE_CHANGED, 0) < 0) {
         ROVA_LOG_ERR("warn : failed to set VCONF_PMODE_MODE_DIAL to 0\n");
         return rova_cmd_ng(cmd_type);
     }
-    return rova_dial_set(cmd_type, record, mode_dial);
+    return rova_dial_set(cmd_type, record, rova_mode_dial);
 }
 
 int rova_cmd_mode_dial_check(uint32_t cmd_type, cmd_data *record)
 {
-    const rova_dial_row *position = rova_cmd_find_named(positions, record);
+    const rova_dial_row *position = rova_cmd_find_named(rova_mode_dial_tbl, record);
     return rova_cmd_answer(cmd_type,
-                           position != nullptr && rova_sysfs_read_int(ROVA_DIAL_MODE_PATH) ==
+                           position != nullptr && rova_sysfs_read_int(rova_mode_dial.path) ==
                                                       static_cast<int>(position->value));
 }
 

@@ -5,24 +5,19 @@
 namespace
 {
 
-constexpr rova_rotary wheel = {
-    .rows = {{"left", 105, 0x80000}, {"right", 106, 0x80000}},
-    .log_codes = false,
-};
-
 int rova_cmd_wheel_wait(uint32_t cmd_type, cmd_data *record)
 {
-    return rova_rotary_wait(cmd_type, record, wheel);
+    return rova_rotary_wait(cmd_type, record, rova_wheel);
 }
 
 int rova_cmd_wheel_mask(uint32_t cmd_type, cmd_data *record)
 {
-    return rova_rotary_mask(cmd_type, record, wheel);
+    return rova_rotary_mask(cmd_type, record, rova_wheel);
 }
 
 int rova_cmd_wheel_unmask(uint32_t cmd_type, cmd_data *record)
 {
-    return rova_rotary_unmask(cmd_type, record, wheel);
+    return rova_rotary_unmask(cmd_type, record, rova_wheel);
 }
 
 constexpr rova_cmd_entry wheel_table[] = {

@@ -2,20 +2,7 @@
 #pragma once
 
 #include "common/rova_cmd_data.h"
-
-#include <span>
-
-struct rova_dial_row {
-    char name[16];
-    uint32_t code;  // the driver's key code
-    uint32_t value; // what the dial's file reads at this position
-    uint32_t reserved;
-};
-
-struct rova_dial {
-    const char *path;
-    std::span<const rova_dial_row> rows;
-};
+#include "lib/rova_dial_tbl.h"
 
 // A position that no dial reports: nothing to wait for.
 inline constexpr uint32_t ROVA_DIAL_NO_VALUE = 0xffffffff;

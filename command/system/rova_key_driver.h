@@ -12,6 +12,3 @@ inline constexpr char ROVA_CHECK_PUSH_KEY_PATH[] = "/sys/devices/platform/m7-key
 inline constexpr char ROVA_KEYDESC_PATH[] = "/sys/devices/platform/m7-keys/keydesc";
 // The top panel's light.
 inline constexpr char ROVA_TNLCD_STATUS_PATH[] = "/sys/devices/platform/m7-keys/tnlcd_status";
-// The dials' positions.
-inline constexpr char ROVA_DIAL_MODE_PATH[] = "/sys/devices/platform/m7-keys/dial_mode";
-inline constexpr char ROVA_DIAL_DRIVE_PATH[] = "/sys/devices/platform/m7-keys/dial_drive";

@@ -1,19 +1,8 @@
 // What the families of the rotary switches share.  Server thread.
 #pragma once
 
+#include "command/system/rova_rotary_tbl.h"
 #include "common/rova_cmd_data.h"
-
-struct rova_rotary_row {
-    char name[16];
-    uint32_t code; // the driver's key code for one click
-    uint32_t mask; // the switch's bit in the driver's mask
-};
-
-// A switch has two directions.
-struct rova_rotary {
-    rova_rotary_row rows[2];
-    bool log_codes; // say which codes a wait looks for
-};
 
 // Waits until the driver has seen `count` clicks of `wanted`.  False as soon as it shows
 // `opposite`, or cannot be read or cleared.  While the daemon is asked to stop nothing counts.
