@@ -4,6 +4,7 @@
 #include "platform/virtual/calls.h"
 #include "platform/virtual/faults.h"
 #include "platform/virtual/memory.h"
+#include "platform/virtual/motion.h"
 #include "platform/virtual/objects.h"
 #include "platform/virtual/processes.h"
 #include "platform/virtual/root.h"
@@ -97,6 +98,8 @@ void answer(const std::string &node, unsigned long request, void *argument)
 
 int device_ioctl(const std::string &node, unsigned long request, void *argument)
 {
+    if (auto result = virt::motion_ioctl(node, request, argument))
+        return *result;
     int before = errno;
     bool only_reads = _IOC_DIR(request) == _IOC_READ;
     if (!only_reads)

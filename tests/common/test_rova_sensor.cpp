@@ -1,6 +1,7 @@
 #include "common/rova_sensor.h"
 
 #include "platform/sys.h"
+#include "platform/virtual/motion.h"
 #include "tests/support/camera.h"
 #include "tests/support/wrap.h"
 
@@ -339,4 +340,15 @@ TEST_F(Sensor, AThermistorThatCannotBeReadIsTold)
     EXPECT_EQ(rova_read_cis_temperature_avg(&degrees, 0), 0);
     EXPECT_EQ(degrees, -1.0F);
     EXPECT_TRUE(camera.logged("Thermister read error!"));
+}
+
+// One reader takes the text at the file's start, the other the mean of its words.
+TEST_F(Sensor, TheVirtualCamerasThermistorIsReadAlikeBothWays)
+{
+    for (int degrees = -128; degrees <= 127; degrees++) {
+        EXPECT_EQ(cis_of(virt::thermistor_text(degrees)), degrees);
+        float mean = UNTOUCHED;
+        EXPECT_EQ(rova_read_cis_temperature_avg(&mean, 0), 1);
+        EXPECT_EQ(mean, static_cast<float>(degrees));
+    }
 }

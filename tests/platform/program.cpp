@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <glib.h>
 #include <string>
 #include <unistd.h>
@@ -57,6 +58,19 @@ int read_values(char **args)
 {
     for (int count = std::atoi(args[1]); count > 0; count--)
         std::puts(virt::read_value(virt::path(args[0])).value_or("none").c_str());
+    return 0;
+}
+
+// axes NODE COUNT: the first number of COUNT readings of the motion sensor, a line each
+int axes(char **args)
+{
+    int fd = sys_open(args[0], O_RDONLY | O_CLOEXEC, 0);
+    for (int count = std::atoi(args[1]); count > 0; count--) {
+        int sample[3] = {};
+        if (sys_ioctl(fd, 0x800c6c01, sample) != 0)
+            return 1;
+        std::printf("%d\n", sample[0]);
+    }
     return 0;
 }
 
@@ -139,6 +153,7 @@ constexpr struct {
     {"set", set},         {"flip", flip},       {"echo", serve_echo}, {"read", read_values},
     {"number", number},   {"save", save},       {"keep", keep},       {"ftok", key_of},
     {"execute", execute}, {"command", command}, {"get", get},         {"properties", properties},
+    {"axes", axes},
 };
 
 } // namespace
