@@ -57,6 +57,8 @@ TEST(Completion, OffersTheOptionsAndActionsOfAVerb)
     EXPECT_EQ(completions({VCAM_PROGRAM, "key", "set", "--b"}), (words{"--bool"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "key", "--h"}), (words{"--help"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "chart", "m"}), (words{"mot", "movie"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "motion", ""}), (words{"model", "file", "off"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "motion", "model", "--d"}), (words{"--drift"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "chart", "dust", "--v"}), (words{"--vignette"}));
 }
 
@@ -94,6 +96,7 @@ TEST(Completion, OffersFilesWhereFilesAreMeant)
     const std::string start = std::string(COMPLETION).substr(0, sizeof(COMPLETION) - 4);
     EXPECT_EQ(completions({VCAM_PROGRAM, "run", start}), (words{COMPLETION}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "adj", "diff", start}), (words{COMPLETION}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "motion", "file", start}), (words{COMPLETION}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "adj", "set", "CS_ADDR", "--file", start}),
               (words{COMPLETION}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "screen", "--png", start}), (words{COMPLETION}));

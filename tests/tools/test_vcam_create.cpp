@@ -2,6 +2,7 @@
 
 #include "common/rova_adjdata_items.h"
 #include "platform/pref.h"
+#include "platform/virtual/motion.h"
 #include "tests/tools/tool.h"
 
 #include <filesystem>
@@ -44,6 +45,10 @@ TEST(VcamCreate, MakesTheFoldersLinksAndFilesOfACamera)
     EXPECT_EQ(place.read(base + "m7-keys/key_unmask_on_boot"), "1\n");
     EXPECT_TRUE(place.exists(base + "movra7_wdt/boot_shutdown"));
     EXPECT_TRUE(place.exists(base + "movra7_wdt/timer"));
+    EXPECT_EQ(place.read(base + "movra7-thermister/cmos_thermister"), virt::thermistor_text(25));
+    EXPECT_EQ(place.read(base + "m7_tsu/isp"), "35\n");
+    EXPECT_EQ(place.read(base + "m7_tsu/cpu"), "40\n");
+    EXPECT_TRUE(fs::exists(dir / "dev/lsm"));
 }
 
 TEST(VcamCreate, SoundsAreWavFilesOfWholeSamples)

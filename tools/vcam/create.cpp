@@ -1,6 +1,7 @@
 // vcam create: the file tree of a camera, with what its programs and files are on a PC.
 #include "common/rova_adjdata_table.h"
 #include "platform/pref.h"
+#include "platform/virtual/motion.h"
 #include "platform/virtual/pref.h"
 #include "tools/vcam/camera.h"
 #include "tools/vcam/media.h"
@@ -36,10 +37,17 @@ struct file_row {
 
 constexpr file_row FILES[] = {
     {"dev/fb0", ""},
+    {"dev/lsm", ""},
     {"sys/devices/platform/m7-keys/key_unmask_on_boot", "1\n"},
+    {"sys/devices/platform/m7_tsu/cpu", "40\n"},
+    {"sys/devices/platform/m7_tsu/isp", "35\n"},
     {"sys/devices/platform/movra7_wdt/boot_shutdown", "0\n"},
     {"sys/devices/platform/movra7_wdt/timer", "0\n"},
 };
+
+// The image sensor's.
+constexpr char THERMISTOR[] = "/sys/devices/platform/movra7-thermister/cmos_thermister";
+constexpr int REST_DEGREES = 25;
 
 // Every stand-in begins with this: it notes its call as the platform's calls are noted.  It uses
 // the shell's own commands only, since the camera's programs come first in PATH.
@@ -182,6 +190,7 @@ int verb_create(const invocation &in, CLI::App &app)
     add_folders();
     for (const file_row &row : FILES)
         add_file(on_pc(row.path), row.text);
+    add_file(on_pc(THERMISTOR), virt::thermistor_text(REST_DEGREES));
     for (const program_row &row : PROGRAMS)
         add_program(row);
     for (const sound_row &row : SOUNDS)

@@ -29,6 +29,9 @@ constexpr verb VERBS[] = {
     {"key", "Read, write, watch or list keys",
      "get memory/rova/power_off\nset memory/sysman/usb_status 2\nwatch", verb_key},
     {"log", "Show the file log or the platform log", "--follow\n--platform", verb_log},
+    {"motion", "Set what the motion sensor measures",
+     "model --rate 40 -25 10 --drift 1.5 -0.75 0.2 --noise 2 --from 20 --rise 0.004\n"
+     "file samples.txt\noff", verb_motion},
     {"pc", "Send a command as the PC does and show the answer",
      "osd string 1 hello\n--number 0x10030000 2026 11 20 0", verb_pc},
     {"property", "Read or write a device property", "get 17 7\nset 2 4 1", verb_property},

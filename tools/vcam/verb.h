@@ -58,6 +58,7 @@ int verb_create(const invocation &in, CLI::App &app);
 int verb_fault(const invocation &in, CLI::App &app);
 int verb_key(const invocation &in, CLI::App &app);
 int verb_log(const invocation &in, CLI::App &app);
+int verb_motion(const invocation &in, CLI::App &app);
 int verb_pc(const invocation &in, CLI::App &app);
 int verb_property(const invocation &in, CLI::App &app);
 int verb_run(const invocation &in, CLI::App &app);
