@@ -24,7 +24,6 @@ namespace
 {
 
 constexpr char SENSOR[] = "/dev/lsm";
-constexpr char THERMISTOR[] = "/sys/devices/platform/movra7-thermister/cmos_thermister";
 constexpr unsigned long READ_AXES = 0x800c6c01;
 constexpr unsigned long READ_TEMPERATURE = 0x80046c03;
 constexpr int LOWEST = -128, HIGHEST = 127; // degrees that the sensor can tell

@@ -36,8 +36,9 @@ std::optional<MotionKind> motion_kind();
 std::string motion_text(MotionKind kind);
 std::optional<MotionSample> latest_motion_sample();
 
-// The thermistor's file at so many degrees, -128 to 127: the raw value for readers of text, and
-// behind it what makes it the mean of the file's 32-bit words.
+// The image sensor's thermistor, and its file at so many degrees, -128 to 127: the raw value for
+// readers of text, and behind it what makes it the mean of the file's 32-bit words.
+inline constexpr char THERMISTOR[] = "/sys/devices/platform/movra7-thermister/cmos_thermister";
 std::string thermistor_text(int degrees);
 
 } // namespace virt

@@ -16,7 +16,6 @@
 namespace
 {
 
-constexpr char THERMISTOR[] = "/sys/devices/platform/movra7-thermister/cmos_thermister";
 constexpr unsigned long READ_AXES = 0x800c6c01;
 constexpr unsigned long READ_TEMPERATURE = 0x80046c03;
 
@@ -63,7 +62,7 @@ struct Motion : testing::Test {
 
     bool thermistor_at(int degrees)
     {
-        return camera.read(THERMISTOR) == virt::thermistor_text(degrees);
+        return camera.read(virt::THERMISTOR) == virt::thermistor_text(degrees);
     }
 };
 
@@ -258,7 +257,7 @@ TEST_F(Motion, WithoutOneTheValueFilesAnswer)
     EXPECT_EQ(axes(), (Axes{1, 2, 3}));
     EXPECT_EQ(temperature(), 17U);
     EXPECT_FALSE(camera.exists("/virtual/motion"));
-    EXPECT_FALSE(camera.exists(THERMISTOR));
+    EXPECT_FALSE(camera.exists(virt::THERMISTOR));
 
     EXPECT_TRUE(virt::set_motion(MotionKind::samples, "9 8 7 30\n"));
     EXPECT_EQ(axes(), (Axes{9, 8, 7}));
@@ -326,8 +325,8 @@ TEST_F(Motion, APositionOrThermistorThatCannotBeWrittenFailsTheReading)
 {
     EXPECT_TRUE(virt::set_motion(MotionKind::samples, "1 1 1 20\n2 2 2 21\n"));
     axes();
-    camera.remove(THERMISTOR);
-    camera.write(std::string(THERMISTOR) + "/inside", "");
+    camera.remove(virt::THERMISTOR);
+    camera.write(std::string(virt::THERMISTOR) + "/inside", "");
     EXPECT_EQ(refusal(READ_AXES), EIO);
     camera.remove("/virtual/motion/position");
     camera.write("/virtual/motion/position/inside", "");

@@ -15,7 +15,6 @@ using tool::vcam;
 namespace
 {
 
-constexpr char THERMISTOR[] = "/sys/devices/platform/movra7-thermister/cmos_thermister";
 constexpr unsigned long READ_AXES = 0x800c6c01;
 constexpr unsigned long READ_TEMPERATURE = 0x80046c03;
 
@@ -51,7 +50,7 @@ TEST(VcamMotion, AModelIsSetShownAndEnded)
                         "0.5", "-1", "0", "--from", "20", "--rise", "0.5", "--seed", "7"})));
     EXPECT_EQ(camera.read("/virtual/motion/model"),
               "rate 3 -2 1\ndrift 0.5 -1 0\nnoise 0\nfrom 20\nrise 0.5\nseed 7\n");
-    EXPECT_EQ(camera.read(THERMISTOR), virt::thermistor_text(20));
+    EXPECT_EQ(camera.read(virt::THERMISTOR), virt::thermistor_text(20));
     EXPECT_EQ(vcam({"motion"}).out,
               "model\n" + camera.read("/virtual/motion/model") + "no reading yet\n");
     EXPECT_EQ(reading(), (axes{13, -22, 1}));
@@ -86,7 +85,7 @@ TEST(VcamMotion, AFileOfSamplesTakesTheModelsPlace)
     camera.write("/tmp/samples.txt", "# shaken\n10 -20 30 -4\n11 -21 31 -3.5\n");
     EXPECT_TRUE(succeeded(vcam({"motion", "file", camera.path("/tmp/samples.txt")})));
     EXPECT_FALSE(camera.exists("/virtual/motion/model"));
-    EXPECT_EQ(camera.read(THERMISTOR), virt::thermistor_text(-4));
+    EXPECT_EQ(camera.read(virt::THERMISTOR), virt::thermistor_text(-4));
     EXPECT_EQ(vcam({"motion"}).out, "file virtual/motion/samples\nno reading yet\n");
     EXPECT_EQ(reading(), (axes{10, -20, 30}));
     EXPECT_EQ(reading(), (axes{11, -21, 31}));

@@ -45,9 +45,7 @@ constexpr file_row FILES[] = {
     {"sys/devices/platform/movra7_wdt/timer", "0\n"},
 };
 
-// The image sensor's.
-constexpr char THERMISTOR[] = "/sys/devices/platform/movra7-thermister/cmos_thermister";
-constexpr int REST_DEGREES = 25;
+constexpr int REST_DEGREES = 25; // of the image sensor
 
 // Every stand-in begins with this: it notes its call as the platform's calls are noted.  It uses
 // the shell's own commands only, since the camera's programs come first in PATH.
@@ -190,7 +188,7 @@ int verb_create(const invocation &in, CLI::App &app)
     add_folders();
     for (const file_row &row : FILES)
         add_file(on_pc(row.path), row.text);
-    add_file(on_pc(THERMISTOR), virt::thermistor_text(REST_DEGREES));
+    add_file(on_pc(virt::THERMISTOR), virt::thermistor_text(REST_DEGREES));
     for (const program_row &row : PROGRAMS)
         add_program(row);
     for (const sound_row &row : SOUNDS)
