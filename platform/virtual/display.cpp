@@ -4,6 +4,8 @@
 #include "platform/virtual/told.h"
 #include "platform/virtual/values.h"
 
+#include <cstdlib>
+
 namespace
 {
 
@@ -18,13 +20,21 @@ int display_value(const char *name, int otherwise)
     return static_cast<int>(virt::read_number(virt::file(name)).value_or(otherwise));
 }
 
+// On the panel the mode is 1 while a device is connected.  Asking here uses up no scripted value.
+int panel_mode()
+{
+    return std::atoi(virt::read_file(virt::file("display/hdmi_connect_state")).c_str()) != 0 ? 1
+                                                                                             : 0;
+}
+
 // The mode follows the picture.
 int move_picture(int state)
 {
     if (!virt::present() || (state != on_hdmi && state != on_panel))
         return -1;
+    int mode = state == on_hdmi ? hdmi_mode : panel_mode();
     bool good = virt::write_number(virt::file("display/hdmi_state"), state) &&
-                virt::write_number(virt::file("display/tv_mode"), state == on_hdmi ? hdmi_mode : 0);
+                virt::write_number(virt::file("display/tv_mode"), mode);
     return good ? 0 : -1;
 }
 

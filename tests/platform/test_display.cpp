@@ -30,6 +30,16 @@ TEST(Display, ADeviceIsConnectedWhenItsFileSaysSo)
     EXPECT_EQ(utilx_get_hdmi_connect_state(), 1);
 }
 
+TEST(Display, ModeOfThePanelTellsWhetherADeviceIsConnected)
+{
+    test::Camera camera;
+    camera.write("/virtual/display/hdmi_connect_state", "1\n");
+    camera.write("/virtual/display/hdmi_connect_state.play", "0\n");
+    EXPECT_EQ(utilx_set_hdmi_state(2), 0);
+    EXPECT_EQ(utilx_disp_get_tv_mode(), 1);
+    EXPECT_EQ(utilx_get_hdmi_connect_state(), 0) << "the move has used up no value";
+}
+
 TEST(Display, EachCallCanFail)
 {
     test::Camera camera;

@@ -39,9 +39,16 @@ int factory_osd_window_move_resize(int width, int height, int x, int y);
 int factory_osd_image_draw(const char *path);
 int factory_osd_image_clear(void);
 
+enum factory_osd_touch_state {
+    FACTORY_OSD_TOUCH_IDLE = 0,    /* not made ready: touches do not count */
+    FACTORY_OSD_TOUCH_READY = 1,   /* ready, and not touched since */
+    FACTORY_OSD_TOUCH_TOUCHED = 2, /* touched as it should be */
+    FACTORY_OSD_TOUCH_GHOST = 3,   /* there was a touch that nobody made */
+};
+
 /* The touch panel: make it ready, with the lines drawn that a finger draws (1) or without (0); run
- * the screen's own test, to its end; ask for the panel's state, which is 3 after a touch that
- * nobody made. */
+ * the screen's own test, to its end, which fails when it is not passed; ask for the panel's state,
+ * negative on failure. */
 int factory_osd_touch_ready(int draw_lines);
 int factory_osd_touch_test(void);
 int factory_osd_get_touch_state(void);
