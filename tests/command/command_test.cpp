@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <sstream>
 
 namespace test
@@ -91,6 +92,27 @@ std::vector<std::string> CommandTest::told(const std::vector<std::string> &names
             texts.push_back(name + call["args"].dump());
     }
     return texts;
+}
+
+std::vector<std::string> CommandTest::messages() const
+{
+    static const std::regex colour("\x1b\\[[0-9]*m");
+    std::istringstream log(camera.platform_log());
+    std::vector<std::string> texts;
+    for (std::string line; std::getline(log, line);) {
+        std::size_t at = line.find(") > ");
+        if (at != std::string::npos)
+            texts.push_back(std::regex_replace(line.substr(at + 4), colour, ""));
+    }
+    return texts;
+}
+
+std::vector<std::string> CommandTest::new_messages()
+{
+    std::vector<std::string> all = messages();
+    std::vector<std::string> fresh(all.begin() + static_cast<std::ptrdiff_t>(told_), all.end());
+    told_ = all.size();
+    return fresh;
 }
 
 } // namespace test

@@ -46,7 +46,15 @@ protected:
     // The calls of these names so far, in order, each as `name[arguments]` with JSON arguments.
     std::vector<std::string> told(const std::vector<std::string> &names) const;
 
+    // The messages of the platform log so far, in order, without colours and what stands before.
+    std::vector<std::string> messages() const;
+    // Those since the last call of this function.
+    std::vector<std::string> new_messages();
+
     Camera camera;
+
+private:
+    std::size_t told_ = 0;
 };
 
 } // namespace test

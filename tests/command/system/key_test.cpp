@@ -2,9 +2,6 @@
 
 #include "tests/support/wrap.h"
 
-#include <regex>
-#include <sstream>
-
 namespace test
 {
 
@@ -56,27 +53,6 @@ void KeyTest::play_shutter(const std::vector<std::string> &states) const
 void KeyTest::play_timer(const std::vector<std::string> &ticks) const
 {
     camera.write("/virtual/timer.play", joined(ticks));
-}
-
-std::vector<std::string> KeyTest::messages() const
-{
-    static const std::regex colour("\x1b\\[[0-9]*m");
-    std::istringstream log(camera.platform_log());
-    std::vector<std::string> texts;
-    for (std::string line; std::getline(log, line);) {
-        std::size_t at = line.find(") > ");
-        if (at != std::string::npos)
-            texts.push_back(std::regex_replace(line.substr(at + 4), colour, ""));
-    }
-    return texts;
-}
-
-std::vector<std::string> KeyTest::new_messages()
-{
-    std::vector<std::string> all = messages();
-    std::vector<std::string> fresh(all.begin() + static_cast<std::ptrdiff_t>(told_), all.end());
-    told_ = all.size();
-    return fresh;
 }
 
 } // namespace test

@@ -25,14 +25,6 @@ protected:
     // The shutter button, and the microseconds that the timer counts.
     void play_shutter(const std::vector<std::string> &states) const;
     void play_timer(const std::vector<std::string> &ticks) const;
-
-    // The messages of the platform log so far, in order, without colours and what stands before.
-    std::vector<std::string> messages() const;
-    // Those since the last call of this function.
-    std::vector<std::string> new_messages();
-
-private:
-    std::size_t told_ = 0;
 };
 
 } // namespace test
