@@ -190,17 +190,33 @@ void rova_cmd_show_result(uint32_t /*cmd_type*/, const cmd_data *record)
 
 static constexpr rova_cmd_entry system_table[] = {
     // clang-format off
+    {"shell",         rova_cmd_shell},
+    {"proximity",     rova_cmd_proximity},
     {"key",           rova_cmd_key},
+    {"ext_release",   rova_cmd_ext_release},
+    {"usb",           rova_cmd_usb},
     {"wheel",         rova_cmd_wheel},
     {"mode_dial",     rova_cmd_mode_dial},
     {"drive_dial",    rova_cmd_drive_dial},
     {"jog1",          rova_cmd_jog1},
     {"jog2",          rova_cmd_jog2},
+    {"rtc",           rova_cmd_rtc},
+    {"rtc2",          rova_cmd_rtc2},
+    {"earjack",       rova_cmd_earjack},
+    {"ext_mic",       rova_cmd_ext_mic},
+    {"led",           rova_cmd_led},
+    {"power",         rova_cmd_power},
+    {"dr",            rova_cmd_dr},
     {"gyroscope",     rova_cmd_gyroscope},
     {"cis_data",      rova_cmd_cis_data},
     {"cis_data2",     rova_cmd_cis_data2},
     {"cis_data_info", rova_cmd_cis_data_info},
     {"cis_data_file", rova_cmd_cis_data_file},
+    {"sound",         rova_cmd_sound},
+    {"stlcd",         rova_cmd_stlcd},
+    {"sdcard",        rova_cmd_sdcard},
+    {"free_fall",     rova_cmd_free_fall},
+    {"mr",            rova_cmd_mr},
     // clang-format on
 };
 

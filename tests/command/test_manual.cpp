@@ -3,6 +3,7 @@
 #include "tests/support/serving_end.h"
 
 #include <atomic>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <platform/vconf.h>
@@ -45,7 +46,18 @@ std::vector<std::string> subcommands(const std::string &syntax)
 uint32_t source_of(const std::string &line)
 {
     bool from_pc = line.starts_with("create_file ") || line.starts_with("snapshot ");
+    if (line.starts_with("rtc2 "))
+        return ROVA_CMD_PTP2;
     return from_pc ? ROVA_CMD_PTP : ROVA_CMD_CARD;
+}
+
+// With the numbers that a PC sends along for its time, 2026-11-20 9:30.
+cmd_data record_with_time(const std::string &line)
+{
+    cmd_data record = record_of(line);
+    record.e[0] = (2026 << 16) | (11 << 8) | 20;
+    record.e[1] = (9 << 24) | (30 << 16);
+    return record;
 }
 
 } // namespace
@@ -53,6 +65,9 @@ uint32_t source_of(const std::string &line)
 class Manual : public CommandTest
 {
 protected:
+    // A key that is faked, the power key among them, is not to reach the screen of a PC.
+    Manual() { unsetenv("DISPLAY"); }
+
     // The command runs on a thread of its own, as on the server; this one is the main loop.  A card
     // is formatted as soon as somebody watches for it.
     std::string run_served(const std::string &line)
@@ -60,7 +75,7 @@ protected:
         std::atomic<bool> ended = false;
         std::string log;
         std::thread server([&] {
-            log = run(line, source_of(line));
+            log = run(record_with_time(line), source_of(line));
             ended = true;
         });
         bool formatted = false;
@@ -71,6 +86,12 @@ protected:
         })) << line;
         server.join();
         return log;
+    }
+
+    void add_program(const std::string &path) const
+    {
+        camera.write(path, "#!/bin/sh\n");
+        std::filesystem::permissions(camera.path(path), std::filesystem::perms::owner_all);
     }
 
     // What the key driver tells somebody who does what the examples ask for, in their order.
@@ -106,19 +127,23 @@ TEST_F(Manual, EveryExampleEndsWithOk)
     const ServingEnd stack(camera, plain_ok);
     const ServingEnd application(camera, plain_ok, APP_CHANNEL);
     camera.write("/dev/fb0", "");
-    camera.write("/usr/bin/make_snapshot.sh", "#!/bin/sh\n");
-    std::filesystem::permissions(camera.path("/usr/bin/make_snapshot.sh"),
-                                 std::filesystem::perms::owner_all);
+    add_program("/usr/bin/make_snapshot.sh");
+    add_program("/sdcard/measure.sh");
     camera.write("/sdcard/gpio_pindump.csv", "x");
     camera.write("/var/run/memory/private/pmode_shutter_data", "NO= 1\nB\n1 2\n");
     camera.fault("sys_fdatasync", "0"); // hundreds of rows would each wait for the PC's disk
 
+    camera.write("/opt/share/rova/free_fall.txt", "");
+    camera.write("/virtual/property/11.0", "1\n");
+    camera.write("/sys/devices/platform/movrax-drd.0/movrax-ss-udc.0/udc/movrax-ss-udc.0/"
+                 "current_speed",
+                 "super-speed\n");
     work_keys();
     camera.speed(10);
 
     std::vector<std::string> examples = command_lines(".Dl");
     for (const std::string &line : examples) {
-        bool from_pc = source_of(line) == ROVA_CMD_PTP;
+        bool from_pc = rova_cmd_is_ptp(source_of(line));
         EXPECT_TRUE(run_served(line).ends_with(from_pc ? PTP_OK : OK)) << line;
     }
     EXPECT_FALSE(examples.empty());
