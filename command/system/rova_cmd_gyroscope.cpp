@@ -13,7 +13,6 @@
 
 #include <fcntl.h>
 #include <memory>
-#include <platform/factory_osd.h>
 #include <platform/timer.h>
 
 namespace
@@ -44,10 +43,14 @@ bool read_axes(const rova_descriptor &device, rova_gyro_axes *axes)
 
 // ------------------------------------------------------------------------- osd
 
-constexpr char READ_THREAD[] = "ROVA_GYROSCOPE_READ";
-constexpr useconds_t READ_INTERVAL_US = 500000;
+void *show_axes(void *arg);
 
-pthread_t read_thread;
+rova_readout readout = {
+    .name = "ROVA_GYROSCOPE_READ",
+    .start = show_axes,
+    .create_function = "__rova_gyroscope_thread_create",
+    .cancel_function = "__rova_gyroscope_read_exit",
+};
 
 int shown_rate(int32_t raw)
 {
@@ -56,7 +59,8 @@ int shown_rate(int32_t raw)
 
 void *show_axes(void * /*arg*/)
 {
-    rova_readout_begin(READ_THREAD);
+    constexpr useconds_t interval_us = 500000;
+    rova_readout_begin(readout.name);
     // The thread's, not the function's: closed also where the thread is cancelled.
     thread_local const rova_descriptor device(open_device());
     rova_gyro_axes axes = {};
@@ -64,39 +68,14 @@ void *show_axes(void * /*arg*/)
         rova_osd_printf(6, "GyroX = %d\n", shown_rate(axes[0]));
         rova_osd_printf(7, "GyroY = %d\n", shown_rate(axes[1]));
         rova_osd_printf(8, "GyroZ = %d\n", shown_rate(axes[2]));
-        rova_readout_sleep(READ_INTERVAL_US);
+        rova_readout_sleep(interval_us);
     }
     return nullptr;
 }
 
-bool start_reading()
-{
-    if (rova_readout_create(&read_thread, READ_THREAD, show_axes) == 0)
-        return true;
-    ROVA_LOG_ERR("rova_sensor_read_thread_create() failed \n");
-    return false;
-}
-
-bool stop_reading()
-{
-    const auto thread = static_cast<unsigned int>(read_thread);
-    if (rova_readout_cancel(&read_thread) != 0) {
-        ROVA_LOG_ERR("Thread cancel failed for thread [%u] \n", thread);
-        return false;
-    }
-    factory_osd_text_clear();
-    return true;
-}
-
 int rova_cmd_gyroscope_osd(uint32_t cmd_type, cmd_data *record)
 {
-    const char *word = rova_cmd_param(record, 1);
-    uint8_t on = 0;
-    if (!rova_cmd_on_off(word, &on)) {
-        ROVA_LOG_ERR("Wrong cmd_data->p[1] = %s\n", word);
-        return rova_cmd_ng(cmd_type);
-    }
-    return rova_cmd_answer(cmd_type, on != 0 ? start_reading() : stop_reading());
+    return rova_readout_osd(&readout, cmd_type, record);
 }
 
 // ------------------------------------------------------------------------- adjust

@@ -4,6 +4,8 @@
 // between it may hold locks, descriptors and heap blocks.
 #pragma once
 
+#include "common/rova_cmd_data.h"
+
 #include <pthread.h>
 #include <unistd.h>
 
@@ -13,6 +15,19 @@ int rova_readout_create(pthread_t *thread, const char *name, void *(*start)(void
 // Server thread.  Cancels the thread, waits for its end and sets `*thread` to 0 in any case.  0, or
 // -1 when there is none to cancel.  A thread that has ended by itself is a good one.
 int rova_readout_cancel(pthread_t *thread);
+
+// A family's thread with its words, kept for the life of the daemon.
+struct rova_readout {
+    const char *name; // the thread's
+    void *(*start)(void *);
+    // The functions that the platform log names where the thread cannot be made or cancelled.
+    const char *create_function;
+    const char *cancel_function;
+    pthread_t thread = 0;
+};
+// Server thread.  "osd on" starts the thread, "osd off" cancels it and clears the screen's text;
+// answers, and returns 1.
+int rova_readout_osd(rova_readout *readout, uint32_t cmd_type, const cmd_data *record);
 
 // The read-out thread: first of all, takes its name and becomes cancellable.
 void rova_readout_begin(const char *name);

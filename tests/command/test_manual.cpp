@@ -1,5 +1,6 @@
 // What the manual page tells a script's author works as it is told.
 #include "tests/command/command_test.h"
+#include "tests/command/system/sensor_stand_in.h"
 #include "tests/support/serving_end.h"
 
 #include <atomic>
@@ -109,6 +110,21 @@ protected:
         camera.write(driver + "dial_drive", "3\n");
         camera.write(driver + "dial_mode", "2\n");
     }
+    // The acceleration sensor and its service.
+    void tell_position(SensorStandIn &sensors) const
+    {
+        camera.write("/sys/devices/platform/bma_2XX/accel_raw_data", "3, -7, 1024\n");
+        sensors.answer("rollpitch", {{"rollpitch", 1, -2}});
+        sensors.answer("rotation", {{"rotation", 4, 0}});
+        SensorMessages calibration;
+        for (int round = 0; round < 10; round++) {
+            calibration.push_back({"accelrawXY", 3, -7});
+            calibration.push_back({"accelrawZ", 1024, 0});
+        }
+        calibration.push_back({"done", 0, 0});
+        sensors.answer("calibration", calibration);
+    }
+
 };
 
 TEST_F(Manual, EverySubcommandIsKnown)
@@ -133,6 +149,8 @@ TEST_F(Manual, EveryExampleEndsWithOk)
     camera.write("/var/run/memory/private/pmode_shutter_data", "NO= 1\nB\n1 2\n");
     camera.fault("sys_fdatasync", "0"); // hundreds of rows would each wait for the PC's disk
 
+    SensorStandIn sensors;
+    tell_position(sensors);
     camera.write("/opt/share/rova/free_fall.txt", "");
     camera.write("/virtual/property/11.0", "1\n");
     camera.write("/sys/devices/platform/movrax-drd.0/movrax-ss-udc.0/udc/movrax-ss-udc.0/"
