@@ -1,6 +1,7 @@
 #include "command/rova_cmd_util.h"
 
 #include "command/rova_cmd_handler.h"
+#include "common/rova_log.h"
 
 #include <algorithm>
 #include <climits>
@@ -21,6 +22,13 @@ int rova_cmd_ng(uint32_t cmd_type)
 int rova_cmd_answer(uint32_t cmd_type, bool ok, const rova_resp_stream *stream)
 {
     return rova_cmd_resp(cmd_type, ok ? 0 : 1, stream);
+}
+
+bool rova_cmd_succeeded(const char *call, int result)
+{
+    if (result < 0)
+        ROVA_LOG_ERR("%s() failed (ret = %d) \n", call, result);
+    return result >= 0;
 }
 
 // A record that came over a channel may claim more parameters than there is room for.

@@ -12,14 +12,19 @@ int rova_cmd_ok(uint32_t cmd_type);
 int rova_cmd_ng(uint32_t cmd_type);
 int rova_cmd_answer(uint32_t cmd_type, bool ok, const rova_resp_stream *stream = nullptr);
 
+// Whether a platform call's result is none of its failures, which are negative: such a one is
+// logged.
+bool rova_cmd_succeeded(const char *call, int result);
+
 // Parameter `index`, or an empty text for one that was not given.
 const char *rova_cmd_param(const cmd_data *record, uint32_t index);
 
-// The row whose name is exactly parameter 1; NULL if there is none.
+// The row whose name is exactly parameter `index`; NULL if there is none.
 template <class row_table>
-auto rova_cmd_find_named(const row_table &rows, const cmd_data *record) -> decltype(std::data(rows))
+auto rova_cmd_find_named(const row_table &rows, const cmd_data *record, uint32_t index = 1)
+    -> decltype(std::data(rows))
 {
-    const char *name = rova_cmd_param(record, 1);
+    const char *name = rova_cmd_param(record, index);
     for (const auto &row : rows)
         if (std::strcmp(row.name, name) == 0)
             return &row;

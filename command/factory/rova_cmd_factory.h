@@ -8,6 +8,7 @@ int rova_cmd_step_label(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_adj_data(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_sample(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_osd(uint32_t cmd_type, cmd_data *record);
+int rova_cmd_touch(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_firmware(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_serial_number(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_snapshot(uint32_t cmd_type, cmd_data *record);

@@ -1,4 +1,6 @@
 // What the manual page tells a script's author works as it is told.
+#include "common/rova_util.h"
+#include "platform/virtual/keys.h"
 #include "tests/command/command_test.h"
 #include "tests/command/system/sensor_stand_in.h"
 #include "tests/support/serving_end.h"
@@ -125,10 +127,19 @@ protected:
         sensors.answer("calibration", calibration);
     }
 
+
+    // A grip with a battery, on the body.
+    void fit_grip() const
+    {
+        camera.write("/sys/devices/platform/movra7-adc/adc9", "180\n");
+        virt::set_bool("memory/sysman/vgrip_battery_detect", true);
+    }
 };
 
 TEST_F(Manual, EverySubcommandIsKnown)
 {
+    vconf_set_int(ROVA_KEY_STOP_CMD, 1); // some wait without a parameter
+    camera.speed(1000);
     std::size_t count = 0;
     for (const std::string &syntax : command_lines(".It Ic"))
         for (const std::string &line : subcommands(syntax)) {
@@ -157,6 +168,8 @@ TEST_F(Manual, EveryExampleEndsWithOk)
                  "current_speed",
                  "super-speed\n");
     work_keys();
+    fit_grip();
+    camera.write("/virtual/touch/state.play", "1\n2\n"); // made ready, and touched
     camera.speed(10);
 
     std::vector<std::string> examples = command_lines(".Dl");
