@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <poll.h>
 
 namespace
 {
@@ -138,7 +139,10 @@ void rova_thread_close_cancel_window()
     if (!cancellable)
         return;
     // The state alone would not do: the C library looks at the type only when it acts on a
-    // cancellation that was sent while the window was open.
+    // cancellation that was sent while the window was open.  Its signal may still be on the way,
+    // and would then end the thread in a later system call, which is of asynchronous type for as
+    // long as it takes.  This one does not return before the signal has come.
     pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, nullptr);
+    poll(nullptr, 0, 0);
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
 }

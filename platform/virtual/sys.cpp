@@ -16,6 +16,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <nlohmann/json.hpp>
+#include <poll.h>
 #include <pthread.h>
 #include <sstream>
 #include <string>
@@ -114,14 +115,23 @@ double camera_speed()
     return has_camera() ? virt::speed() : 1;
 }
 
-// The thread may be of asynchronous cancel type: nothing that allocates may be interrupted, so only
-// the sleep itself can be.
+// For a thread that may be of asynchronous cancel type: nothing that allocates may be interrupted.
+// The empty poll() lets a cancellation that has been sent arrive before the work begins.
+template <class work_fn> auto uninterrupted(work_fn work)
+{
+    int state = 0, type = 0;
+    pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, &type);
+    poll(nullptr, 0, 0);
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
+    auto result = work();
+    pthread_setcancelstate(state, nullptr);
+    pthread_setcanceltype(type, nullptr);
+    return result;
+}
+
 useconds_t real_microseconds(useconds_t microseconds)
 {
-    int state = 0;
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
-    double real = microseconds / camera_speed();
-    pthread_setcancelstate(state, nullptr);
+    const double real = microseconds / uninterrupted(camera_speed);
     if (microseconds > 0 && real < 1)
         return 1;
     return static_cast<useconds_t>(std::min(real, static_cast<double>(UINT_MAX)));
@@ -141,11 +151,7 @@ void add_camera_time(timespec *time, double nanoseconds)
 
 std::optional<long> sleep_fault()
 {
-    int state = 0;
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
-    std::optional<long> found = fault("sys_usleep");
-    pthread_setcancelstate(state, nullptr);
-    return found;
+    return uninterrupted([] { return fault("sys_usleep"); });
 }
 
 } // namespace

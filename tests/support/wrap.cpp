@@ -67,6 +67,22 @@ bool look_up(const char *function, long &result)
     return failed;
 }
 
+// For callers that may be cancelled at any instant, too.  True when the sleep is to be skipped.
+[[gnu::noinline]] bool note_sleep(unsigned int microseconds)
+{
+    int state = 0;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
+    bool skip = false;
+    {
+        std::lock_guard guard(lock);
+        if (recording)
+            sleeps.push_back(microseconds);
+        skip = skipping;
+    }
+    pthread_setcancelstate(state, nullptr);
+    return skip;
+}
+
 } // namespace
 
 namespace test
@@ -195,12 +211,6 @@ extern "C" int __real_usleep(useconds_t microseconds);
 extern "C" int __wrap_usleep(useconds_t microseconds);
 extern "C" int __wrap_usleep(useconds_t microseconds)
 {
-    bool skip = false;
-    {
-        std::lock_guard guard(lock);
-        if (recording)
-            sleeps.push_back(microseconds);
-        skip = skipping;
-    }
+    const bool skip = note_sleep(microseconds);
     return skip ? 0 : __real_usleep(microseconds);
 }
