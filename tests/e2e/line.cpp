@@ -25,10 +25,10 @@ Line::Line()
 
 Line::~Line()
 {
-    for (const pid_t pid : {daemon(), app()})
+    for (const pid_t pid : {daemon(), app(), sensor_service()})
         if (pid > 0)
             test::send_signal(pid, SIGKILL);
-    test::wait_for([this] { return daemon_gone() && app() < 0; });
+    test::wait_for([this] { return daemon_gone() && app() < 0 && sensor_service() < 0; });
 }
 
 // Calls of this process go to one camera at a time.
@@ -59,7 +59,7 @@ void Line::start(const std::vector<std::string> &options) const
 
 void Line::start_alone(const std::vector<std::string> &options) const
 {
-    start_by({"start", "--no-app"}, options);
+    start_by({"start", "--no-app", "--no-sensord"}, options);
 }
 
 void Line::start_by(std::vector<std::string> words, const std::vector<std::string> &options) const

@@ -25,7 +25,7 @@ public:
 
     // Starts the daemon; a failure to come up fails the test.
     void start(const std::vector<std::string> &options = {"--test"}) const;
-    // The same without a camera application.
+    // The same without a camera application and a sensor service.
     void start_alone(const std::vector<std::string> &options = {"--test"}) const;
     void stop() const; // by the stop key
 
@@ -40,6 +40,7 @@ public:
     // call the thread waits in.
     pid_t daemon() const { return process("/usr/bin/rovad"); }
     pid_t app() const { return process("/usr/bin/camera-app"); }
+    pid_t sensor_service() const { return process("/usr/bin/sensord"); }
     void signal(int number) const; // throws when the daemon is not up
     bool daemon_gone() const { return daemon() < 0; }
     pid_t thread(const std::string &name) const;

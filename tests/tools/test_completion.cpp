@@ -52,6 +52,7 @@ TEST(Completion, OffersTheOptionsAndActionsOfAVerb)
     EXPECT_FALSE(offers(completions({VCAM_PROGRAM, "stop", "--"}), "--follow"));
     EXPECT_EQ(completions({VCAM_PROGRAM, "key", "w"}), (words{"watch"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "card", ""}), (words{"insert", "remove"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "turn-camera", "t"}), (words{"top"}));
     EXPECT_TRUE(offers(completions({VCAM_PROGRAM, "-"}), "-C"));
     EXPECT_EQ(completions({VCAM_PROGRAM, "screen", "--p"}), (words{"--png"})) << "told once";
     EXPECT_EQ(completions({VCAM_PROGRAM, "key", "set", "--b"}), (words{"--bool"}));

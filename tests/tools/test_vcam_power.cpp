@@ -182,7 +182,8 @@ TEST(VcamStatus, TellsStateModeAndLastResult)
     const test::Camera camera;
     const test::Outcome down = vcam({"status"});
     EXPECT_EQ(down.status, 1);
-    EXPECT_EQ(down.out, "rovad: not running\ncamera application: not running\nlast result: none\n");
+    EXPECT_EQ(down.out, "rovad: not running\ncamera application: not running\nsensor service: not "
+                        "running\nlast result: none\n");
 
     camera.write("/virtual/dlog", "1.0 1 1 4 T Launched rovad daemon with card mode ... \n"
                                   "2.0 1 1 4 T rova-server: 1th cmd done [OK] ------------- \n"
@@ -192,5 +193,6 @@ TEST(VcamStatus, TellsStateModeAndLastResult)
     const test::Outcome up = vcam({"status"});
     EXPECT_EQ(up.status, 0);
     EXPECT_EQ(up.out, "rovad: up (pid " + std::to_string(daemon->pid()) +
-                          ")\ncamera application: not running\nmode: test\nlast result: NG\n");
+                          ")\ncamera application: not running\nsensor service: not running\nmode: "
+                          "test\nlast result: NG\n");
 }

@@ -52,6 +52,8 @@ _vcam() {
     elif [[ $cur == -* ]]; then
         [[ -n $(_vcam_actions "$1" "$verb") ]] && action=${COMP_WORDS[at + 1]}
         mapfile -t COMPREPLY < <(compgen -W "$(_vcam_options "$1" "$verb" ${action:+"$action"})" -- "$cur")
+    elif [[ $verb == turn-camera ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "up right down left top bottom" -- "$cur")
     elif [[ $verb == card ]]; then
         mapfile -t COMPREPLY < <(compgen -W "insert remove" -- "$cur")
     elif [[ $prev == "$verb" && -n $(_vcam_actions "$1" "$verb") ]]; then

@@ -1,10 +1,12 @@
 // vcam create: the file tree of a camera, with what its programs and files are on a PC.
+#include "command/system/rova_accel_driver.h"
 #include "common/rova_adjdata_table.h"
 #include "platform/pref.h"
 #include "platform/virtual/motion.h"
 #include "platform/virtual/pref.h"
 #include "tools/vcam/camera.h"
 #include "tools/vcam/media.h"
+#include "tools/vcam/sensor.h"
 #include "tools/vcam/verb.h"
 
 #include <cstdio>
@@ -17,6 +19,7 @@ namespace
 constexpr const char *FOLDERS[] = {
     "sdcard", "mnt",     "tmp",     "opt/share/rova",     "opt/storage",   "var/run/memory/private",
     "dev",    "usr/bin", "virtual", "virtual/app/answer", "virtual/scene",
+    "virtual/sensor",
 };
 
 // The card's other names.
@@ -74,7 +77,7 @@ is_ours() {
     local words word
     mapfile -d '' -t words <"$1/cmdline"
     case ${words[0]} in
-    /usr/bin/rovad | /usr/bin/mtp-responder | /usr/bin/camera-app) ;;
+    /usr/bin/rovad | /usr/bin/mtp-responder | /usr/bin/camera-app | /usr/bin/sensord) ;;
     *) return 1 ;;
     esac
     mapfile -d '' -t words <"$1/environ"
@@ -188,6 +191,7 @@ int verb_create(const invocation &in, CLI::App &app)
     add_folders();
     for (const file_row &row : FILES)
         add_file(on_pc(row.path), row.text);
+    add_file(on_pc(ROVA_ACCEL_RAW_DATA_PATH), accel_raw_data(0) + "\n");
     add_file(on_pc(virt::THERMISTOR), virt::thermistor_text(REST_DEGREES));
     for (const program_row &row : PROGRAMS)
         add_program(row);

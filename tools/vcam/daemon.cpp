@@ -6,6 +6,7 @@
 #include "platform/virtual/root.h"
 #include "tools/vcam/camera.h"
 #include "tools/vcam/process.h"
+#include "tools/vcam/sensor.h"
 #include "tools/vcam/verb.h"
 #include "tools/vcam_app/channels.h"
 
@@ -35,6 +36,16 @@ void remove_images()
     }
 }
 
+virt::KeptObjects objects_in_use()
+{
+    virt::KeptObjects objects;
+    if (app_pid() > 0)
+        objects = vcam_app::channel_objects();
+    if (sensor_pid() > 0)
+        objects.queues.push_back(sensor_requests());
+    return objects;
+}
+
 // What does not outlive the power: kernel objects and the partitions' images in memory, which are
 // loaded from flash again.  While a program of the camera runs, the power is on; then only what a
 // killed daemon has left goes.
@@ -42,12 +53,9 @@ void switch_on()
 {
     if (responder_runs())
         return;
-    if (app_pid() > 0) {
-        virt::clear_kernel_objects(vcam_app::channel_objects());
-        return;
-    }
-    virt::clear_kernel_objects();
-    remove_images();
+    virt::clear_kernel_objects(objects_in_use());
+    if (!camera_is_busy())
+        remove_images();
 }
 
 std::string private_folder(const char *name)
@@ -73,7 +81,7 @@ std::vector<std::string> words_of(const std::vector<std::string> &options)
     return words;
 }
 
-// Surroundings of the daemon, which are also the application's: in the camera they are the same.
+// Surroundings of the daemon, which are also its companions': in the camera they are the same.
 void set_environment()
 {
     setenv("HOME", private_folder("home").c_str(), 1);
@@ -83,8 +91,8 @@ void set_environment()
 } // namespace
 
 daemon_process::daemon_process(const fs::path &program, const std::vector<std::string> &options,
-                               app_process *app)
-    : app_(app)
+                               std::vector<companion> companions)
+    : companions_(std::move(companions))
 {
     if (const pid_t running = daemon_pid(); running > 0)
         throw failure("rovad runs already (pid " + std::to_string(running) + ")");
@@ -93,8 +101,7 @@ daemon_process::daemon_process(const fs::path &program, const std::vector<std::s
     set_environment();
     if (vconf_set_int(ROVA_KEY_START_CMD, 1) < 0)
         throw failure("the start key cannot be written");
-    if (app_ != nullptr)
-        app_->start();
+    start_companions();
     process_.emplace(found, words_of(options), working_directory(), OUTPUT);
 }
 
@@ -110,10 +117,22 @@ daemon_process::state daemon_process::wait_until_up(double seconds)
     return has_ended() ? state::ended : state::late;
 }
 
-void daemon_process::stop_app()
+// None is left behind where one cannot be started.
+void daemon_process::start_companions()
 {
-    if (app_ != nullptr)
-        app_->stop();
+    try {
+        for (companion &each : companions_)
+            each.start();
+    } catch (const failure &) {
+        stop_companions();
+        throw;
+    }
+}
+
+void daemon_process::stop_companions()
+{
+    for (companion &each : companions_)
+        each.stop();
 }
 
 std::uintmax_t call_log_size()

@@ -1,8 +1,8 @@
 // The camera's daemon: started as a boot would, found, stopped.
 #pragma once
 
-#include "tools/vcam/app.h"
 #include "tools/vcam/background.h"
+#include "tools/vcam/companion.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -18,10 +18,10 @@ class daemon_process
 {
 public:
     // Switches the camera on and starts the daemon; fails when one runs or none is found.
-    // An empty `program` finds rovad beside vcam, in the build tree or in $PATH.  `app`, unless it
-    // is NULL, is started first, and lives longer than this.
+    // An empty `program` finds rovad beside vcam, in the build tree or in $PATH.  The companions
+    // are started first.
     daemon_process(const std::filesystem::path &program, const std::vector<std::string> &options,
-                   app_process *app);
+                   std::vector<companion> companions);
 
     enum class state { up, ended, late };
     // Until the daemon has cleared its start key.
@@ -32,11 +32,13 @@ public:
     // What it has written to virtual/rovad.out so far.
     std::string output() const { return process_->output(); }
 
-    // The application that was started for it.
-    void stop_app();
+    // Those that were started for it.
+    void stop_companions();
 
 private:
-    app_process *app_;
+    void start_companions();
+
+    std::vector<companion> companions_;
     std::optional<background_process> process_;
 };
 

@@ -37,10 +37,12 @@ constexpr verb VERBS[] = {
     {"property", "Read or write a device property", "get 17 7\nset 2 4 1", verb_property},
     {"run", "Run a script and tell the result of each command", "line.adj", verb_run},
     {"screen", "Show the camera's screen", "--png screen.png\n--text", verb_screen},
-    {"start", "Start the camera's application and daemon", "-- --test", verb_start},
-    {"status", "Tell whether daemon and application are up, the mode and the last result", "",
+    {"sensord", "Run the sensor service in the foreground", "", verb_sensord},
+    {"start", "Start the camera's daemon and what runs beside it", "-- --test", verb_start},
+    {"status", "Tell what is up, the mode and the last result", "",
      verb_status},
-    {"stop", "Stop the camera's daemon and application", "\n--kill", verb_stop},
+    {"stop", "Stop the camera's daemon and what runs beside it", "\n--kill", verb_stop},
+    {"turn-camera", "Turn the camera into another position", "left", verb_turn_camera},
 };
 // clang-format on
 
@@ -67,7 +69,7 @@ std::string verb_list()
     std::string text = "Behind the options: VERB [ARGUMENT]...  Verbs:\n";
     for (const verb &v : VERBS) {
         char line[128];
-        std::snprintf(line, sizeof(line), "  %-10s %s\n", v.name, v.summary);
+        std::snprintf(line, sizeof(line), "  %-11s %s\n", v.name, v.summary);
         text += line;
     }
     return text + "\nvcam VERB --help tells more about a verb.";

@@ -1,7 +1,7 @@
 // vcam start, stop and status: the daemon's life.
 #include "platform/virtual/root.h"
-#include "tools/vcam/app.h"
 #include "tools/vcam/camera.h"
+#include "tools/vcam/companion.h"
 #include "tools/vcam/daemon.h"
 #include "tools/vcam/number.h"
 #include "tools/vcam/process.h"
@@ -42,6 +42,12 @@ std::string last_between(const std::string &text, const std::string &before,
     return end == std::string::npos ? "" : text.substr(start, end - start);
 }
 
+// The PC's responder is the daemon's to end.
+bool camera_is_up()
+{
+    return daemon_pid() > 0 || app_pid() > 0 || sensor_pid() > 0;
+}
+
 void print_state(const char *name, pid_t pid)
 {
     if (pid > 0)
@@ -55,22 +61,22 @@ void print_state(const char *name, pid_t pid)
 int verb_start(const invocation &in, CLI::App &app)
 {
     fs::path program;
-    app_options application;
+    companion_options companions;
     double seconds = 10;
     std::vector<std::string> options;
     app.add_option("--rovad", program, "The daemon's program")->type_name("FILE");
-    application.add_to(app);
+    companions.add_to(app);
     app.add_option("--timeout", seconds, "How long it may take to come up")
         ->check(CLI::Validator(check_seconds, ""))
         ->type_name("SECONDS");
     app.add_option("OPTION", options, "Options of rovad, behind --");
     in.open(app);
-    daemon_process daemon(program, options, application.process());
+    daemon_process daemon(program, options, companions.chosen());
     switch (daemon.wait_until_up(seconds)) {
     case daemon_process::state::up:
         return OK;
     case daemon_process::state::ended:
-        daemon.stop_app();
+        daemon.stop_companions();
         print_output(daemon.output());
         throw failure(options.empty() ? "rovad ended before it was up; without options it needs a "
                                         "marker file on the card (vcam start --help)"
@@ -93,13 +99,14 @@ int verb_stop(const invocation &in, CLI::App &app)
         ->check(CLI::Validator(check_seconds, ""))
         ->type_name("SECONDS");
     in.open(app);
-    const pid_t pid = daemon_pid(), app_process = app_pid();
-    if (pid < 0 && app_process < 0)
+    const pid_t pid = daemon_pid();
+    if (!camera_is_up())
         throw failure("rovad is not running");
     if (pid > 0)
         stop_daemon(pid, by_kill ? SIGKILL : by_signal ? SIGTERM : 0, seconds);
-    if (app_process > 0)
-        end_app(app_process, by_kill ? SIGKILL : SIGTERM, seconds);
+    for (const pid_t companion : {app_pid(), sensor_pid()})
+        if (companion > 0)
+            end_companion(companion, by_kill ? SIGKILL : SIGTERM, seconds);
     return OK;
 }
 
@@ -112,6 +119,7 @@ int verb_status(const invocation &in, CLI::App &app)
     const pid_t pid = daemon_pid();
     print_state("rovad", pid);
     print_state("camera application", app_pid());
+    print_state("sensor service", sensor_pid());
     if (pid > 0)
         std::printf("mode: %s\n", mode.c_str());
     std::printf("last result: %s\n", result.empty() ? "none" : result.c_str());

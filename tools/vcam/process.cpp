@@ -6,6 +6,7 @@
 #include <chrono>
 #include <csignal>
 #include <thread>
+#include <unistd.h>
 
 namespace vcam
 {
@@ -51,6 +52,11 @@ pid_t app_pid()
     return find_process(APPLICATION);
 }
 
+pid_t sensor_pid()
+{
+    return find_process(SENSOR_SERVICE);
+}
+
 bool responder_runs()
 {
     return find_process(RESPONDER) > 0;
@@ -58,7 +64,7 @@ bool responder_runs()
 
 bool camera_is_busy()
 {
-    return daemon_pid() > 0 || responder_runs() || app_pid() > 0;
+    return daemon_pid() > 0 || responder_runs() || app_pid() > 0 || sensor_pid() > 0;
 }
 
 bool process_runs(pid_t pid)
@@ -67,6 +73,11 @@ bool process_runs(pid_t pid)
     const std::size_t name_end = stat.rfind(')');
     return name_end != std::string::npos && name_end + 2 < stat.size() &&
            stat[name_end + 2] != 'Z' && stat[name_end + 2] != 'X';
+}
+
+bool runs_as(const char *program)
+{
+    return first_argument(getpid()) == program;
 }
 
 bool wait_until(const std::function<bool()> &condition, double seconds)

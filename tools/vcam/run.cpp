@@ -1,7 +1,7 @@
 // vcam run: a script from its file to the verdict.
 #include "platform/virtual/root.h"
-#include "tools/vcam/app.h"
 #include "tools/vcam/camera.h"
+#include "tools/vcam/companion.h"
 #include "tools/vcam/daemon.h"
 #include "tools/vcam/follow.h"
 #include "tools/vcam/process.h"
@@ -249,14 +249,14 @@ private:
 int verb_run(const invocation &in, CLI::App &app)
 {
     fs::path script, program, screenshot;
-    app_options application;
+    companion_options companions;
     app.add_option("SCRIPT", script, "The script, put on the card and named in info.tg")
         ->required()
         ->check(CLI::ExistingFile);
     app.add_option("--png", screenshot, "Draw the screen as it stands behind the last command")
         ->type_name("FILE");
     app.add_option("--rovad", program, "The daemon's program")->type_name("FILE");
-    application.add_to(app);
+    companions.add_to(app);
     in.open(app);
     check_name(script.filename());
     if (daemon_pid() > 0)
@@ -265,9 +265,9 @@ int verb_run(const invocation &in, CLI::App &app)
     script_run run(script, screenshot);
     put_on_card(script);
     catch_interrupts();
-    daemon_process daemon(program, {}, application.process());
+    daemon_process daemon(program, {}, companions.chosen());
     const std::string trouble = run.follow(daemon);
-    daemon.stop_app();
+    daemon.stop_companions();
     print_files(before);
     const run_counts counts = run.log().counts();
     std::printf("%zu commands: %zu OK, %zu NG, %zu skipped\n", counts.ended(), counts.ok, counts.ng,

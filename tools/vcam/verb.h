@@ -63,8 +63,10 @@ int verb_pc(const invocation &in, CLI::App &app);
 int verb_property(const invocation &in, CLI::App &app);
 int verb_run(const invocation &in, CLI::App &app);
 int verb_screen(const invocation &in, CLI::App &app);
+int verb_sensord(const invocation &in, CLI::App &app);
 int verb_start(const invocation &in, CLI::App &app);
 int verb_status(const invocation &in, CLI::App &app);
 int verb_stop(const invocation &in, CLI::App &app);
+int verb_turn_camera(const invocation &in, CLI::App &app);
 
 } // namespace vcam
