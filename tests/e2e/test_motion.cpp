@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <sstream>
+#include <thread>
 
 using e2e::Line;
 
@@ -113,16 +114,23 @@ TEST(Motion, ACameraThatCoolsTakesAsManySamplesAsThereIsRoomFor)
     EXPECT_EQ(last_row(line).at(9), "6") << "59 to 54 degrees, and 99 samples of 53";
 }
 
-TEST(Motion, TheExampleMeasuresAndAdjusts)
+TEST(Motion, TheExampleMeasuresAdjustsAndWaitsForTheOperator)
 {
     Line line;
     ASSERT_EQ(line.vcam({"motion", "model", "--rate", "40", "-25", "10", "--drift", "1.5", "-0.75",
                          "0.2", "--noise", "2", "--from", "20", "--rise", "0.004"})
                   .status,
               0);
-    const auto run = line.vcam({"run", std::string(EXAMPLES) + "/motion.adj"});
+    test::Outcome run = {};
+    std::thread station([&] { run = line.vcam({"run", std::string(EXAMPLES) + "/motion.adj"}); });
+    EXPECT_TRUE(test::wait_for([&] {
+        return line.read("/virtual/sensord.out").find("rotation") != std::string::npos;
+    })) << "the script waits for the turn";
+    EXPECT_EQ(line.vcam({"turn-camera", "left"}).status, 0);
+    station.join();
     EXPECT_EQ(run.status, 0) << run.out << run.err;
-    EXPECT_NE(run.out.find("gyroscope.csv"), std::string::npos);
+    for (const char *file : {"gyroscope.csv", "accelometer.csv", "accelometer_axis.csv"})
+        EXPECT_NE(run.out.find(file), std::string::npos) << file;
     EXPECT_EQ(last_row(line).at(11), "OK");
     // 100 samples at 20 degrees: 40 + 1.5 * 20.2 less the fraction, give or take 4 * 0.12.
     EXPECT_NEAR(std::stod(item(line, "GYROSCOPE_DATA_X")), 70, 1);
