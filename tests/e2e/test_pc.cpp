@@ -3,6 +3,7 @@
 #include "platform/virtual/keys.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -112,6 +113,35 @@ TEST(PcRequest, APredefinedCommandIsGivenTheDataThatWasSentAheadOfIt)
     EXPECT_EQ(line.read("/opt/share/rova/CIS_DOT.bin"), std::string("\1\0\2\0", 4));
     const std::string sensor = line.read("/virtual/pref/adj_cap.flash");
     EXPECT_EQ(sensor.substr(512, 4), std::string("\2\1\0\0", 4)) << "the serial number";
+}
+
+TEST(PcRequest, TheClockIsSetToAndComparedWithThePcsTime)
+{
+    setenv("TZ", "UTC0", 1);
+    Line line;
+    line.start();
+    const std::string date = "0x07ea0b14", time = "0x091e0700"; // 2026-11-20 09:30:07
+    const auto pc_sends = [&](const std::string &at) {
+        return line.vcam({"pc", "--number", "0x10030000", date, at});
+    };
+    constexpr char asked[] = "0x10030000 0x00000000 0x00000000 OK\n";
+
+    EXPECT_EQ(line.vcam({"pc", "rtc", "set", "pc"}).out, asked);
+    EXPECT_EQ(pc_sends(time).out, "0x10000002 0x00000000 0x00000000 OK\n");
+    EXPECT_EQ(line.read("/virtual/property/14.0"), "1795167007\n");
+
+    EXPECT_EQ(line.vcam({"pc", "rtc check pc 1"}).out, asked);
+    EXPECT_EQ(pc_sends("0x091f0700").status, 0) << "a minute later";
+    const test::Outcome late = pc_sends("0x091f0800");
+    EXPECT_EQ(late.status, 1);
+    EXPECT_EQ(late.out,
+              "0x10000002 0x00000001 0x00010000 NG\n"
+              "/sdcard/rtc_pc.csv\n"
+              "Index,CIS S/N,Diff(sec),year_C,month_C,day_C,hour_C,min_C,sec_C,year_S,mon_S,day_S,"
+              "hour_S,min_S,sec_S,Result\r\n"
+              "1,0,         60,2026,011,020,009,030,007,2026,011,020,009,031,007,OK\r\n"
+              "2,0,         61,2026,011,020,009,030,007,2026,011,020,009,031,008,NG\r\n");
+    unsetenv("TZ");
 }
 
 TEST(PcRequest, TenThousandLinesAreAllRunInOrder)
