@@ -53,6 +53,8 @@ TEST(Completion, OffersTheOptionsAndActionsOfAVerb)
     EXPECT_EQ(completions({VCAM_PROGRAM, "key", "w"}), (words{"watch"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "card", ""}), (words{"insert", "remove"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "turn-camera", "t"}), (words{"top"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "touch", ""}), (words{"ghost"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "touch", "400", ""}), words{});
     EXPECT_TRUE(offers(completions({VCAM_PROGRAM, "-"}), "-C"));
     EXPECT_EQ(completions({VCAM_PROGRAM, "screen", "--p"}), (words{"--png"})) << "told once";
     EXPECT_EQ(completions({VCAM_PROGRAM, "key", "set", "--b"}), (words{"--bool"}));

@@ -56,6 +56,8 @@ _vcam() {
         mapfile -t COMPREPLY < <(compgen -W "up right down left top bottom" -- "$cur")
     elif [[ $verb == card ]]; then
         mapfile -t COMPREPLY < <(compgen -W "insert remove" -- "$cur")
+    elif [[ $verb == touch ]]; then
+        [[ $prev == touch ]] && mapfile -t COMPREPLY < <(compgen -W "ghost" -- "$cur")
     elif [[ $prev == "$verb" && -n $(_vcam_actions "$1" "$verb") ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$(_vcam_actions "$1" "$verb")" -- "$cur")
     elif [[ $verb == attr ]]; then

@@ -42,6 +42,7 @@ constexpr verb VERBS[] = {
     {"status", "Tell what is up, the mode and the last result", "",
      verb_status},
     {"stop", "Stop the camera's daemon and what runs beside it", "\n--kill", verb_stop},
+    {"touch", "Touch the touch panel, or show its state", "400 240\nghost\n", verb_touch},
     {"turn-camera", "Turn the camera into another position", "left", verb_turn_camera},
 };
 // clang-format on

@@ -67,6 +67,7 @@ int verb_sensord(const invocation &in, CLI::App &app);
 int verb_start(const invocation &in, CLI::App &app);
 int verb_status(const invocation &in, CLI::App &app);
 int verb_stop(const invocation &in, CLI::App &app);
+int verb_touch(const invocation &in, CLI::App &app);
 int verb_turn_camera(const invocation &in, CLI::App &app);
 
 } // namespace vcam
