@@ -7,3 +7,9 @@
 // PTP.
 uint32_t rova_cmd_get_result();
 void rova_cmd_set_result(uint32_t result);
+
+// The word by which a result is told.
+inline const char *rova_cmd_result_word(bool ok)
+{
+    return ok ? "OK" : "NG";
+}

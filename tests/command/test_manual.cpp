@@ -112,6 +112,20 @@ protected:
         camera.write(driver + "dial_drive", "3\n");
         camera.write(driver + "dial_mode", "2\n");
     }
+
+    // Analogue channels, battery and thermometers.
+    void give_levels() const
+    {
+        const std::string drivers = "/sys/devices/platform/";
+        camera.write(drivers + "movra7-adc/adc2", "7\n");
+        camera.write(drivers + "m7-adc-battery/adc_spec", "2 6800 low\n3 7200 half\n");
+        camera.write("/virtual/property/4.0", "7500\n");
+        vconf_set_int("memory/sysman/battery_status_low", 3);
+        camera.write(drivers + "movra7-thermister/cmos_thermister", "896\n");
+        camera.write(drivers + "m7_tsu/isp", "40\n");
+        camera.write(drivers + "m7_tsu/cpu", "45\n");
+    }
+
     // The acceleration sensor and its service.
     void tell_position(SensorStandIn &sensors) const
     {
@@ -126,7 +140,6 @@ protected:
         calibration.push_back({"done", 0, 0});
         sensors.answer("calibration", calibration);
     }
-
 
     // A grip with a battery, on the body.
     void fit_grip() const
@@ -168,6 +181,7 @@ TEST_F(Manual, EveryExampleEndsWithOk)
                  "current_speed",
                  "super-speed\n");
     work_keys();
+    give_levels();
     fit_grip();
     camera.write("/virtual/touch/state.play", "1\n2\n"); // made ready, and touched
     camera.speed(10);
