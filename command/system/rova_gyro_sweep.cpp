@@ -19,6 +19,18 @@ constexpr int DEGREES = HIGHEST_DEGREE; // the bins that samples fall into: 0 to
 constexpr int LARGE_CORRECTION = 150;
 constexpr float LARGE_FILTERED = 120.0F;
 
+// The platform log names the stage, whichever of its functions has something to tell.
+constexpr char SAMPLING[] = "__rova_gyroscope_read_axis_onetime";
+constexpr char AVERAGES[] = "GyroTemperatureAverage";
+constexpr char LINE[] = "TemperatureAverageCurve";
+constexpr char FILTER[] = "GyroFilterValCal";
+
+#define STAGE_SITE(stage) (rova_log_site{ROVA_LOG_TAG, __FILE__, stage, __LINE__})
+#define STAGE_ERR(stage, ...)                                                                      \
+    rova_log_line(rova_log_kind::err, STAGE_SITE(stage), stderr, __VA_ARGS__)
+#define STAGE_INFO(stage, ...)                                                                     \
+    rova_log_line(rova_log_kind::info, STAGE_SITE(stage), nullptr, __VA_ARGS__)
+
 // ------------------------------------------------------------------------- sampling
 
 // The sweep follows the image sensor, by the reading that is the mean of several samples.
@@ -26,7 +38,7 @@ bool read_sweep_temperature(int32_t *degrees)
 {
     float found = 0;
     if (rova_read_cis_temperature_avg(&found, 0) == 0) {
-        ROVA_LOG_ERR("Image sensor's temperature read error!\n");
+        STAGE_ERR(SAMPLING, "Image sensor's temperature read error!\n");
         return false;
     }
     *degrees = static_cast<int32_t>(found);
@@ -37,7 +49,7 @@ bool take_sample(rova_gyro_sweep *sweep, int device, int index)
 {
     rova_gyro_axes axes = {};
     if (!rova_gyro_read_axes(device, &axes)) {
-        ROVA_LOG_ERR("Gyro-value read error!\n");
+        STAGE_ERR(SAMPLING, "Gyro-value read error!\n");
         return false;
     }
     for (int axis = 0; axis < ROVA_GYRO_AXES; axis++)
@@ -54,7 +66,7 @@ bool take_samples(rova_gyro_sweep *sweep, int device, int interval_ms, int rise)
     sweep->last = -1;
     for (int64_t reached = first; reached <= target; reached = sweep->temperature[sweep->last]) {
         if (sweep->last == ROVA_GYRO_SAMPLES - 1) {
-            ROVA_LOG_ERR("%d samples taken, no room for more\n", ROVA_GYRO_SAMPLES);
+            STAGE_ERR(SAMPLING, "%d samples taken, no room for more\n", ROVA_GYRO_SAMPLES);
             break;
         }
         if (!take_sample(sweep, device, sweep->last + 1))
@@ -73,7 +85,7 @@ bool sum_up(rova_gyro_sweep *sweep)
     for (int i = sweep->last; i >= 1; i--) {
         const auto degree = static_cast<uint32_t>(sweep->temperature[i]);
         if (degree > HIGHEST_DEGREE) {
-            ROVA_LOG_ERR("Gyro temperature range ERROR!!\n");
+            STAGE_ERR(AVERAGES, "Gyro temperature range ERROR!!\n");
             return false;
         }
         if (degree == HIGHEST_DEGREE)
@@ -91,11 +103,12 @@ void divide(rova_gyro_sweep *sweep, int axis, int degree)
     float &average = sweep->gyro_temperature_avg[axis][degree];
     average = count == 0 ? 0.0F : average / static_cast<float>(count);
     if (count < ROVA_GYRO_VALUABLE)
-        ROVA_LOG_INFO("gyro_temperature_avg[%d]: %d %6.4f, but gyro_temperature_cnt is lower than "
-                      "%d\n",
-                      axis, degree, average, ROVA_GYRO_VALUABLE);
+        STAGE_INFO(AVERAGES,
+                   "gyro_temperature_avg[%d]: %d %6.4f, but gyro_temperature_cnt is lower than "
+                   "%d\n",
+                   axis, degree, average, ROVA_GYRO_VALUABLE);
     else
-        ROVA_LOG_INFO("gyro_temperature_avg[%d]: %d %6.4f\n", axis, degree, average);
+        STAGE_INFO(AVERAGES, "gyro_temperature_avg[%d]: %d %6.4f\n", axis, degree, average);
 }
 
 // ------------------------------------------------------------------------- line
@@ -118,12 +131,12 @@ int select_degrees(rova_gyro_sweep *sweep, int axis)
         sweep->temp_avg_by_degree[axis][degree] = average;
         sweep->temp_sel[axis][n] = degree;
         sum += average;
-        ROVA_LOG_INFO("temp_avg_sel[%d][%d] = %d %6.4f\n", axis, n, degree, average);
+        STAGE_INFO(LINE, "temp_avg_sel[%d][%d] = %d %6.4f\n", axis, n, degree, average);
         n++;
     }
     sweep->y_avg[axis] = sum / static_cast<float>(n);
-    ROVA_LOG_INFO("y_avg[%d]: %6.4f, valuable temperature count: %d\n", axis, sweep->y_avg[axis],
-                  n);
+    STAGE_INFO(LINE, "y_avg[%d]: %6.4f, valuable temperature count: %d\n", axis, sweep->y_avg[axis],
+               n);
     return n;
 }
 
@@ -143,7 +156,7 @@ void fit_line(rova_gyro_sweep *sweep, int axis, int n)
     const float d = sum_xx * count - sum_x * sum_x;
     sweep->a[axis] = (sum_y * sum_xx - sum_x * sum_xy) / d;
     sweep->b[axis] = (sum_xy * count - sum_x * sum_y) / d;
-    ROVA_LOG_INFO("a[%d]=%4.4f, b[%d]=%4.4f\n", axis, sweep->a[axis], axis, sweep->b[axis]);
+    STAGE_INFO(LINE, "a[%d]=%4.4f, b[%d]=%4.4f\n", axis, sweep->a[axis], axis, sweep->b[axis]);
 }
 
 void put_line_into_averages(rova_gyro_sweep *sweep, int axis)
@@ -153,7 +166,7 @@ void put_line_into_averages(rova_gyro_sweep *sweep, int axis)
             continue;
         float &fitted = sweep->gyro_temperature_avg[axis][degree];
         fitted = sweep->a[axis] + static_cast<float>(degree) * sweep->b[axis];
-        ROVA_LOG_INFO("cal_gyro_temperature_avg[%d]: %d %6.4f\n", axis, degree, fitted);
+        STAGE_INFO(LINE, "cal_gyro_temperature_avg[%d]: %d %6.4f\n", axis, degree, fitted);
     }
 }
 
@@ -173,8 +186,8 @@ void judge_line(rova_gyro_sweep *sweep, int axis)
         from_line += squared(y - sweep->gyro_temperature_avg[axis][degree]);
     }
     sweep->r_square[axis] = (from_average - from_line) / from_average;
-    ROVA_LOG_INFO("y_avg_diff_square:%6.4f, y_cal_diff_square:%6.4f, r_square[%d]:%6.4f\n",
-                  from_average, from_line, axis, sweep->r_square[axis]);
+    STAGE_INFO(LINE, "y_avg_diff_square:%6.4f, y_cal_diff_square:%6.4f, r_square[%d]:%6.4f\n",
+               from_average, from_line, axis, sweep->r_square[axis]);
 }
 
 // No number is 0 as an integer, and what an integer does not hold the nearest one.
@@ -197,7 +210,7 @@ void correct_samples(rova_gyro_sweep *sweep, int axis)
         if (std::abs(int64_t{corrected}) > LARGE_CORRECTION)
             sweep->gyro_error_cnt[axis]++;
     }
-    ROVA_LOG_INFO("gyro_error_cnt[%d]: %d\n", axis, sweep->gyro_error_cnt[axis]);
+    STAGE_INFO(LINE, "gyro_error_cnt[%d]: %d\n", axis, sweep->gyro_error_cnt[axis]);
 }
 
 // ------------------------------------------------------------------------- filter
@@ -236,7 +249,7 @@ rova_gyro_sampling rova_gyro_sweep_sample(rova_gyro_sweep *sweep, uint64_t start
     {
         const rova_descriptor device(sys_open(ROVA_GYRO_DEVICE, O_RDONLY | O_CLOEXEC, 0));
         if (!device) {
-            ROVA_LOG_INFO("no %s (%s) \n", ROVA_GYRO_DEVICE, rova_reason());
+            STAGE_INFO(SAMPLING, "no %s (%s) \n", ROVA_GYRO_DEVICE, rova_reason());
             return rova_gyro_sampling::no_device;
         }
         if (!take_samples(sweep, device.get(), interval_ms, rise))
@@ -277,7 +290,7 @@ void rova_gyro_sweep_filter(rova_gyro_sweep *sweep, rova_gyro_memory *memory)
         if (sweep->filtered[i] > LARGE_FILTERED)
             errors++;
     }
-    ROVA_LOG_INFO("gyro_filter_error_cnt: %d\n", errors);
+    STAGE_INFO(FILTER, "gyro_filter_error_cnt: %d\n", errors);
 }
 
 void rova_gyro_sweep_evaluate(rova_gyro_sweep *sweep, rova_gyro_memory *memory)

@@ -595,7 +595,7 @@ TEST_F(GyroSweepCommand, AnUnreadableSampleIsToldUnderTheGyroscopesTag)
 {
     camera.fault("sys_ioctl", "1 at 3");
     EXPECT_FALSE(passes("gyroscope adjust_gyro 0 1"));
-    EXPECT_TRUE(camera.logged("SYS_GYRO rova_gyro_sweep.cpp"));
+    EXPECT_TRUE(camera.logged("SYS_GYRO rova_gyro_sweep.cpp: __rova_gyroscope_read_axis_onetime("));
     EXPECT_EQ(times_logged(READ_ERROR), 1U);
 }
 

@@ -1,17 +1,22 @@
 #include "command/system/rova_gyro_sweep.h"
 
 #include "tests/support/camera.h"
+#include "tests/support/text.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <limits>
 #include <memory>
 #include <random>
+#include <regex>
 #include <string>
 #include <vector>
+
+using testing::Contains;
 
 namespace
 {
@@ -56,6 +61,19 @@ struct GyroSweep : testing::Test {
     Axes sample(int index) const
     {
         return {sweep->gyro[0][index], sweep->gyro[1][index], sweep->gyro[2][index]};
+    }
+
+    // "function > message" of each line under the gyroscope's tag.
+    std::vector<std::string> stage_messages() const
+    {
+        static const std::regex line(R"( SYS_GYRO rova_gyro_sweep\.cpp: (\w+)\(\d+\) > (.*))");
+        static const std::regex colour("\x1b\\[[0-9]*m");
+        std::vector<std::string> texts;
+        for (const std::string &text : test::lines_of(camera.platform_log()))
+            if (std::smatch parts; std::regex_search(text, parts, line))
+                texts.push_back(parts.str(1) + " > " +
+                                std::regex_replace(parts.str(2), colour, ""));
+        return texts;
     }
 
     void expect_no_line(float sought) const
@@ -146,27 +164,27 @@ TEST_F(GyroLine, IsTakenFromAllSamplesButTheFirst)
     EXPECT_EQ(sample(600), (Axes{0, 0, 0}));
 }
 
-TEST_F(GyroLine, IsToldUnderTheGyroscopesTag)
+TEST_F(GyroLine, IsToldUnderTheGyroscopesTagAndTheStagesName)
 {
     evaluate();
     for (const char *text : {
-             "gyro_temperature_avg[0]: 20 10.0000\n",
-             "gyro_temperature_avg[2]: 22 5.0000\n",
-             "gyro_temperature_avg[0]: 0 0.0000, but gyro_temperature_cnt is lower than 200\n",
-             "gyro_temperature_avg[2]: 59 0.0000, but gyro_temperature_cnt is lower than 200\n",
-             "temp_avg_sel[1][2] = 22 13.0000\n",
-             "y_avg[1]: 12.0000, valuable temperature count: 3\n",
-             "a[0]=-30.0000, b[0]=2.0000\n",
-             "a[1]=-19.5000, b[1]=1.5000\n",
-             "cal_gyro_temperature_avg[1]: 20 10.5000\n",
-             "y_avg_diff_square:6.0000, y_cal_diff_square:1.5000, r_square[1]:0.7500\n",
-             "gyro_error_cnt[2]: 0\n",
-             "gyro_filter_error_cnt: 0\n",
-         }) {
-        const std::string message(text, std::char_traits<char>::length(text) - 1);
-        EXPECT_TRUE(camera.logged(message)) << message;
-    }
-    EXPECT_TRUE(camera.logged(" SYS_GYRO rova_gyro_sweep.cpp: "));
+             "GyroTemperatureAverage > gyro_temperature_avg[0]: 20 10.0000",
+             "GyroTemperatureAverage > gyro_temperature_avg[2]: 22 5.0000",
+             "GyroTemperatureAverage > gyro_temperature_avg[0]: 0 0.0000, but gyro_temperature_cnt "
+             "is lower than 200",
+             "GyroTemperatureAverage > gyro_temperature_avg[2]: 59 0.0000, but "
+             "gyro_temperature_cnt is lower than 200",
+             "TemperatureAverageCurve > temp_avg_sel[1][2] = 22 13.0000",
+             "TemperatureAverageCurve > y_avg[1]: 12.0000, valuable temperature count: 3",
+             "TemperatureAverageCurve > a[0]=-30.0000, b[0]=2.0000",
+             "TemperatureAverageCurve > a[1]=-19.5000, b[1]=1.5000",
+             "TemperatureAverageCurve > cal_gyro_temperature_avg[1]: 20 10.5000",
+             "TemperatureAverageCurve > y_avg_diff_square:6.0000, y_cal_diff_square:1.5000, "
+             "r_square[1]:0.7500",
+             "TemperatureAverageCurve > gyro_error_cnt[2]: 0",
+             "GyroFilterValCal > gyro_filter_error_cnt: 0",
+         })
+        EXPECT_THAT(stage_messages(), Contains(text));
     EXPECT_FALSE(camera.logged("SYS_ROVA"));
     EXPECT_FALSE(camera.logged("gyro_temperature_avg[0]: 60"));
     EXPECT_FALSE(camera.logged("cal_gyro_temperature_avg[0]: 23"));
