@@ -51,6 +51,27 @@ TEST(VcamCreate, MakesTheFoldersLinksAndFilesOfACamera)
     EXPECT_TRUE(fs::exists(dir / "dev/lsm"));
 }
 
+TEST(VcamCreate, GivesTheCameraAChargedBattery)
+{
+    const test::Camera camera;
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    EXPECT_EQ(camera.read("/virtual/property/4.0"), "7800\n");
+    EXPECT_EQ(camera.key_int("memory/sysman/battery_status_low"), 4);
+    const std::string spec = camera.read("/sys/devices/platform/m7-adc-battery/adc_spec");
+    EXPECT_NE(spec.find("4 7600 high\n5 8400 full\n"), std::string::npos);
+    EXPECT_LT(spec.size(), 96U); // the room that the daemon has for it
+}
+
+TEST(VcamCreate, LeavesABatteryThatIsThereAlone)
+{
+    const test::Camera camera;
+    ASSERT_TRUE(succeeded(vcam({"property", "set", "4", "0", "6700"})));
+    ASSERT_TRUE(succeeded(vcam({"key", "set", "memory/sysman/battery_status_low", "1"})));
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    EXPECT_EQ(camera.read("/virtual/property/4.0"), "6700\n");
+    EXPECT_EQ(camera.key_int("memory/sysman/battery_status_low"), 1);
+}
+
 TEST(VcamCreate, SoundsAreWavFilesOfWholeSamples)
 {
     const test::Camera camera;
