@@ -1,4 +1,5 @@
 #include "command/rova_cmd_handler.h"
+#include "command/rova_cmd_result.h"
 #include "command/rova_cmd_util.h"
 #include "command/system/rova_cmd_system.h"
 #include "command/system/rova_gyro_device.h"
@@ -10,20 +11,15 @@
 #include "common/rova_log.h"
 #include "common/rova_osd.h"
 #include "common/rova_sensor.h"
+#include "platform/timer.h"
 
 #include <fcntl.h>
 #include <memory>
-#include <platform/timer.h>
 
 namespace
 {
 
 constexpr char CSV_FILE[] = "gyroscope.csv";
-
-const char *result_word(bool ok)
-{
-    return ok ? "OK" : "NG";
-}
 
 int open_device()
 {
@@ -192,7 +188,7 @@ int rova_cmd_gyroscope_adjust(uint32_t cmd_type, cmd_data *record)
     adjustment row = NOT_ADJUSTED;
     const bool ok = adjust(record, &row);
     rova_csv_write(csv, "%d,%d,%d,%d,%d,%s", row.gyro[0], row.gyro[1], row.gyro[2], row.gyro_therm,
-                   row.dsp_therm, result_word(ok));
+                   row.dsp_therm, rova_cmd_result_word(ok));
     rova_resp_stream stream = {};
     rova_csv_close(csv, &stream);
     return rova_cmd_answer(cmd_type, ok, &stream);
@@ -208,7 +204,7 @@ void write_row(rova_csv_handle csv, const rova_gyro_sweep &sweep, int val_temp_c
     const float *a = sweep.a, *b = sweep.b, *r = sweep.r_square;
     rova_csv_write(csv, "%4.4f,%4.4f,%4.4f,%4.4f,%4.4f,%4.4f,%4.4f,%4.4f,%4.4f,%d,%lu,%s", a[0],
                    a[1], a[2], b[0], b[1], b[2], r[0], r[1], r[2], val_temp_cnt,
-                   static_cast<unsigned long>(sweep.gyro_get_time_ms), result_word(ok));
+                   static_cast<unsigned long>(sweep.gyro_get_time_ms), rova_cmd_result_word(ok));
 }
 
 bool run_sweep(const cmd_data *record, uint64_t start, rova_gyro_sweep *sweep)

@@ -5,11 +5,11 @@
 #include "command/system/rova_gyro_sweep.h"
 #include "common/rova_guard.h"
 #include "common/rova_sensor.h"
+#include "platform/timer.h"
 
 #include <cmath>
 #include <cstdlib>
 #include <fcntl.h>
-#include <platform/timer.h>
 
 namespace
 {

@@ -164,6 +164,17 @@ TEST_F(GyroAdjust, ItemsAreSavedOneByOne)
     EXPECT_EQ(camera.calls("pref_save").size(), 5U);
 }
 
+TEST_F(GyroAdjust, ItemsAreSavedBeforeTheScreenTellsThem)
+{
+    EXPECT_TRUE(passes("gyroscope adjust 1 0"));
+    std::vector<std::string> names;
+    for (const std::string &call : told({"pref_save", "factory_osd_text_set"}))
+        names.push_back(call.substr(0, call.find('[')));
+    std::vector<std::string> expected(5, "pref_save");
+    expected.insert(expected.end(), 3, "factory_osd_text_set");
+    EXPECT_EQ(names, expected);
+}
+
 TEST_F(GyroAdjust, ItemsThatCannotBeSavedAreNotLookedAt)
 {
     camera.fault("pref_save", "-1");
@@ -197,6 +208,7 @@ TEST_F(GyroAdjust, SumsWrap)
 TEST_F(GyroAdjust, ACameraWithoutTheSensorPasses)
 {
     camera.remove("/dev/lsm");
+    camera.remove(ISP); // not looked at
     EXPECT_TRUE(passes("gyroscope adjust 2 0"));
     EXPECT_EQ(row(), "0,0,0,0,-1,OK\r");
     EXPECT_TRUE(passes("gyroscope adjust 0 0"));
@@ -532,8 +544,10 @@ TEST_F(GyroSweepCommand, TheCountOfTheLatestLineStays)
     camera.fault("sys_ioctl", "-1");
     expect_row("gyroscope adjust_gyro 0 1", std::string(ZEROS) + "3,0", false);
     camera.remove("/dev/lsm");
+    camera.remove(THERMISTOR); // not looked at
     expect_row("gyroscope adjust_gyro 0 1", std::string(ZEROS) + "3,0", true);
     camera.write("/dev/lsm", "");
+    camera.write(THERMISTOR, thermistor_words(20));
     expect_no_line("gyroscope adjust_gyro 0 -2", 0);
 }
 

@@ -190,6 +190,20 @@ TEST_F(Key, StopDuringTheWaitEndsIt)
     EXPECT_THAT(wrap_sleeps(), ElementsAre(1000));
 }
 
+// Notices bring their colour.
+TEST_F(Key, WaitPushNotesInYellow)
+{
+    play_shutter({"1", "2"});
+    play("keycode", {"0"});
+    EXPECT_EQ(run("key wait_push s1"), NG);
+    EXPECT_EQ(run("key wait_push all"), OK);
+    set("check_push_key", "1");
+    EXPECT_EQ(run("key wait_push nobutton"), NG);
+    for (const char *note :
+         {"s2 event generate instead of s1!!", "keycode : 0", "pushed_keys_id : 0x00000001"})
+        EXPECT_TRUE(camera.logged(std::string("\033[33m") + note)) << note;
+}
+
 // ------------------------------------------------------------------------- held for a time
 
 TEST_F(KeyHold, EachKeyIsKnownByItsBit)
