@@ -420,6 +420,11 @@ bool remove_key(const std::string &name)
     return where && where->remove(name);
 }
 
+std::string key_place(const std::string &name)
+{
+    return file("key/" + name);
+}
+
 bool keys_open()
 {
     return store() != nullptr;

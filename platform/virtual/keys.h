@@ -33,6 +33,10 @@ bool set_bool(const std::string &name, bool value);
 bool set_string(const std::string &name, const std::string &value);
 bool remove_key(const std::string &name); // not told to watchers
 
+// Where the numbers to come of a key can be scripted (values.h): each vconf_get_int() or
+// vconf_get_bool() writes the next one.
+std::string key_place(const std::string &name);
+
 // False when the store cannot be opened, which the reading functions tell like a missing key.
 bool keys_open();
 

@@ -42,6 +42,11 @@ bool write_all(int fd, std::string_view data)
     return true;
 }
 
+std::string script_of(const std::string &place)
+{
+    return place + ".play";
+}
+
 std::string folder_of(const std::string &place)
 {
     return std::filesystem::path(place).parent_path().string();
@@ -73,7 +78,12 @@ Descriptor lock_script(const std::string &script)
 
 void play(const std::string &place)
 {
-    std::string script = place + ".play";
+    play(place, [&](std::string_view value) { write_value(place, value); });
+}
+
+void play(const std::string &place, const std::function<void(std::string_view)> &take)
+{
+    std::string script = script_of(place);
     if (access(script.c_str(), F_OK) != 0)
         return;
     Descriptor fd = lock_script(script);
@@ -82,9 +92,25 @@ void play(const std::string &place)
         return;
     size_t end = lines.find('\n');
     if (!lines.empty())
-        write_value(place, std::string_view(lines).substr(0, end));
+        take(std::string_view(lines).substr(0, end));
     bool more = end != std::string::npos && end + 1 < lines.size();
     if (!more || !replace_file(script, std::string_view(lines).substr(end + 1)))
+        unlink(script.c_str());
+}
+
+bool write_play(const std::string &place, const std::vector<std::string> &values)
+{
+    std::string lines;
+    for (const std::string &value : values)
+        lines += value + "\n";
+    return replace_file(script_of(place), lines);
+}
+
+// A reader that has the lock puts its rest back: it is waited for.
+void end_play(const std::string &place)
+{
+    const std::string script = script_of(place);
+    if (lock_script(script))
         unlink(script.c_str());
 }
 

@@ -1,9 +1,11 @@
 // Small files that hold one value: the value, a line feed.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace virt
 {
@@ -21,6 +23,12 @@ bool write_number(const std::string &place, long long number);
 
 // Only the first half of read_value: what sys_open does when a file is opened for reading.
 void play(const std::string &place);
+// The same for values that no file holds: `take` is given the next scripted value, if there is one.
+void play(const std::string &place, const std::function<void(std::string_view)> &take);
+
+// Scripts the values to come in place of any others, or drops those that are left.
+bool write_play(const std::string &place, const std::vector<std::string> &values);
+void end_play(const std::string &place);
 
 // Whole files of any kind: "" and false on failure.  replace_file writes a temporary file beside
 // the place and renames it; with `sync` the new contents survive a power cut before it returns.

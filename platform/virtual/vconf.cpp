@@ -3,8 +3,10 @@
 #include "platform/virtual/keys.h"
 #include "platform/virtual/root.h"
 #include "platform/virtual/told.h"
+#include "platform/virtual/values.h"
 
 #include <cstdint>
+#include <cstdlib>
 #include <glib-unix.h>
 #include <memory>
 #include <mutex>
@@ -160,12 +162,28 @@ const char *or_empty(const char *text)
     return text ? text : "";
 }
 
+// A scripted value is written first, as if the camera had.  It changes no key's type.
+void play(const char *key, virt::KeyType type)
+{
+    virt::play(virt::key_place(key), [=](std::string_view value) {
+        const std::optional<virt::Key> now = virt::get_key(key);
+        if (now && now->type != type)
+            return;
+        const int number = static_cast<int>(std::strtol(std::string(value).c_str(), nullptr, 0));
+        if (type == virt::KeyType::boolean)
+            virt::set_bool(key, number != 0);
+        else
+            virt::set_int(key, number);
+    });
+}
+
 int get_number(const char *call, const char *key, virt::KeyType type, int *value)
 {
     if (auto failure = virt::fault(call, {key}))
         return static_cast<int>(*failure);
     if (!key || !value)
         return -1;
+    play(key, type);
     std::optional<virt::Key> found = virt::get_key(key);
     if (!found || found->type != type)
         return -1;

@@ -59,6 +59,34 @@ TEST(Values, ScriptedValuesMayBeEmptyAndMakeTheFile)
     EXPECT_FALSE(camera.exists("/sys/key.play"));
 }
 
+TEST(Values, AScriptReplacesTheOneBeforeAndCanBeEnded)
+{
+    test::Camera camera;
+    const std::string place = virt::file("a");
+    EXPECT_TRUE(virt::write_play(place, {"1", "2"}));
+    EXPECT_TRUE(virt::write_play(place, {"3", "4"}));
+    EXPECT_EQ(virt::read_value(place), "3");
+    virt::end_play(place);
+    EXPECT_FALSE(camera.exists("/virtual/a.play"));
+    EXPECT_EQ(virt::read_value(place), "3");
+    virt::end_play(place); // where there is none
+    camera.write("/virtual/folder", "in the way");
+    EXPECT_FALSE(virt::write_play(virt::file("folder/b"), {"1"}));
+}
+
+TEST(Values, WhoTakesAScriptedValueNeedsNoFile)
+{
+    test::Camera camera;
+    const std::string place = virt::file("a");
+    std::string seen;
+    const auto take = [&](std::string_view value) { seen += std::string(value) + ";"; };
+    virt::write_play(place, {"1", "", "3"});
+    for (int count = 0; count < 4; count++)
+        virt::play(place, take);
+    EXPECT_EQ(seen, "1;;3;");
+    EXPECT_FALSE(camera.exists("/virtual/a"));
+}
+
 TEST(Values, ProcessesThatReadAtOnceShareTheScriptedValues)
 {
     test::Camera camera;

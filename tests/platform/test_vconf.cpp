@@ -265,6 +265,55 @@ TEST(Vconf, WritesAndWatchesAreRecorded)
                       "vconf_notify_key_changed(\"a\")", "vconf_ignore_key_changed(\"a\")"}));
 }
 
+TEST(Vconf, EachReadingWritesTheNextScriptedNumber)
+{
+    test::Camera camera;
+    Seen seen;
+    camera.write("/virtual/key/m/level.play", "4\n0x3\n");
+    camera.write("/virtual/key/m/flag.play", "1\n0\n");
+    vconf_notify_key_changed("m/level", note, &seen);
+    int value = 0;
+    for (const int wanted : {4, 3, 3}) {
+        EXPECT_EQ(vconf_get_int("m/level", &value), 0);
+        EXPECT_EQ(value, wanted);
+    }
+    serve_all();
+    EXPECT_EQ(seen.values, (Values{"m/level=4", "m/level=3"}));
+    EXPECT_FALSE(camera.exists("/virtual/key/m/level.play"));
+    for (const int wanted : {1, 0, 0}) {
+        EXPECT_EQ(vconf_get_bool("m/flag", &value), 0);
+        EXPECT_EQ(value, wanted);
+    }
+    EXPECT_EQ(
+        camera.call_texts(),
+        (Values{"vconf_notify_key_changed(\"m/level\")", "vconf_notify_key_changed(\"test/last\")",
+                "vconf_set_int(\"test/last\", 1)", "vconf_ignore_key_changed(\"test/last\")"}))
+        << "no call wrote the key";
+    vconf_ignore_key_changed("m/level", note);
+}
+
+TEST(Vconf, AScriptChangesNoKeysType)
+{
+    test::Camera camera;
+    vconf_set_str("a", "x");
+    camera.write("/virtual/key/a.play", "1\n");
+    int value = 7;
+    EXPECT_EQ(vconf_get_int("a", &value), -1);
+    EXPECT_EQ(value, 7);
+    EXPECT_EQ(camera.key_string("a"), "x");
+}
+
+TEST(Vconf, AReadingThatAFaultFailsTakesNoScriptedNumber)
+{
+    test::Camera camera;
+    camera.write("/virtual/key/a.play", "1\n2\n");
+    camera.fault("vconf_get_int", "-9 at 1");
+    int value = 7;
+    EXPECT_EQ(vconf_get_int("a", &value), -9);
+    EXPECT_EQ(vconf_get_int("a", &value), 0);
+    EXPECT_EQ(value, 1);
+}
+
 TEST(Vconf, EachCallCanFail)
 {
     test::Camera camera;

@@ -148,10 +148,7 @@ void get_attribute(const std::string &path)
 
 void play_attribute(const std::string &path, const std::vector<std::string> &values)
 {
-    std::string lines;
-    for (const std::string &value : values)
-        lines += value + "\n";
-    check_written(virt::replace_file(attribute_file(path).string() + ".play", lines), path);
+    check_written(virt::write_play(attribute_file(path).string(), values), path);
 }
 
 CLI::App *action(CLI::App &app, const char *name, const char *summary,
