@@ -1,32 +1,21 @@
 #!/usr/bin/env python3
 """Hold the command reference to the program's own list of commands.
 
-usage: check-commands.py PROGRAM PAGE
+usage: check-commands.py PROGRAM PAGE DOCUMENT
 
 PROGRAM prints a line for each command: table, tab, word.  In the manual page PAGE each of these
 words is to have one subsection below COMMANDS, and no other word one.  A subsection holds at least
 one syntax that begins with the word, what makes the command NG, the files it writes, and an
-example that begins with the word.
+example that begins with the word.  In the Markdown file DOCUMENT each word is to have one heading
+below that of its table, in the order of the tables, and no other word one.
 """
 import re
-import subprocess
 import sys
 from pathlib import Path
 
+from reference import entries, rows
+
 PARTS = ('NG', 'Files', 'Example')
-
-
-def rows(program):
-    """Pairs of table and word, as the program tells them."""
-    done = subprocess.run([program], capture_output=True, text=True, check=True)
-    return [tuple(line.split('\t')) for line in done.stdout.splitlines()]
-
-
-def entries(page):
-    """Pairs of word and text of the subsections below COMMANDS."""
-    section = re.search(r'^\.Sh COMMANDS\n(.*?)(?=^\.Sh |\Z)', page, re.MULTILINE | re.DOTALL)
-    pieces = re.split(r'^\.Ss (.+)\n', section.group(1) if section else '', flags=re.MULTILINE)
-    return list(zip(pieces[1::2], pieces[2::2]))
 
 
 def items(text):
@@ -64,16 +53,42 @@ def faults(table_rows, page_entries):
         yield from entry_faults(word, text)
 
 
+def headings(document):
+    """Pairs of table and word, as the document's headings have them."""
+    table = ''
+    for line in document.splitlines():
+        if name := re.fullmatch('## The (.+) table', line):
+            table = name.group(1)
+        elif line.startswith('### '):
+            yield table, line.removeprefix('### ')
+
+
+def document_faults(table_rows, document):
+    described = list(headings(document))
+    for table, word in table_rows:
+        if (table, word) not in described:
+            yield f'{word}: in the {table} table, but without an entry'
+    for table, word in described:
+        if (table, word) not in table_rows:
+            yield f'{word}: an entry, but not in the {table} table'
+    if sorted(described) == sorted(table_rows) and described != table_rows:
+        yield 'the entries are not in the order of the tables'
+    if len(set(described)) != len(described):
+        yield 'a word has two entries'
+
+
 def main():
-    if len(sys.argv) != 3:
+    if len(sys.argv) != 4:
         sys.exit(__doc__.split('\n\n')[1])
-    program, page = sys.argv[1:]
+    program, page, document = sys.argv[1:]
     table_rows = rows(program)
     if not table_rows:
         sys.exit(f'{program}: tells no command')
-    found = list(faults(table_rows, entries(Path(page).read_text(encoding='utf-8'))))
+    page_text, document_text = (Path(name).read_text(encoding='utf-8') for name in (page, document))
+    found = [f'{page}: {text}' for text in faults(table_rows, entries(page_text))]
+    found += [f'{document}: {text}' for text in document_faults(table_rows, document_text)]
     for text in found:
-        print(f'{page}: {text}')
+        print(text)
     print(f'{len(table_rows)} commands checked, {len(found)} faults')
     return 1 if found else 0
 

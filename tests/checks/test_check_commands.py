@@ -18,14 +18,28 @@ def entry(word, syntax=None, ng='None.', files='None.', example=None):
             f'.It Sy Example\n{example or ".Dl " + word + " on"}\n.El\n')
 
 
+def document_of(listed):
+    """A document without fault: headings of tables, and below each those of its words."""
+    lines, last = ['# Commands'], ''
+    for row in filter(None, listed.split('\\n')):
+        table, word = row.split('\\t')
+        if table != last:
+            lines.append(f'## The {table} table')
+        lines.append(f'### {word}')
+        last = table
+    return '\n'.join(lines)
+
+
 class CheckCommands(unittest.TestCase):
-    def run_checker(self, listed, page):
+    def run_checker(self, listed, page, document=None):
         with tempfile.TemporaryDirectory() as folder:
             program, text = Path(folder, 'list'), Path(folder, 'page.5')
+            markdown = Path(folder, 'commands.md')
             program.write_text(f"#!/bin/sh\nprintf '{listed}'\n")
             program.chmod(0o755)
             text.write_text(page)
-            done = subprocess.run([sys.executable, '-B', CHECKER, program, text],
+            markdown.write_text(document_of(listed) if document is None else document)
+            done = subprocess.run([sys.executable, '-B', CHECKER, program, text, markdown],
                                   capture_output=True, text=True)
         return done.returncode, done.stdout + done.stderr
 
@@ -74,6 +88,32 @@ class CheckCommands(unittest.TestCase):
         code, text = self.run_checker('factory\\tosd\\n', '.Sh NAME\n')
         self.assertEqual(code, 1)
         self.assertIn('osd: in the factory table, but without an entry', text)
+
+    def assertFindsInDocument(self, document, *found):
+        code, text = self.run_checker('system\\tkey\\nsystem\\tjog1\\nfactory\\tosd\\n',
+                                      HEAD + entry('key') + entry('jog1') + entry('osd') + TAIL,
+                                      document)
+        self.assertEqual(code, 1 if found else 0, text)
+        self.assertEqual([line.split('.md: ', 1)[1] for line in text.splitlines()[:-1]],
+                         list(found))
+
+    def test_a_document_has_each_word_below_its_table(self):
+        self.assertFindsInDocument('## The system table\n### key\n### jog1\n'
+                                   '## The factory table\n### osd\n')
+        self.assertFindsInDocument('## The system table\n### key\n## The factory table\n### osd\n',
+                                   'jog1: in the system table, but without an entry')
+        self.assertFindsInDocument('## The system table\n### key\n### jog1\n### osd\n',
+                                   'osd: in the factory table, but without an entry',
+                                   'osd: an entry, but not in the system table')
+        self.assertFindsInDocument('## The system table\n### jog1\n### key\n'
+                                   '## The factory table\n### osd\n',
+                                   'the entries are not in the order of the tables')
+        self.assertFindsInDocument('## The system table\n### key\n### jog1\n'
+                                   '## The factory table\n### osd\n### osd\n',
+                                   'a word has two entries')
+        self.assertFindsInDocument('## The system table\n### key\n### jog1\n'
+                                   '## The factory table\n### osd\n### lcd\n',
+                                   'lcd: an entry, but not in the factory table')
 
 
 if __name__ == '__main__':
