@@ -55,6 +55,13 @@ TEST(Completion, OffersTheOptionsAndActionsOfAVerb)
     EXPECT_EQ(completions({VCAM_PROGRAM, "turn-camera", "t"}), (words{"top"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "touch", ""}), (words{"ghost"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "touch", "400", ""}), words{});
+    EXPECT_EQ(completions({VCAM_PROGRAM, "press", "me"}), (words{"menu", "metering"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "turn", ""}), (words{"jog1", "jog2", "wheel"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "turn", "wheel", "l"}), (words{"left"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "turn", "wheel", "left", ""}), words{});
+    EXPECT_EQ(completions({VCAM_PROGRAM, "dial", "drive", "c"}),
+              (words{"continuous_n", "continuous_h"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "press", "menu", "--h"}), (words{"--help", "--hold"}));
     EXPECT_TRUE(offers(completions({VCAM_PROGRAM, "-"}), "-C"));
     EXPECT_EQ(completions({VCAM_PROGRAM, "screen", "--p"}), (words{"--png"})) << "told once";
     EXPECT_EQ(completions({VCAM_PROGRAM, "key", "set", "--b"}), (words{"--bool"}));

@@ -54,6 +54,12 @@ _vcam() {
         mapfile -t COMPREPLY < <(compgen -W "$(_vcam_options "$1" "$verb" ${action:+"$action"})" -- "$cur")
     elif [[ $verb == turn-camera ]]; then
         mapfile -t COMPREPLY < <(compgen -W "up right down left top bottom" -- "$cur")
+    elif [[ $verb =~ ^(press|turn|dial)$ && $prev == "$verb" ]]; then
+        mapfile -t COMPREPLY < <(compgen -W \
+            "$("$1" "$verb" --list 2>/dev/null | awk '{ print $1 }')" -- "$cur")
+    elif [[ $verb =~ ^(turn|dial)$ ]]; then
+        mapfile -t COMPREPLY < <(compgen -W \
+            "$("$1" "$verb" --list 2>/dev/null | sed -n "s/^$prev //p")" -- "$cur")
     elif [[ $verb == card ]]; then
         mapfile -t COMPREPLY < <(compgen -W "insert remove" -- "$cur")
     elif [[ $verb == touch ]]; then

@@ -5,6 +5,7 @@
 #include "platform/virtual/motion.h"
 #include "platform/virtual/pref.h"
 #include "tools/vcam/camera.h"
+#include "tools/vcam/key_driver.h"
 #include "tools/vcam/media.h"
 #include "tools/vcam/sensor.h"
 #include "tools/vcam/verb.h"
@@ -193,6 +194,8 @@ int verb_create(const invocation &in, CLI::App &app)
         add_file(on_pc(row.path), row.text);
     add_file(on_pc(ROVA_ACCEL_RAW_DATA_PATH), accel_raw_data(0) + "\n");
     add_file(on_pc(virt::THERMISTOR), virt::thermistor_text(REST_DEGREES));
+    for (const driver_file &row : driver_at_rest())
+        add_file(on_pc(row.path), row.text);
     for (const program_row &row : PROGRAMS)
         add_program(row);
     for (const sound_row &row : SOUNDS)

@@ -25,6 +25,7 @@ constexpr verb VERBS[] = {
     {"chart", "Draw a picture of a chart with known content",
      "noise --seed 3 --out grey.png\nmot --noise 2", verb_chart},
     {"create", "Make a camera, or add what one lacks", "", verb_create},
+    {"dial", "Move the mode or drive dial", "mode p\ndrive timer", verb_dial},
     {"fault", "Make platform calls fail", "pref_save -1 --at 3\n--clear pref_save", verb_fault},
     {"key", "Read, write, watch or list keys",
      "get memory/rova/power_off\nset memory/sysman/usb_status 2\nwatch", verb_key},
@@ -34,6 +35,7 @@ constexpr verb VERBS[] = {
      "file samples.txt\noff", verb_motion},
     {"pc", "Send a command as the PC does and show the answer",
      "osd string 1 hello\n--number 0x10030000 2026 11 20 0", verb_pc},
+    {"press", "Press a key and let it go", "menu\ns1 --hold 800", verb_press},
     {"property", "Read or write a device property", "get 17 7\nset 2 4 1", verb_property},
     {"run", "Run a script and tell the result of each command", "line.adj", verb_run},
     {"screen", "Show the camera's screen", "--png screen.png\n--text", verb_screen},
@@ -43,6 +45,7 @@ constexpr verb VERBS[] = {
      verb_status},
     {"stop", "Stop the camera's daemon and what runs beside it", "\n--kill", verb_stop},
     {"touch", "Touch the touch panel, or show its state", "400 240\nghost\n", verb_touch},
+    {"turn", "Turn a rotary switch by clicks", "jog1 right 3", verb_turn},
     {"turn-camera", "Turn the camera into another position", "left", verb_turn_camera},
 };
 // clang-format on

@@ -55,11 +55,13 @@ int verb_calls(const invocation &in, CLI::App &app);
 int verb_card(const invocation &in, CLI::App &app);
 int verb_chart(const invocation &in, CLI::App &app);
 int verb_create(const invocation &in, CLI::App &app);
+int verb_dial(const invocation &in, CLI::App &app);
 int verb_fault(const invocation &in, CLI::App &app);
 int verb_key(const invocation &in, CLI::App &app);
 int verb_log(const invocation &in, CLI::App &app);
 int verb_motion(const invocation &in, CLI::App &app);
 int verb_pc(const invocation &in, CLI::App &app);
+int verb_press(const invocation &in, CLI::App &app);
 int verb_property(const invocation &in, CLI::App &app);
 int verb_run(const invocation &in, CLI::App &app);
 int verb_screen(const invocation &in, CLI::App &app);
@@ -68,6 +70,7 @@ int verb_start(const invocation &in, CLI::App &app);
 int verb_status(const invocation &in, CLI::App &app);
 int verb_stop(const invocation &in, CLI::App &app);
 int verb_touch(const invocation &in, CLI::App &app);
+int verb_turn(const invocation &in, CLI::App &app);
 int verb_turn_camera(const invocation &in, CLI::App &app);
 
 } // namespace vcam

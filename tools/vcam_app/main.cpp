@@ -3,6 +3,7 @@
 #include "platform/virtual/root.h"
 #include "tools/vcam_app/application.h"
 #include "tools/vcam_app/channels.h"
+#include "tools/vcam_app/key_window.h"
 #include "tools/vcam_app/lock.h"
 
 #include <csignal>
@@ -77,6 +78,7 @@ int serve()
         return TROUBLE;
     if (const int found = clear_channels(); found > 0)
         std::printf("cleared %d queue%s of a killed application\n", found, found == 1 ? "" : "s");
+    const key_window keys; // before anybody is told that the application is up
     const bool started = start_application();
     if (started) {
         std::puts("camera application: up");
