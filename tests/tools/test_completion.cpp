@@ -43,7 +43,7 @@ TEST(Completion, OffersEveryVerbThatTheProgramHas)
     for (std::string verb; list >> verb; count++)
         EXPECT_TRUE(offers(offered, verb)) << verb;
     EXPECT_EQ(offered.size(), static_cast<std::size_t>(count));
-    EXPECT_EQ(completions({VCAM_PROGRAM, "-C", "dir", "sta"}), (words{"start", "status"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "-C", "dir", "sta"}), (words{"start", "state", "status"}));
 }
 
 TEST(Completion, OffersTheOptionsAndActionsOfAVerb)
@@ -51,7 +51,7 @@ TEST(Completion, OffersTheOptionsAndActionsOfAVerb)
     EXPECT_TRUE(offers(completions({VCAM_PROGRAM, "stop", "--"}), "--kill"));
     EXPECT_FALSE(offers(completions({VCAM_PROGRAM, "stop", "--"}), "--follow"));
     EXPECT_EQ(completions({VCAM_PROGRAM, "key", "w"}), (words{"watch"}));
-    EXPECT_EQ(completions({VCAM_PROGRAM, "card", ""}), (words{"insert", "remove"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "card", ""}), (words{"insert", "remove", "lock", "unlock"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "turn-camera", "t"}), (words{"top"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "touch", ""}), (words{"ghost"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "touch", "400", ""}), words{});
@@ -62,6 +62,11 @@ TEST(Completion, OffersTheOptionsAndActionsOfAVerb)
     EXPECT_EQ(completions({VCAM_PROGRAM, "dial", "drive", "c"}),
               (words{"continuous_n", "continuous_h"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "press", "menu", "--h"}), (words{"--help", "--hold"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "plug", "grip"}), (words{"grip", "grip-battery"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "unplug", "usb", "h"}), (words{"hdmi"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "battery", ""}), (words{"drain"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "warm", "--t"}), (words{"--to"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "state", ""}), words{});
     EXPECT_TRUE(offers(completions({VCAM_PROGRAM, "-"}), "-C"));
     EXPECT_EQ(completions({VCAM_PROGRAM, "screen", "--p"}), (words{"--png"})) << "told once";
     EXPECT_EQ(completions({VCAM_PROGRAM, "key", "set", "--b"}), (words{"--bool"}));

@@ -60,8 +60,14 @@ _vcam() {
     elif [[ $verb =~ ^(turn|dial)$ ]]; then
         mapfile -t COMPREPLY < <(compgen -W \
             "$("$1" "$verb" --list 2>/dev/null | sed -n "s/^$prev //p")" -- "$cur")
+    elif [[ $verb == plug || $verb == unplug ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$("$1" "$verb" --list 2>/dev/null)" -- "$cur")
+    elif [[ $verb == battery ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "drain" -- "$cur")
+    elif [[ $verb == warm || $verb == state ]]; then
+        return # numbers, and nothing
     elif [[ $verb == card ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "insert remove" -- "$cur")
+        mapfile -t COMPREPLY < <(compgen -W "insert remove lock unlock" -- "$cur")
     elif [[ $verb == touch ]]; then
         [[ $prev == touch ]] && mapfile -t COMPREPLY < <(compgen -W "ghost" -- "$cur")
     elif [[ $prev == "$verb" && -n $(_vcam_actions "$1" "$verb") ]]; then

@@ -1,7 +1,8 @@
-// vcam card: the memory card in and out of its slot.
+// vcam card: the memory card in and out of its slot, locked or not.
 #include "platform/virtual/root.h"
 #include "tools/vcam/camera.h"
 #include "tools/vcam/verb.h"
+#include "tools/vcam/wire.h"
 
 #include <vector>
 
@@ -29,10 +30,8 @@ void move_contents(const fs::path &from, const fs::path &to)
         fs::rename(from / name, to / name);
 }
 
-void insert_card(const card_places &at)
+void fill_slot(const card_places &at)
 {
-    if (fs::exists(at.slot))
-        throw failure("a card is inserted already");
     if (fs::is_symlink(at.drawer))
         return fs::rename(at.drawer, at.slot);
     fs::create_directory(at.closed_slot);
@@ -43,12 +42,8 @@ void insert_card(const card_places &at)
     fs::rename(at.closed_slot, at.slot);
 }
 
-void remove_card(const card_places &at)
+void empty_slot(const card_places &at)
 {
-    if (!fs::exists(at.slot))
-        throw failure("no card is inserted");
-    if (fs::exists(at.drawer))
-        throw failure("'" + at.drawer.string() + "' holds a card already");
     if (fs::is_symlink(at.slot))
         return fs::rename(at.slot, at.drawer);
     fs::remove(at.closed_slot); // fails with something in it
@@ -57,20 +52,52 @@ void remove_card(const card_places &at)
     move_contents(at.closed_slot, at.drawer);
 }
 
+void insert_card(const card_places &at)
+{
+    if (fs::exists(at.slot))
+        throw failure("a card is inserted already");
+    fill_slot(at);
+    move_plug(CARD_PLUG, true);
+}
+
+void need_card(const card_places &at)
+{
+    if (!fs::exists(at.slot))
+        throw failure("no card is inserted");
+}
+
+void remove_card(const card_places &at)
+{
+    need_card(at);
+    if (fs::exists(at.drawer))
+        throw failure("'" + at.drawer.string() + "' holds a card already");
+    empty_slot(at);
+    move_plug(CARD_PLUG, false);
+}
+
+// The switch on the card's side, as the camera feels it.
+void lock_card(const card_places &at, bool locked)
+{
+    need_card(at);
+    move_plug(LOCK_PLUG, locked);
+}
+
 } // namespace
 
 int verb_card(const invocation &in, CLI::App &app)
 {
     std::string what;
-    app.add_option("ACTION", what, "insert or remove")
+    app.add_option("ACTION", what, "insert, remove, lock or unlock")
         ->required()
-        ->check(CLI::IsMember({"insert", "remove"}));
+        ->check(CLI::IsMember({"insert", "remove", "lock", "unlock"}));
     in.open(app);
     const card_places at = {on_pc("/sdcard"), virt::file("slot"), virt::file("card")};
     if (what == "insert")
         insert_card(at);
-    else
+    else if (what == "remove")
         remove_card(at);
+    else
+        lock_card(at, what == "lock");
     return OK;
 }
 

@@ -2,6 +2,7 @@
 #include "command/system/rova_accel_driver.h"
 #include "common/rova_adjdata_table.h"
 #include "platform/pref.h"
+#include "platform/virtual/keys.h"
 #include "platform/virtual/motion.h"
 #include "platform/virtual/pref.h"
 #include "tools/vcam/camera.h"
@@ -9,6 +10,7 @@
 #include "tools/vcam/media.h"
 #include "tools/vcam/sensor.h"
 #include "tools/vcam/verb.h"
+#include "tools/vcam/wire.h"
 
 #include <cstdio>
 
@@ -42,14 +44,21 @@ struct file_row {
 constexpr file_row FILES[] = {
     {"dev/fb0", ""},
     {"dev/lsm", ""},
+    {"sys/devices/platform/m7-adc-battery/adc_spec",
+     "0 6200 off\n1 6500 empty\n2 6800 low\n3 7200 half\n4 7600 high\n5 8400 full\n"},
     {"sys/devices/platform/m7-keys/key_unmask_on_boot", "1\n"},
     {"sys/devices/platform/m7_tsu/cpu", "40\n"},
     {"sys/devices/platform/m7_tsu/isp", "35\n"},
     {"sys/devices/platform/movra7_wdt/boot_shutdown", "0\n"},
     {"sys/devices/platform/movra7_wdt/timer", "0\n"},
+    {"virtual/property/4.0", "7800\n"},
 };
 
 constexpr int REST_DEGREES = 25; // of the image sensor
+
+// What belongs to the battery's voltage above.
+constexpr char BATTERY_LEVEL_KEY[] = "memory/sysman/battery_status_low";
+constexpr int REST_LEVEL = 4;
 
 // Every stand-in begins with this: it notes its call as the platform's calls are noted.  It uses
 // the shell's own commands only, since the camera's programs come first in PATH.
@@ -169,6 +178,12 @@ void add_pictures()
     }
 }
 
+void add_battery_level()
+{
+    if (!virt::get_key(BATTERY_LEVEL_KEY) && !virt::set_int(BATTERY_LEVEL_KEY, REST_LEVEL))
+        throw failure(std::string("key ") + BATTERY_LEVEL_KEY + " cannot be written");
+}
+
 // What resets give back.
 void add_default_adjustment_data()
 {
@@ -200,6 +215,8 @@ int verb_create(const invocation &in, CLI::App &app)
         add_program(row);
     for (const sound_row &row : SOUNDS)
         add_file(on_pc(SOUND_DIR) / row.file, tone(row));
+    add_battery_level();
+    add_wires(!card_is_out());
     add_pictures();
     add_default_adjustment_data();
     std::printf("camera %s\n", camera_root().c_str());

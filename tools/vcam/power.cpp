@@ -1,8 +1,8 @@
 // vcam start, stop and status: the daemon's life.
-#include "platform/virtual/root.h"
 #include "tools/vcam/camera.h"
 #include "tools/vcam/companion.h"
 #include "tools/vcam/daemon.h"
+#include "tools/vcam/daemon_log.h"
 #include "tools/vcam/number.h"
 #include "tools/vcam/process.h"
 #include "tools/vcam/verb.h"
@@ -28,18 +28,6 @@ void stop_daemon(pid_t pid, int signal, double seconds)
     send_stop(pid, signal);
     if (!wait_until([pid] { return !process_runs(pid); }, seconds))
         throw failure("rovad did not end in time; it still runs (pid " + std::to_string(pid) + ")");
-}
-
-// The text between `before` and `after` where they occur last; "" if nowhere.
-std::string last_between(const std::string &text, const std::string &before,
-                         const std::string &after)
-{
-    const std::size_t at = text.rfind(before);
-    if (at == std::string::npos)
-        return "";
-    const std::size_t start = at + before.size();
-    const std::size_t end = text.find(after, start);
-    return end == std::string::npos ? "" : text.substr(start, end - start);
 }
 
 // The PC's responder is the daemon's to end.
@@ -113,15 +101,13 @@ int verb_stop(const invocation &in, CLI::App &app)
 int verb_status(const invocation &in, CLI::App &app)
 {
     in.open(app);
-    const std::string log = read_file(virt::file("dlog")).value_or("");
-    const std::string mode = last_between(log, "Launched rovad daemon with ", " mode");
-    const std::string result = last_between(log, "th cmd done [", "]");
+    const std::string result = last_result();
     const pid_t pid = daemon_pid();
     print_state("rovad", pid);
     print_state("camera application", app_pid());
     print_state("sensor service", sensor_pid());
     if (pid > 0)
-        std::printf("mode: %s\n", mode.c_str());
+        std::printf("mode: %s\n", daemon_mode().c_str());
     std::printf("last result: %s\n", result.empty() ? "none" : result.c_str());
     return pid > 0 ? OK : NG;
 }

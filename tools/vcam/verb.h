@@ -51,6 +51,7 @@ struct verb {
 int verb_adj(const invocation &in, CLI::App &app);
 int verb_app(const invocation &in, CLI::App &app);
 int verb_attr(const invocation &in, CLI::App &app);
+int verb_battery(const invocation &in, CLI::App &app);
 int verb_calls(const invocation &in, CLI::App &app);
 int verb_card(const invocation &in, CLI::App &app);
 int verb_chart(const invocation &in, CLI::App &app);
@@ -61,16 +62,20 @@ int verb_key(const invocation &in, CLI::App &app);
 int verb_log(const invocation &in, CLI::App &app);
 int verb_motion(const invocation &in, CLI::App &app);
 int verb_pc(const invocation &in, CLI::App &app);
+int verb_plug(const invocation &in, CLI::App &app);
 int verb_press(const invocation &in, CLI::App &app);
 int verb_property(const invocation &in, CLI::App &app);
 int verb_run(const invocation &in, CLI::App &app);
 int verb_screen(const invocation &in, CLI::App &app);
 int verb_sensord(const invocation &in, CLI::App &app);
 int verb_start(const invocation &in, CLI::App &app);
+int verb_state(const invocation &in, CLI::App &app);
 int verb_status(const invocation &in, CLI::App &app);
 int verb_stop(const invocation &in, CLI::App &app);
 int verb_touch(const invocation &in, CLI::App &app);
 int verb_turn(const invocation &in, CLI::App &app);
 int verb_turn_camera(const invocation &in, CLI::App &app);
+int verb_unplug(const invocation &in, CLI::App &app);
+int verb_warm(const invocation &in, CLI::App &app);
 
 } // namespace vcam
