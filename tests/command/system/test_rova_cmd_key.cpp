@@ -137,6 +137,11 @@ TEST_F(Key, WaitPushEndsNgWithANegativeCode)
     play("keycode", {"0", "-5"});
     EXPECT_EQ(run("key wait_push fn"), NG);
     EXPECT_THAT(wrap_sleeps(), ElementsAre(1000));
+
+    play("keycode", {"-5"});
+    play_shutter({"2"}); // not looked at any more
+    EXPECT_EQ(run("key wait_push s1"), NG);
+    EXPECT_THAT(messages(), IsEmpty());
 }
 
 TEST_F(Key, WaitPushOfS1IsFailedByAFullPress)

@@ -157,7 +157,9 @@ TEST_F(GyroLine, TakesThePlaceOfTheAverages)
 
 TEST_F(GyroLine, IsTakenFromAllSamplesButTheFirst)
 {
+    sweep->temperature[0] = 20; // as warm as others
     evaluate();
+    EXPECT_EQ(sweep->gyro_temperature_cnt[20], 200);
     EXPECT_EQ(sample(0), FIRST);
     EXPECT_EQ(sample(1), (Axes{0, 0, 0}));   // 10 - 10.5 is -0.5, without its fraction 0
     EXPECT_EQ(sample(201), (Axes{0, 1, 0})); // 13 - 12
@@ -408,6 +410,22 @@ TEST_F(GyroSweep, TheFilterCarriesEachMagnitudeIntoTheNext)
     EXPECT_FLOAT_EQ(sweep->filtered[2], 0.81F + 0.7F);
     EXPECT_EQ(memory.gyro_peak, 7.0F);
     EXPECT_EQ(memory.gyro_filter, sweep->filtered[2]);
+}
+
+// 8 + 25 + 30000^2, in steps of 64, is 900000064, whose root in steps of 1 / 512 is not that of
+// 30000^2.  Added the other way round 25 and 8 would be lost one by one.
+TEST_F(GyroSweep, TheCarryIsTheFirstOfTheSum)
+{
+    filter({{8, 0, 0}, {5, 0, 30000}});
+    EXPECT_EQ(memory.gyro_peak, 30000.0F + 1.0F / 512);
+}
+
+// As a 32-bit float 0.9 is so far from itself that 0.9F * 7 is the float below 6.3F.
+TEST_F(GyroSweep, TheFiltersSharesAreDoubles)
+{
+    memory = {0, 0, 7};
+    filter({{0, 0, 0}});
+    EXPECT_EQ(memory.gyro_filter, 6.3F);
 }
 
 // The magnitude starts at 0, peak and filter where the sweep before has left them: the peak becomes

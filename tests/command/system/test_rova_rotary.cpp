@@ -106,6 +106,13 @@ TEST_P(Rotary, CountBelowOneNeedsNoClick)
     }
 }
 
+TEST_P(Rotary, CountBelowOneIsNgWithAClickTheOtherWay)
+{
+    set("keycode", GetParam().opposite);
+    EXPECT_EQ(run(wait("0")), NG);
+    EXPECT_EQ(messages(), head_and(OPPOSITE));
+}
+
 TEST_P(Rotary, WhileTheDaemonIsAskedToStopNoClickCounts)
 {
     vconf_set_int(ROVA_KEY_STOP_CMD, 1);
