@@ -138,10 +138,11 @@ void rova_thread_close_cancel_window()
 {
     if (!cancellable)
         return;
-    // The state alone would not do: the C library looks at the type only when it acts on a
-    // cancellation that was sent while the window was open.  Its signal may still be on the way,
-    // and would then end the thread in a later system call, which is of asynchronous type for as
-    // long as it takes.  This one does not return before the signal has come.
+    // The state alone would not do.  A cancellation that was sent while the window was open comes
+    // by a signal, perhaps later, and then the C library looks at the type alone, which it makes
+    // asynchronous for as long as a call that can be cancelled takes, whatever the state.  The
+    // empty poll() is such a call: of deferred type, it does not return before a signal that is on
+    // its way has come.
     pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, nullptr);
     poll(nullptr, 0, 0);
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);

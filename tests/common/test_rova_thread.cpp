@@ -7,8 +7,12 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <string>
+#include <sys/syscall.h>
+#include <ucontext.h>
 #include <unistd.h>
 
 namespace
@@ -211,6 +215,61 @@ TEST_F(Thread, ABlockedThreadIsCancelledInItsWindow)
     EXPECT_EQ(rova_thread_cancel(thread), 0);
     EXPECT_EQ(rova_thread_join(thread, &result), 0);
     EXPECT_EQ(result, PTHREAD_CANCELED);
+}
+
+// The C library's own signal, which pthread_sigmask() does not block.
+void block_cancellation()
+{
+    constexpr uint64_t cancellation = 1ULL << (32 - 1);
+    syscall(SYS_rt_sigprocmask, SIG_BLOCK, &cancellation, nullptr, sizeof(cancellation));
+}
+
+void let_all_signals_in(int /*signal*/, siginfo_t * /*info*/, void *context)
+{
+    sigemptyset(&static_cast<ucontext_t *>(context)->uc_sigmask);
+}
+
+bool runs(pid_t id)
+{
+    std::ifstream file("/proc/self/task/" + std::to_string(id) + "/stat");
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    const std::size_t name_end = text.rfind(") ");
+    return name_end != std::string::npos && text[name_end + 2] == 'R';
+}
+
+TEST_F(Thread, AWindowWaitsForACancellationThatIsOnItsWay)
+{
+    static std::atomic<pid_t> id;
+    static std::atomic<bool> sent, passed;
+    id = 0;
+    sent = passed = false;
+    auto body = [](void *) -> void * {
+        rova_thread_make_cancellable();
+        rova_thread_open_cancel_window();
+        block_cancellation();
+        id = gettid();
+        while (!sent) {
+        }
+        rova_thread_close_cancel_window();
+        passed = true;
+        rova_thread_open_cancel_window();
+        return nullptr;
+    };
+    struct sigaction action = {}, before = {};
+    action.sa_sigaction = let_all_signals_in;
+    action.sa_flags = SA_SIGINFO;
+    sigaction(SIGUSR1, &action, &before);
+    ASSERT_EQ(create(body, nullptr), 0);
+    ASSERT_TRUE(test::wait_for([] { return id != 0; }));
+    EXPECT_EQ(rova_thread_cancel(thread), 0);
+    sent = true;
+    EXPECT_TRUE(test::wait_for([] { return passed || !runs(id); }));
+    EXPECT_FALSE(passed);
+    EXPECT_EQ(rova_thread_kill(thread, SIGUSR1), 0);
+    void *result = nullptr;
+    EXPECT_EQ(rova_thread_join(thread, &result), 0);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    sigaction(SIGUSR1, &before, nullptr);
 }
 
 TEST_F(Thread, AWindowDoesNothingOnOtherThreads)

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <poll.h>
 #include <pthread.h>
 #include <semaphore.h>
 #include <string_view>
@@ -57,30 +58,45 @@ bool look_up(const char *function, long &result)
     return true;
 }
 
-// The same for callers that may be cancelled at any instant: not while the lock is held.
+// For callers that may be cancelled at any instant: not while the lock is held.  A cancellation
+// that is on its way comes in the empty poll().
+class Uninterrupted
+{
+public:
+    Uninterrupted()
+    {
+        pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, &type_);
+        if (type_ == PTHREAD_CANCEL_ASYNCHRONOUS)
+            poll(nullptr, 0, 0);
+        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state_);
+    }
+    Uninterrupted(const Uninterrupted &) = delete;
+    Uninterrupted &operator=(const Uninterrupted &) = delete;
+    ~Uninterrupted()
+    {
+        pthread_setcancelstate(state_, nullptr);
+        pthread_setcanceltype(type_, nullptr);
+    }
+
+private:
+    int state_ = 0;
+    int type_ = 0;
+};
+
 [[gnu::noinline]] bool fails(const char *function, long &result)
 {
-    int state = 0;
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
-    const bool failed = look_up(function, result);
-    pthread_setcancelstate(state, nullptr);
-    return failed;
+    Uninterrupted uninterrupted;
+    return look_up(function, result);
 }
 
-// For callers that may be cancelled at any instant, too.  True when the sleep is to be skipped.
+// True when the sleep is to be skipped.
 [[gnu::noinline]] bool note_sleep(unsigned int microseconds)
 {
-    int state = 0;
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
-    bool skip = false;
-    {
-        std::lock_guard guard(lock);
-        if (recording)
-            sleeps.push_back(microseconds);
-        skip = skipping;
-    }
-    pthread_setcancelstate(state, nullptr);
-    return skip;
+    Uninterrupted uninterrupted;
+    std::lock_guard guard(lock);
+    if (recording)
+        sleeps.push_back(microseconds);
+    return skipping;
 }
 
 } // namespace
