@@ -21,9 +21,8 @@
 namespace
 {
 
-constexpr std::size_t TEXT_SIZE = 256;
 // One byte more than is ever read, so that the text always has its terminator.
-using Text = char[TEXT_SIZE + 1];
+using Text = char[ROVA_SYSFS_TEXT_SIZE + 1];
 
 constexpr char CS_MODE_FILE[] = "/opt/share/rova/cs_mode.type";
 constexpr char WDT_BOOT_SHUTDOWN[] = "/sys/devices/platform/movra7_wdt/boot_shutdown";
@@ -53,7 +52,7 @@ public:
     // The text read stands in `text`; its length, 0 when there is none.
     std::size_t read_text(Text &text) const
     {
-        ssize_t got = read(get(), text, TEXT_SIZE);
+        ssize_t got = read(get(), text, ROVA_SYSFS_TEXT_SIZE);
         return got > 0 ? static_cast<std::size_t>(got) : 0;
     }
     bool write_text(const char *text) const

@@ -14,12 +14,14 @@ inline constexpr char ROVA_KEY_STOP_CMD[] = "memory/rova/stop_cmd";
 inline constexpr char ROVA_KEY_START_CMD[] = "memory/rova/start_cmd";
 inline constexpr char ROVA_KEY_POWER_OFF[] = "memory/rova/power_off";
 
-// Attribute files: each call opens, acts and closes.
+// Attribute files: each call opens, acts and closes.  No more of their text than this is read.
+inline constexpr std::size_t ROVA_SYSFS_TEXT_SIZE = 256;
 int rova_sysfs_read_int(const char *path);                         // -1: cannot be opened; 0: empty
 int rova_sysfs_write_int(const char *path, int value);             // 0, or -1
 unsigned long rova_sysfs_read_ulong(const char *path);             // any base; 0 on every failure
 int rova_sysfs_write_ulong(const char *path, unsigned long value); // 0, or -1
-// Copies the text without a terminator (at most 256 bytes) and returns its decimal value.
+// Copies the text without a terminator (at most ROVA_SYSFS_TEXT_SIZE bytes) and returns its decimal
+// value.
 int rova_sysfs_read_string(const char *path, char *dst);         // -1: cannot be opened; 0: empty
 int rova_sysfs_write_string(const char *path, const char *text); // 0, or -1
 

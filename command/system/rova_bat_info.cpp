@@ -11,8 +11,6 @@ namespace
 
 constexpr char SPEC_PATH[] = "/sys/devices/platform/m7-adc-battery/adc_spec";
 constexpr std::size_t SPEC_SIZE = 96;
-// An attribute file's text has at most 256 bytes and no terminator of its own.
-constexpr std::size_t TEXT_SIZE = 256 + 1;
 
 rova_bat_info_row parse_line(const char *line)
 {
@@ -40,7 +38,7 @@ rova_bat_info_table parse(char *text)
 
 rova_bat_info_table rova_bat_info_read()
 {
-    char all[TEXT_SIZE] = {};
+    char all[ROVA_SYSFS_TEXT_SIZE + 1] = {};
     if (rova_sysfs_read_string(SPEC_PATH, all) < 0 && all[0] == '\0')
         ROVA_LOG_ERR("failed to open \"%s\" (%s) \n", SPEC_PATH, rova_reason());
     char text[SPEC_SIZE] = {};

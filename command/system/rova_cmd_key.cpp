@@ -21,9 +21,6 @@
 namespace
 {
 
-// An attribute file's text has at most 256 bytes and no terminator of its own.
-constexpr std::size_t TEXT_SIZE = 256 + 1;
-
 bool is_key(const rova_key_row &key, const char *name)
 {
     return std::strcmp(key.name, name) == 0;
@@ -54,7 +51,7 @@ struct key_description {
 // "3 menu" and a line end.  The driver's text may be missing, empty or one word: the row tells.
 key_description read_keydesc()
 {
-    char all[TEXT_SIZE] = {};
+    char all[ROVA_SYSFS_TEXT_SIZE + 1] = {};
     rova_sysfs_read_string(ROVA_KEYDESC_PATH, all);
     char text[KEYDESC_SIZE] = {};
     std::memcpy(text, all, sizeof(text) - 1);
@@ -184,7 +181,7 @@ bool wait_for_code(const rova_key_row &key)
 
 bool read_pushed_keys(uint32_t *pushed)
 {
-    char text[TEXT_SIZE] = {};
+    char text[ROVA_SYSFS_TEXT_SIZE + 1] = {};
     if (rova_sysfs_read_string(ROVA_PUSHED_KEYS_PATH, text) < 0 && text[0] == '\0') {
         ROVA_LOG_ERR("failed to open \"%s\" (%s) \n", ROVA_PUSHED_KEYS_PATH, rova_reason());
         return false;
