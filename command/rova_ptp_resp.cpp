@@ -27,8 +27,8 @@ int rova_ptp_resp_msg(uint32_t param1, uint32_t param2, uint32_t param3)
 {
     std::lock_guard guard(response_lock);
 
-    rova_log("resp : %s <ptp> 0x%08x, 0x%08x, 0x%08x \n", rova_cmd_get_result() == 0 ? "OK" : "NG",
-             param1, param2, param3);
+    rova_log("resp : %s <ptp> 0x%08x, 0x%08x, 0x%08x \n",
+             rova_cmd_result_word(rova_cmd_get_result() == 0), param1, param2, param3);
     bool written = set_words(param1, param2, param3);
     ptp_resp_count++;
     if (!written) {

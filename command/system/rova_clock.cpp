@@ -1,5 +1,6 @@
 #include "command/system/rova_clock.h"
 
+#include "command/rova_cmd_result.h"
 #include "command/rova_cmd_util.h"
 #include "command/system/rova_property.h"
 #include "common/rova_csv.h"
@@ -85,7 +86,7 @@ bool write_row(rova_csv_handle csv, long long difference, const std::tm &current
                           difference, current.tm_year + FIRST_YEAR, current.tm_mon + 1,
                           current.tm_mday, current.tm_hour, current.tm_min, current.tm_sec,
                           input.tm_year + FIRST_YEAR, input.tm_mon + 1, input.tm_mday,
-                          input.tm_hour, input.tm_min, input.tm_sec, ok ? "OK" : "NG") != 0;
+                          input.tm_hour, input.tm_min, input.tm_sec, rova_cmd_result_word(ok)) != 0;
 }
 
 } // namespace

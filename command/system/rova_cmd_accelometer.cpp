@@ -1,4 +1,5 @@
 #include "command/rova_cmd_handler.h"
+#include "command/rova_cmd_result.h"
 #include "command/rova_cmd_util.h"
 #include "command/system/rova_accel_driver.h"
 #include "command/system/rova_cmd_system.h"
@@ -18,11 +19,6 @@
 
 namespace
 {
-
-const char *result_word(bool ok)
-{
-    return ok ? "OK" : "NG";
-}
 
 // The two parameters behind `first` belong to the range.
 bool is_within(int32_t value, const cmd_data *record, uint32_t first)
@@ -70,7 +66,7 @@ bool judge_axes(const cmd_data *record, const accel_axes &axes)
         ROVA_LOG_INFO("ACCELOMETER PBA OK\n");
     else
         ROVA_LOG_ERR("ACCELOMETER PBA NG\n");
-    rova_osd_printf(5, "ACCELOMETER PBA %s!", result_word(ok));
+    rova_osd_printf(5, "ACCELOMETER PBA %s!", rova_cmd_result_word(ok));
     return ok;
 }
 
@@ -87,7 +83,7 @@ int rova_cmd_accelometer_check_axis(uint32_t cmd_type, cmd_data *record)
     rova_csv_handle csv = rova_csv_create("accelometer_axis.csv", "AccelX,AccelY,AccelZ,Result");
     accel_axes axes = {};
     const bool ok = check_axis(record, &axes);
-    rova_csv_write(csv, "%d,%d,%d,%s", axes.x, axes.y, axes.z, result_word(ok));
+    rova_csv_write(csv, "%d,%d,%d,%s", axes.x, axes.y, axes.z, rova_cmd_result_word(ok));
     rova_resp_stream stream = {};
     rova_csv_close(csv, &stream);
     return rova_cmd_answer(cmd_type, ok, &stream);
@@ -206,7 +202,7 @@ bool judge_inclination(const cmd_data *record, const inclination &found)
         ROVA_LOG_INFO("ACCEL Adjust OK\n");
     else
         ROVA_LOG_ERR("ACCEL Adjust NG\n");
-    rova_osd_printf(3, "Acceleration Check %s!", result_word(ok));
+    rova_osd_printf(3, "Acceleration Check %s!", rova_cmd_result_word(ok));
     return ok;
 }
 
@@ -245,7 +241,7 @@ int rova_cmd_accelometer_check(uint32_t cmd_type, cmd_data *record)
     const bool ok = check(record, &service, &found);
     rova_csv_write(csv, "%d,%d,%d,%d,%s%s", found.roll, found.pitch,
                    adjusted(ok, ROVA_SENSOR_BASIS_R_KEY), adjusted(ok, ROVA_SENSOR_BASIS_P_KEY),
-                   result_word(ok), samples_text().c_str());
+                   rova_cmd_result_word(ok), samples_text().c_str());
     rova_resp_stream stream = {};
     rova_csv_close(csv, &stream);
     const bool closed = rova_sensor_service_close(service);

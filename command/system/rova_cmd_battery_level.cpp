@@ -5,6 +5,7 @@
 #include "command/system/rova_bat_info.h"
 #include "command/system/rova_cmd_system.h"
 #include "command/system/rova_key_driver.h"
+#include "command/system/rova_property.h"
 #include "common/rova_csv.h"
 #include "common/rova_log.h"
 #include "common/rova_osd.h"
@@ -231,11 +232,7 @@ int rova_cmd_battery_level_check(uint32_t cmd_type, cmd_data *record)
 
 bool set_level_free(int value)
 {
-    const bool done = device_set_property(POWER_CLASS, BATTERY_LEVEL_FREE, value) >= 0;
-    if (!done)
-        ROVA_LOG_ERR("failed to set property (%d, %d) to %d\n", POWER_CLASS, BATTERY_LEVEL_FREE,
-                     value);
-    return done;
+    return rova_property_set(POWER_CLASS, BATTERY_LEVEL_FREE, value);
 }
 
 int rova_cmd_battery_level_lock_level(uint32_t cmd_type, cmd_data *record)

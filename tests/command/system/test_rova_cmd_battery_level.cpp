@@ -390,5 +390,5 @@ TEST_F(BatteryLevel, ALockThatIsRefusedFails)
 {
     camera.fault("device_set_property", "-1");
     EXPECT_EQ(run("battery_level lock_level on"), NG);
-    EXPECT_TRUE(camera.logged("failed to set property (4, 27) to 0"));
+    EXPECT_TRUE(camera.logged("device_set_property(4, 27, 0) failed (ret = -1) "));
 }
