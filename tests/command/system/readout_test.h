@@ -13,13 +13,20 @@ class ReadoutTest : public CommandTest
 protected:
     ReadoutTest();
 
-    static constexpr int CANCELLATIONS = 1500;
+    // Ten thousand times over all families with such a thread.
+    static constexpr int CANCELLATIONS = 2500;
 
     bool passes(const std::string &line);
     std::vector<std::string> shown() const;
+    // The name of the thread that was made last.
+    std::string thread_name() const;
 
+    // Over those that the test began with.
+    std::size_t more_threads() const;
+    std::size_t more_descriptors() const;
     void expect_nothing_left();
     // Switches on and, after up to so many microseconds, off again, CANCELLATIONS times.
+    // Each time something is shown.
     void switch_at_any_instant(const std::string &on, const std::string &off, int microseconds);
 
 private:

@@ -98,6 +98,7 @@ TEST_F(AdcDisplay, ShowsAllChannelsUntilItIsSwitchedOff)
     EXPECT_EQ(run("ADC Display on"), OK);
     EXPECT_TRUE(wait_for([&] { return !shown().empty(); }));
     EXPECT_EQ(camera.read(UPDATE), "1");
+    EXPECT_EQ(thread_name(), "ROVA_ADC_READ");
     EXPECT_EQ(run(OFF), OK);
     EXPECT_EQ(camera.read(UPDATE), "0");
     EXPECT_THAT(told({"factory_osd_text_set", "factory_osd_text_clear"}),

@@ -212,6 +212,7 @@ TEST_F(ThermistorOsd, ShowsAndWritesDownUntilItIsSwitchedOff)
 {
     EXPECT_TRUE(passes(ON));
     EXPECT_TRUE(wait_for([&] { return rows().size() >= 2; }));
+    EXPECT_EQ(thread_name(), std::string("ROVA osd thermistor").substr(0, 15));
     EXPECT_TRUE(passes(OFF));
     EXPECT_EQ(camera.read(CARD_CSV), "Index,CIS S/N,ISP, CPU, CIS\r\n1,0,045, 051, 020\r\n");
     EXPECT_THAT(told({"factory_osd_text_set", "factory_osd_text_clear"}),
