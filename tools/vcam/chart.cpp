@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <optional>
 #include <sstream>
 
@@ -58,7 +59,8 @@ chart_size read_size(const std::string &text)
 uint64_t read_seed(const std::string &text)
 {
     const std::optional<long long> seed = to_number(text);
-    if (!seed || *seed < 0)
+    // What is larger still reads as the largest number: no two seeds may be one.
+    if (!seed || *seed < 0 || *seed == std::numeric_limits<long long>::max())
         refuse("--seed", "'" + text + "' is no whole number from 0");
     return static_cast<uint64_t>(*seed);
 }

@@ -3,7 +3,6 @@
 #include "tools/vcam/verb.h"
 
 #include <cctype>
-#include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -28,9 +27,8 @@ std::optional<long long> to_number(const std::string &text)
     if (digits == text.size() || std::isdigit(static_cast<unsigned char>(text[digits])) == 0)
         return std::nullopt;
     char *end = nullptr;
-    errno = 0;
     const long long number = std::strtoll(text.c_str(), &end, is_hex(text) ? 16 : 10);
-    if (*end != '\0' || errno != 0)
+    if (*end != '\0')
         return std::nullopt;
     return number;
 }
