@@ -55,10 +55,8 @@ int rova_cmd_led_card(uint32_t cmd_type, cmd_data *record)
 
 int set_charge_lamp(uint32_t cmd_type, int state)
 {
-    int ret = set_charge_led(state);
-    if (ret < 0)
-        ROVA_LOG_ERR("set_charge_led(%d) failed (ret = %d) \n", state, ret);
-    return rova_cmd_answer(cmd_type, ret >= 0);
+    bool set = rova_cmd_succeeded("set_charge_led", set_charge_led(state));
+    return rova_cmd_answer(cmd_type, set);
 }
 
 // The production service has this lamp; it does not blink.

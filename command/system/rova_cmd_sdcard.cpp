@@ -20,7 +20,7 @@ constexpr lock_row locks[] = {{"lock", 1}, {"unlock", 0}};
 int rova_cmd_sdcard_check(uint32_t cmd_type, cmd_data *record)
 {
     int status = 0;
-    if (record->p_count < 2 || !rova_property_get(CARD_CLASS, CARD_LOCK, &status))
+    if (!rova_property_get(CARD_CLASS, CARD_LOCK, &status))
         return rova_cmd_ng(cmd_type);
     ROVA_LOG_NOTICE("\033[33mwrite_protect 1 -> lock : 0 -> unlock\n");
     ROVA_LOG_INFO("sdcard lock status : %d\n", status);

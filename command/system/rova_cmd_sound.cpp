@@ -29,12 +29,10 @@ constexpr int VOLUME_STEPS = 5;
 
 int rova_cmd_sound_play(uint32_t cmd_type, cmd_data *record)
 {
-    if (record->p_count < 2)
-        return rova_cmd_ng(cmd_type);
     if (const sound_row *sound = rova_cmd_find_named(short_sounds, record))
         return rova_cmd_answer(cmd_type, rova_play_sound(sound->type) != 0);
     uint8_t on = 0;
-    if (std::strcmp(record->p[1], LONG_SOUND) == 0 &&
+    if (std::strcmp(rova_cmd_param(record, 1), LONG_SOUND) == 0 &&
         rova_cmd_on_off(rova_cmd_param(record, 2), &on))
         return rova_cmd_answer(
             cmd_type, (on ? rova_play_sound_async(ROVA_SOUND_1KHZ) : rova_stop_sound()) != 0);

@@ -26,10 +26,8 @@ int answer_bad_words(uint32_t cmd_type)
 
 int show_pattern(uint32_t cmd_type, int number)
 {
-    int ret = set_statusLCD_production(number);
-    if (ret < 0)
-        ROVA_LOG_ERR("set_statusLCD_production(%d) failed (ret = %d) \n", number, ret);
-    return rova_cmd_answer(cmd_type, ret >= 0);
+    bool shown = rova_cmd_succeeded("set_statusLCD_production", set_statusLCD_production(number));
+    return rova_cmd_answer(cmd_type, shown);
 }
 
 int rova_cmd_stlcd_on(uint32_t cmd_type, cmd_data *record)

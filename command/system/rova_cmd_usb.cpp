@@ -27,19 +27,17 @@ int rova_cmd_usb_wait(uint32_t cmd_type, cmd_data *record)
 
 // ------------------------------------------------------------------------- charge
 
-bool check(const char *call, int ret)
+bool charge(int on)
 {
-    if (ret < 0)
-        ROVA_LOG_ERR("%s failed (ret = %d) \n", call, ret);
-    return ret >= 0;
+    return rova_cmd_succeeded("set_charging", set_charging(on));
 }
 
 // A call that fails does not keep the others from being made.
 bool leave_factory_charging()
 {
-    bool stopped = check("set_charging(0)", set_charging(0));
-    bool dark = check("set_charge_led(1)", set_charge_led(USB_CHARGE_LAMP_OFF));
-    bool released = check("release_from_factorymode()", release_from_factorymode());
+    bool stopped = charge(0);
+    bool dark = rova_cmd_succeeded("set_charge_led", set_charge_led(USB_CHARGE_LAMP_OFF));
+    bool released = rova_cmd_succeeded("release_from_factorymode", release_from_factorymode());
     return stopped && dark && released;
 }
 
@@ -47,11 +45,11 @@ int rova_cmd_usb_charge(uint32_t cmd_type, cmd_data *record)
 {
     const char *word = rova_cmd_param(record, 1);
     if (std::strcmp(word, "on") == 0)
-        return rova_cmd_answer(cmd_type, check("set_charging(1)", set_charging(1)));
+        return rova_cmd_answer(cmd_type, charge(1));
     if (std::strcmp(word, "off") == 0)
         return rova_cmd_answer(cmd_type, leave_factory_charging());
     if (std::strcmp(word, "disable") == 0)
-        return rova_cmd_answer(cmd_type, check("set_charging(0)", set_charging(0)));
+        return rova_cmd_answer(cmd_type, charge(0));
     return rova_cmd_ng(cmd_type);
 }
 

@@ -43,6 +43,8 @@ TEST_F(Touch, TestEndsWithTheTouch)
     play("1\n1\n2\n");
     EXPECT_EQ(run("touch test"), OK);
     EXPECT_THAT(messages(), ElementsAre(START, END));
+    for (const char *notice : {START, END})
+        EXPECT_TRUE(camera.logged(std::string("> \033[33m") + notice)) << notice;
     EXPECT_THAT(told({"factory_osd_touch_test"}), ElementsAre("factory_osd_touch_test[]"));
 }
 
@@ -70,6 +72,8 @@ TEST_F(Touch, ReadyTellsTheState)
     EXPECT_EQ(run("touch ready linedraw_on"), OK);
     EXPECT_THAT(new_messages(), ElementsAre("rova_cmd_touch_ready()",
                                             "rova_cmd_touch_ready() end. [touch_status : 1]"));
+    EXPECT_TRUE(camera.logged("> \033[33mrova_cmd_touch_ready()\033[m"));
+    EXPECT_TRUE(camera.logged("> \033[33mrova_cmd_touch_ready() end."));
     play("3\n");
     EXPECT_EQ(run("touch ready linedraw_on"), OK);
     EXPECT_EQ(new_messages().back(), "rova_cmd_touch_ready() end. [touch_status : 3]");

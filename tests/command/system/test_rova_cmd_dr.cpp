@@ -23,6 +23,7 @@ TEST_F(Dr, UnitThatIsAtRestAtOnceIsOk)
     EXPECT_EQ(run("dr run"), OK);
     EXPECT_THAT(camera.call_texts(), ElementsAre("device_set_property(16, 0, 2)"));
     EXPECT_THAT(messages(), ElementsAre("rova_cmd_dr_run cmd: 2"));
+    EXPECT_TRUE(camera.logged("> \033[33mrova_cmd_dr_run cmd: 2"));
     EXPECT_THAT(wrap_sleeps(), IsEmpty());
 }
 

@@ -1,5 +1,7 @@
 #include "tests/command/command_test.h"
 
+#include <filesystem>
+
 using namespace test;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -25,6 +27,7 @@ protected:
         std::size_t descriptors = open_descriptors();
         EXPECT_EQ(run("free_fall get_log"), NG);
         EXPECT_THAT(new_messages(), ElementsAre("file open error"));
+        EXPECT_TRUE(camera.logged("> \033[33mfile open error"));
         EXPECT_EQ(open_descriptors(), descriptors);
     }
 };
@@ -57,6 +60,7 @@ TEST_F(FreeFall, GetLogNeedsACard)
     camera.write("/virtual/property/11.0", "0\n");
     EXPECT_EQ(run("free_fall get_log"), NG);
     EXPECT_THAT(new_messages(), ElementsAre("please insert sdcard"));
+    EXPECT_TRUE(camera.logged("> \033[33mplease insert sdcard"));
     camera.fault("device_get_property", "-4");
     EXPECT_EQ(run("free_fall get_log"), NG);
     EXPECT_THAT(new_messages(), ElementsAre("device_get_property(11, 0) failed (ret = -4) "));
@@ -81,6 +85,25 @@ TEST_F(FreeFall, GetLogThatCannotBeWrittenIsNg)
                                         "/sdcard/free_fall.txt (No space left on device) "));
 }
 
+TEST_F(FreeFall, GetLogToAFullCardIsNg)
+{
+    std::filesystem::create_directories(camera.path("/sdcard"));
+    std::filesystem::create_symlink("/dev/full", camera.path(ON_CARD));
+    for (std::size_t length : {1U, 4096U, 10000U}) {
+        camera.write(FALLS, std::string(length, 'f'));
+        EXPECT_EQ(run("free_fall get_log"), NG) << length;
+        EXPECT_THAT(new_messages(), ElementsAre(testing::EndsWith("(No space left on device) ")));
+    }
+}
+
+TEST_F(FreeFall, GetLogOfAFileThatCannotBeReadIsNg)
+{
+    camera.remove(FALLS);
+    std::filesystem::create_directories(camera.path(FALLS));
+    EXPECT_EQ(run("free_fall get_log"), NG);
+    EXPECT_THAT(messages(), ElementsAre(testing::EndsWith("(Is a directory) ")));
+}
+
 TEST_F(FreeFall, DeleteLogRemovesTheFile)
 {
     EXPECT_EQ(run("free_fall delete_log"), OK);
@@ -93,6 +116,7 @@ TEST_F(FreeFall, DeleteLogWithoutAFileIsNg)
     camera.remove(FALLS);
     EXPECT_EQ(run("free_fall delete_log", ROVA_CMD_PTP), PTP_NG);
     EXPECT_EQ(messages().front(), "there is no free_fall data");
+    EXPECT_TRUE(camera.logged("> \033[33mthere is no free_fall data"));
 }
 
 TEST_F(FreeFall, DeleteLogThatFailsIsNg)
@@ -100,6 +124,7 @@ TEST_F(FreeFall, DeleteLogThatFailsIsNg)
     camera.fault("sys_unlink", "-1 errno EROFS on free_fall.txt");
     EXPECT_EQ(run("free_fall delete_log"), NG);
     EXPECT_THAT(messages(), ElementsAre("remove fail free_fall data"));
+    EXPECT_TRUE(camera.logged("> \033[33mremove fail free_fall data"));
     EXPECT_TRUE(camera.exists(FALLS));
 }
 

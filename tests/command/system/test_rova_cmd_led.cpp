@@ -75,7 +75,10 @@ TEST_F(Led, LampThatRefusesIsNg)
     camera.fault("set_charge_led", "-2");
     for (const LampRow &row : lamp_rows) {
         EXPECT_EQ(run(std::string("led ") + row.words, ROVA_CMD_PTP), PTP_NG) << row.words;
-        EXPECT_EQ(new_messages().front(), std::string(row.call) + " failed (ret = -2) ");
+        std::string call = row.call;
+        EXPECT_THAT(new_messages().front(),
+                    testing::AllOf(testing::StartsWith(call.substr(0, call.find('('))),
+                                   testing::EndsWith(" failed (ret = -2) ")));
     }
 }
 
