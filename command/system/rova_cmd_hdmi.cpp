@@ -12,7 +12,7 @@ namespace
 constexpr useconds_t PLUG_POLL_US = 100000;
 constexpr unsigned int PLUG_LOOKS = 100;
 constexpr useconds_t MODE_POLL_US = 500000;
-constexpr int MODE_LOOKS = 10;
+constexpr unsigned int MODE_LOOKS = 10;
 
 // The display service's numbers for where the picture goes, and for the mode once it is there.
 constexpr int PICTURE_ON_DEVICE = 1;
@@ -30,19 +30,20 @@ constexpr hdmi_row hdmi_words[] = {
     {"out", 0, PICTURE_ON_PANEL},
 };
 
-// ------------------------------------------------------------------------- wait
-
-rova_look look_at_plug(int wanted)
+rova_look look_for(int wanted, const char *call, int state)
 {
-    int connected = utilx_get_hdmi_connect_state();
-    if (!rova_cmd_succeeded("utilx_get_hdmi_connect_state", connected))
+    if (!rova_cmd_succeeded(call, state))
         return rova_look::bad;
-    return connected == wanted ? rova_look::good : rova_look::again;
+    return state == wanted ? rova_look::good : rova_look::again;
 }
+
+// ------------------------------------------------------------------------- wait
 
 bool wait_for_plug(int wanted)
 {
-    auto look = [=] { return look_at_plug(wanted); };
+    auto look = [=] {
+        return look_for(wanted, "utilx_get_hdmi_connect_state", utilx_get_hdmi_connect_state());
+    };
     return rova_wait(PLUG_POLL_US, look, PLUG_LOOKS);
 }
 
@@ -54,17 +55,12 @@ int rova_cmd_hdmi_wait(uint32_t cmd_type, cmd_data *record)
 
 // ------------------------------------------------------------------------- set
 
-bool mode_becomes(int wanted)
+bool wait_for_mode(int wanted)
 {
-    for (int looks = 0; looks < MODE_LOOKS; looks++) {
-        int mode = utilx_disp_get_tv_mode();
-        if (!rova_cmd_succeeded("utilx_disp_get_tv_mode", mode))
-            return false;
-        sys_usleep(MODE_POLL_US);
-        if (mode == wanted)
-            return true;
-    }
-    return false;
+    auto look = [=] {
+        return look_for(wanted, "utilx_disp_get_tv_mode", utilx_disp_get_tv_mode());
+    };
+    return rova_wait(MODE_POLL_US, look, MODE_LOOKS);
 }
 
 // Back on the panel the mode tells whether a device is connected.
@@ -77,7 +73,7 @@ bool move_picture(int picture)
     // Open while the picture moves.  Nothing is asked of it: where there is none the mode still
     // tells.
     const rova_key_display display;
-    return mode_becomes(wanted);
+    return wait_for_mode(wanted);
 }
 
 int rova_cmd_hdmi_set(uint32_t cmd_type, cmd_data *record)

@@ -23,8 +23,9 @@ int display_value(const char *name, int otherwise)
 // On the panel the mode is 1 while a device is connected.  Asking here uses up no scripted value.
 int panel_mode()
 {
-    return std::atoi(virt::read_file(virt::file("display/hdmi_connect_state")).c_str()) != 0 ? 1
-                                                                                             : 0;
+    bool connected =
+        std::atoi(virt::read_file(virt::file("display/hdmi_connect_state")).c_str()) != 0;
+    return connected ? 1 : 0;
 }
 
 // The mode follows the picture.

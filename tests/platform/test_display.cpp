@@ -49,6 +49,17 @@ TEST(Display, EachCallCanFail)
     EXPECT_EQ(utilx_set_hdmi_state(1), -5);
     EXPECT_EQ(utilx_get_hdmi_connect_state(), -5);
     EXPECT_EQ(utilx_disp_get_tv_mode(), -5);
+    EXPECT_FALSE(camera.exists("/virtual/display/hdmi_state"));
+}
+
+TEST(Display, IsNoneWithoutACamera)
+{
+    test::Camera camera;
+    setenv("ROVA_SYSROOT", "", 1);
+    EXPECT_EQ(utilx_set_hdmi_state(1), -1);
+    EXPECT_EQ(utilx_get_hdmi_connect_state(), -1);
+    EXPECT_EQ(utilx_disp_get_tv_mode(), -1);
+    setenv("ROVA_SYSROOT", camera.root().c_str(), 1);
 }
 
 } // namespace

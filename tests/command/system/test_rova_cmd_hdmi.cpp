@@ -141,6 +141,19 @@ TEST_F(Hdmi, SetGivesUpAfterTenLooks)
     EXPECT_THAT(wrap_sleeps(), AllOf(SizeIs(20), Each(500000)));
 }
 
+TEST_F(Hdmi, SetEndsOkWhenTheDaemonIsAskedToStop)
+{
+    vconf_set_int(ROVA_KEY_STOP_CMD, 1);
+    EXPECT_EQ(run("hdmi set in"), OK);
+    EXPECT_THAT(told({"utilx_set_hdmi_state"}), ElementsAre("utilx_set_hdmi_state[1]"));
+    EXPECT_THAT(wrap_sleeps(), IsEmpty()) << "the picture is moved, but not waited for";
+
+    camera.write(std::string(MODE) + ".play", times(2, "0\n"));
+    camera.fault("vconf_get_int", "0 at 1"); // not yet asked
+    EXPECT_EQ(run("hdmi set in"), OK);
+    EXPECT_THAT(wrap_sleeps(), ElementsAre(500000));
+}
+
 TEST_F(Hdmi, SetThatTheServiceRefusesIsNg)
 {
     camera.fault("utilx_get_hdmi_connect_state", "-5");
