@@ -58,9 +58,11 @@ TEST(CommandTables, HoldTheWordsOfTheReferenceInItsOrder)
     }
 }
 
-TEST(CommandTables, OfCaptureAndImageQualityHoldAllWordsOfTheReference)
+TEST(CommandTables, OfTheCameraHoldAllWordsOfTheReference)
 {
-    for (std::size_t i : {2U, 3U}) {
+    const std::size_t sizes[] = {34, 21, 12, 6};
+    for (std::size_t i = 0; i < std::size(sizes); i++) {
+        EXPECT_EQ(reference[i].second.size(), sizes[i]) << reference[i].first;
         Words words;
         for (const rova_cmd_entry &row : rova_cmd_tables()[i].rows)
             words.push_back(row.name);
