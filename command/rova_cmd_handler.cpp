@@ -7,6 +7,7 @@
 #include "command/rova_cmd_result.h"
 #include "command/rova_ptp_resp.h"
 #include "command/system/rova_cmd_system.h"
+#include "command/wifi/rova_cmd_wireless.h"
 #include "common/rova_log.h"
 #include "common/rova_sound.h"
 
@@ -282,7 +283,10 @@ static constexpr rova_cmd_entry image_quality_table[] = {
 };
 
 static constexpr std::array<rova_cmd_entry, 0> extra_table{};
-static constexpr std::array<rova_cmd_entry, 0> wireless_table{};
+
+static constexpr rova_cmd_entry wireless_table[] = {
+    {"bluetooth", rova_cmd_bluetooth},
+};
 
 static_assert(rova_cmd_table_is_sound(system_table));
 static_assert(rova_cmd_table_is_sound(factory_table));

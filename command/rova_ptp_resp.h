@@ -5,6 +5,8 @@
 
 // Param1 of a plain answer.
 inline constexpr uint32_t ROVA_PTP_RESP_PLAIN = 0x10000002;
+// Param1 of an answer whose Param2 is a reading of a radio.
+inline constexpr uint32_t ROVA_PTP_RESP_NUMBER = 0x10040001;
 
 // The answer's three words; Param1 is written last and tells the PC that the answer is complete.
 // 1, or 0 when a key could not be written.

@@ -168,6 +168,7 @@ TEST_F(Manual, EveryExampleEndsWithOk)
     const ServingEnd application(camera, plain_ok, APP_CHANNEL);
     camera.write("/dev/fb0", "");
     add_program("/usr/bin/make_snapshot.sh");
+    camera.write("/opt/etc/clock", "");
     add_program("/sdcard/measure.sh");
     camera.write("/sdcard/gpio_pindump.csv", "x");
     camera.write("/var/run/memory/private/pmode_shutter_data", "NO= 1\nB\n1 2\n");

@@ -3,6 +3,7 @@
 #include "command/iq/rova_cmd_iq.h"
 #include "command/rova_cmd_handler.h"
 #include "command/system/rova_cmd_system.h"
+#include "command/wifi/rova_cmd_wireless.h"
 
 #include <gtest/gtest.h>
 
@@ -184,6 +185,9 @@ INSTANTIATE_TEST_SUITE_P(ImageQuality, CommandFamily,
                                          Family{"image quality", "flangeback", rova_cmd_flangeback},
                                          Family{"image quality", "paf", rova_cmd_paf},
                                          Family{"image quality", "vfpn", rova_cmd_vfpn}),
+                         [](const auto &row) { return std::string(row.param.word); });
+INSTANTIATE_TEST_SUITE_P(Wireless, CommandFamily,
+                         testing::Values(Family{"wireless", "bluetooth", rova_cmd_bluetooth}),
                          [](const auto &row) { return std::string(row.param.word); });
 
 static int first(uint32_t, cmd_data *)

@@ -20,9 +20,21 @@ namespace
 {
 
 constexpr const char *FOLDERS[] = {
-    "sdcard", "mnt",     "tmp",     "opt/share/rova",     "opt/storage",   "var/run/memory/private",
-    "dev",    "usr/bin", "virtual", "virtual/app/answer", "virtual/scene",
+    "sdcard",
+    "mnt",
+    "tmp",
+    "opt/share/rova",
+    "opt/storage",
+    "var/run/memory/private",
+    "dev",
+    "usr/bin",
+    "virtual",
+    "virtual/app/answer",
+    "virtual/scene",
+    "opt/etc",
+    "usr/etc/bluetooth",
     "virtual/sensor",
+    "virtual/radio/bluetooth",
 };
 
 // The card's other names.
@@ -123,6 +135,17 @@ constexpr program_row PROGRAMS[] = {
 };
 
 void refuse_foreign_folder(const fs::path &dir)
+// They act on the radio's state, and its service tells of the change.
+constexpr char EDUTM_HEAD[] = R"(#!/bin/bash
+# Stand-in for a script of the camera, written by vcam create.
+radio=$(cd "${BASH_SOURCE[0]%/*}/../../.." && pwd -P)/virtual/radio/bluetooth
+)";
+
+constexpr program_row EDUTM_SCRIPTS[] = {
+    {"bt-edutm-on.sh", "echo 1 >\"$radio/test_mode\"\necho 1 >\"$radio/adapter\"\n"},
+    {"bt-edutm-off.sh", "echo 0 >\"$radio/test_mode\"\necho 0 >\"$radio/adapter\"\n"},
+};
+
 {
     std::error_code error;
     if (!fs::exists(fs::symlink_status(dir, error)))
@@ -140,12 +163,12 @@ void add_file(const fs::path &path, const std::string &text)
         write_file(path, text);
 }
 
-void add_program(const program_row &row)
+void add_program(const char *folder, const char *head, const program_row &row)
 {
-    const fs::path path = on_pc("/usr/bin") / row.name;
+    const fs::path path = on_pc(folder) / row.name;
     if (fs::exists(fs::symlink_status(path)))
         return;
-    write_file(path, std::string(STAND_IN_HEAD) + row.body);
+    write_file(path, std::string(head) + row.body);
     fs::permissions(path, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec |
                               fs::perms::others_read | fs::perms::others_exec);
 }
@@ -212,7 +235,9 @@ int verb_create(const invocation &in, CLI::App &app)
     for (const driver_file &row : driver_at_rest())
         add_file(on_pc(row.path), row.text);
     for (const program_row &row : PROGRAMS)
-        add_program(row);
+        add_program("/usr/bin", STAND_IN_HEAD, row);
+    for (const program_row &row : EDUTM_SCRIPTS)
+        add_program("/usr/etc/bluetooth", EDUTM_HEAD, row);
     for (const sound_row &row : SOUNDS)
         add_file(on_pc(SOUND_DIR) / row.file, tone(row));
     add_battery_level();
