@@ -1,22 +1,17 @@
 #include "command/rova_cmd_handler.h"
 #include "common/rova_log.h"
 #include "platform/pref.h"
-#include "tests/command/command_test.h"
+#include "tests/command/system/readout_test.h"
 #include "tests/command/system/sensor_stand_in.h"
 #include "tests/support/text.h"
 #include "tests/support/wrap.h"
 
 #include <cerrno>
-#include <chrono>
 #include <climits>
-#include <filesystem>
 #include <nlohmann/json.hpp>
-#include <random>
 #include <sys/msg.h>
-#include <thread>
 
 using namespace test;
-using std::chrono::steady_clock;
 using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
@@ -33,28 +28,12 @@ constexpr char CHECK_CSV[] = "/sdcard/accelometer.csv";
 constexpr char OPEN_ERROR[] = "Failed to open a Accel. file";
 constexpr char READ_ERROR[] = "Fail to get data from BMA device!";
 
-// A sanitizer's own thread, which comes with the first that is made, counts from the start.
-std::size_t threads()
-{
-    static const bool made = (std::thread([] {}).join(), true);
-    EXPECT_TRUE(made);
-    auto folder = std::filesystem::directory_iterator("/proc/self/task");
-    return static_cast<std::size_t>(std::distance(begin(folder), end(folder)));
-}
-
 } // namespace
 
-class Accelometer : public CommandTest
+class Accelometer : public ReadoutTest
 {
 protected:
     Accelometer() { camera.write(DRIVER, "10, -20, 1024\n"); }
-
-    bool passes(const std::string &line)
-    {
-        cmd_data record = record_of(line);
-        rova_process_cmd(ROVA_CMD_SCRIPT, &record);
-        return rova_cmd_get_result() == 0;
-    }
 
     // A file's last line, without index and serial number.
     std::string row(const char *file) const
@@ -64,8 +43,6 @@ protected:
         const std::string line = lines.empty() ? "" : lines.back();
         return line.substr(std::min(line.size(), line.find(',', line.find(',') + 1) + 1));
     }
-
-    std::vector<std::string> shown() const { return told({"factory_osd_text_set"}); }
 };
 
 TEST_F(Accelometer, AnUnknownWordIsNotHandled)
@@ -188,19 +165,8 @@ TEST_F(AccelCheckAxis, LeavesNoDescriptor)
 class AccelOsd : public Accelometer
 {
 protected:
-    // Ten thousand times over all families with such a thread.
-    static constexpr int CANCELLATIONS = 2500;
     static constexpr char ON[] = "accelometer osd on";
     static constexpr char OFF[] = "accelometer osd off";
-
-    std::size_t threads_before = threads();
-    std::size_t descriptors_before = open_descriptors();
-
-    void expect_nothing_left()
-    {
-        EXPECT_TRUE(wait_for([&] { return threads() == threads_before; }));
-        EXPECT_EQ(open_descriptors(), descriptors_before);
-    }
 
     bool logged_by(const std::string &function, const std::string &text) const
     {
@@ -282,7 +248,7 @@ TEST_F(AccelOsd, OtherWordsAreRefused)
     EXPECT_EQ(run("accelometer osd Off"), NG);
     EXPECT_TRUE(camera.logged("Wrong cmd_data->p[1] = Off"));
     EXPECT_EQ(run("accelometer osd"), NG);
-    EXPECT_EQ(threads(), threads_before);
+    EXPECT_EQ(more_threads(), 0U);
 }
 
 // The one before goes on until it cannot read.
@@ -293,7 +259,7 @@ TEST_F(AccelOsd, OnTwiceLeavesOneThread)
     EXPECT_TRUE(passes(ON));
     EXPECT_TRUE(passes(OFF));
     EXPECT_FALSE(passes(OFF));
-    EXPECT_EQ(threads(), threads_before + 1);
+    EXPECT_EQ(more_threads(), 1U);
     camera.remove(DRIVER);
     expect_nothing_left();
 }
@@ -308,24 +274,7 @@ TEST_F(AccelOsd, IsNotThatOfTheGyroscope)
 
 TEST_F(AccelOsd, CanBeCancelledAtAnyInstant)
 {
-    rova_log_set_enable(0);
-    camera.speed(100000);
-    std::mt19937 random(7);
-    std::uniform_int_distribution<int> microseconds(0, 300);
-    for (int i = 0; i < CANCELLATIONS; i++) {
-        ASSERT_TRUE(passes(ON));
-        const auto instant = steady_clock::now() + std::chrono::microseconds(microseconds(random));
-        while (steady_clock::now() < instant) {
-        }
-        ASSERT_TRUE(passes(OFF));
-    }
-    expect_nothing_left();
-
-    // No lock is held: screen and log serve as before.
-    const std::size_t before = shown().size();
-    EXPECT_TRUE(passes(ON));
-    EXPECT_TRUE(wait_for([&] { return shown().size() > before; }));
-    EXPECT_TRUE(passes(OFF));
+    switch_at_any_instant(ON, OFF, 300);
     EXPECT_FALSE(camera.logged(READ_ERROR));
 }
 

@@ -1,22 +1,17 @@
 #include "command/rova_cmd_handler.h"
 #include "common/rova_adjdata_handler.h"
 #include "common/rova_log.h"
-#include "tests/command/command_test.h"
+#include "tests/command/system/readout_test.h"
 #include "tests/support/text.h"
 #include "tests/support/wrap.h"
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <climits>
 #include <cmath>
-#include <filesystem>
 #include <nlohmann/json.hpp>
-#include <random>
-#include <thread>
 
 using namespace test;
-using std::chrono::steady_clock;
 using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
@@ -55,15 +50,6 @@ std::string line_of(const std::string &number, int count = 1)
     return text;
 }
 
-// A sanitizer's own thread, which comes with the first that is made, counts from the start.
-std::size_t threads()
-{
-    static const bool made = (std::thread([] {}).join(), true);
-    EXPECT_TRUE(made);
-    auto folder = std::filesystem::directory_iterator("/proc/self/task");
-    return static_cast<std::size_t>(std::distance(begin(folder), end(folder)));
-}
-
 int32_t stored(uint64_t id)
 {
     return rova_adjdata_number(rova_get_adjdata(id), 4);
@@ -71,7 +57,7 @@ int32_t stored(uint64_t id)
 
 } // namespace
 
-class Gyroscope : public CommandTest
+class Gyroscope : public ReadoutTest
 {
 protected:
     Gyroscope()
@@ -81,13 +67,6 @@ protected:
         camera.write(TEMPERATURE, "31\n");
         camera.write(ISP, "45\n");
         camera.write(THERMISTOR, thermistor_words(20));
-    }
-
-    bool passes(const std::string &line)
-    {
-        cmd_data record = record_of(line);
-        rova_process_cmd(ROVA_CMD_SCRIPT, &record);
-        return rova_cmd_get_result() == 0;
     }
 
     // The CSV file's last line, without index and serial number.
@@ -303,21 +282,8 @@ TEST_F(GyroAdjust, LeavesNoDescriptor)
 class GyroOsd : public Gyroscope
 {
 protected:
-    // Ten thousand times over all families with such a thread.
-    static constexpr int CANCELLATIONS = 2500;
     static constexpr char ON[] = "gyroscope osd on";
     static constexpr char OFF[] = "gyroscope osd off";
-
-    std::size_t threads_before = threads();
-    std::size_t descriptors_before = open_descriptors();
-
-    std::vector<std::string> shown() const { return told({"factory_osd_text_set"}); }
-
-    void expect_nothing_left()
-    {
-        EXPECT_TRUE(wait_for([&] { return threads() == threads_before; }));
-        EXPECT_EQ(open_descriptors(), descriptors_before);
-    }
 };
 
 TEST_F(GyroOsd, ShowsRatesUntilItIsSwitchedOff)
@@ -370,10 +336,10 @@ TEST_F(GyroOsd, OnTwiceLeavesOneThread)
     camera.speed(1000);
     EXPECT_TRUE(passes(ON));
     EXPECT_TRUE(passes(ON));
-    EXPECT_TRUE(wait_for([&] { return open_descriptors() >= descriptors_before + 2; }));
+    EXPECT_TRUE(wait_for([&] { return more_descriptors() >= 2; }));
     EXPECT_TRUE(passes(OFF));
     EXPECT_FALSE(passes(OFF));
-    EXPECT_EQ(threads(), threads_before + 1);
+    EXPECT_EQ(more_threads(), 1U);
     const std::size_t before = shown().size();
     EXPECT_TRUE(wait_for([&] { return shown().size() > before; }));
     camera.fault("sys_ioctl", "-1");
@@ -407,7 +373,7 @@ TEST_F(GyroOsd, OnAfterAThreadThatHasEndedStartsAnother)
 {
     camera.fault("sys_ioctl", "-1 at 1");
     EXPECT_TRUE(passes(ON));
-    EXPECT_TRUE(wait_for([&] { return threads() == threads_before; }));
+    EXPECT_TRUE(wait_for([&] { return more_threads() == 0; }));
     EXPECT_TRUE(passes(ON));
     EXPECT_TRUE(wait_for([&] { return !shown().empty(); }));
     EXPECT_TRUE(passes(OFF));
@@ -428,7 +394,7 @@ TEST_F(GyroOsd, OtherWordsAreRefused)
     EXPECT_TRUE(camera.logged("Wrong cmd_data->p[1] = ON"));
     EXPECT_EQ(run("gyroscope osd"), NG);
     EXPECT_EQ(times_logged("Wrong cmd_data->p[1] = "), 2U);
-    EXPECT_EQ(threads(), threads_before);
+    EXPECT_EQ(more_threads(), 0U);
 }
 
 // A word behind the last parameter that counts is left over from an earlier record.
@@ -441,25 +407,7 @@ TEST_F(GyroOsd, AWordThatDoesNotCountIsNone)
 
 TEST_F(GyroOsd, CanBeCancelledAtAnyInstant)
 {
-    rova_log_set_enable(0);
-    camera.speed(100000);
-    std::mt19937 random(5);
-    std::uniform_int_distribution<int> microseconds(0, 300);
-    for (int i = 0; i < CANCELLATIONS; i++) {
-        ASSERT_TRUE(passes(ON));
-        const auto instant = steady_clock::now() + std::chrono::microseconds(microseconds(random));
-        while (steady_clock::now() < instant) {
-        }
-        ASSERT_TRUE(passes(OFF));
-    }
-    expect_nothing_left();
-
-    // No lock is held: screen and log serve as before.
-    const std::size_t before = shown().size();
-    EXPECT_GE(before, 3U * CANCELLATIONS); // none ends ahead of its first sleep
-    EXPECT_TRUE(passes(ON));
-    EXPECT_TRUE(wait_for([&] { return shown().size() > before; }));
-    EXPECT_TRUE(passes(OFF));
+    switch_at_any_instant(ON, OFF, 300);
     EXPECT_FALSE(camera.logged(READ_ERROR));
 }
 
