@@ -116,6 +116,34 @@ TEST(VcamPress, LetsGoHoweverItIsEnded)
     }
 }
 
+TEST(VcamPress, AKeyThatAKilledOneLeftDownComesUpWithTheNextPress)
+{
+    const Body body;
+    body.speed(1000);
+    for (const char *key : {"menu", "s1"}) {
+        test::Process killed({VCAM_PROGRAM, "press", key, "--hold", FOREVER});
+        ASSERT_TRUE(test::wait_for([&] { return body.driver("keydesc").ends_with(key); }));
+        killed.signal(SIGKILL);
+        killed.wait();
+        EXPECT_NE(body.driver("pushed_keys"), "0x00000000") << key;
+        EXPECT_TRUE(succeeded(vcam({"press", key})));
+        EXPECT_EQ(body.driver("pushed_keys"), "0x00000000") << key;
+    }
+}
+
+TEST(VcamPress, HoldsOnACameraThatAlmostStands)
+{
+    const Body body;
+    for (const double speed : {1e-9, 1e-300}) {
+        body.speed(speed);
+        Finger finger(body, "menu", "127");
+        EXPECT_FALSE(
+            test::wait_for([&] { return body.driver("pushed_keys") == "0x00000000"; }, 0.3))
+            << speed;
+        finger.lift();
+    }
+}
+
 TEST(VcamPress, HoldsInTheCamerasTime)
 {
     const Body body;
@@ -286,6 +314,30 @@ TEST(VcamTurn, EachClickWaitsUntilTheOneBeforeIsTaken)
         EXPECT_EQ(turn.wait(), 0);
         EXPECT_EQ(body.driver("keycode"), "0") << "a fourth click";
     }
+}
+
+TEST(VcamTurn, WaitsForAClickOfAnEarlierOne)
+{
+    const Body body;
+    EXPECT_TRUE(succeeded(vcam({"turn", "jog1", "right"})));
+    body.write(keys("keydesc"), "\n");
+    test::Process second({VCAM_PROGRAM, "turn", "jog1", "right"});
+    EXPECT_FALSE(test::wait_for([&] { return !second.running(); }, 0.2));
+    EXPECT_EQ(body.driver("keydesc"), "") << "the first is not taken";
+    body.code("0");
+    EXPECT_EQ(second.wait(), 0);
+    EXPECT_EQ(body.driver("keycode"), "177");
+}
+
+TEST(VcamTurn, EndsAtAMaskThatComesMeanwhile)
+{
+    const Body body;
+    test::Process turn({VCAM_PROGRAM, "turn", "wheel", "left", "2"});
+    ASSERT_TRUE(body.shows("105"));
+    body.write(keys("keymask"), "0x80000\n");
+    body.code("0");
+    EXPECT_EQ(turn.wait(), 0);
+    EXPECT_EQ(body.driver("keycode"), "0") << "a masked click";
 }
 
 TEST(VcamTurn, EndsWhereNobodyTakesTheClicks)

@@ -165,7 +165,7 @@ uint32_t push_key(const rova_key_row &key)
     const uint32_t now = before | key.mask | (key.mask == S2 ? S1 : 0);
     show_held(before, now);
     show_event(key.name, key.code);
-    return now & ~before;
+    return key.mask | (now & ~before);
 }
 
 void let_go(uint32_t keys)

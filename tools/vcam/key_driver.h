@@ -27,8 +27,9 @@ template <typename Rows> constexpr const auto *find_named(const Rows &rows, std:
 // The driver keeps a masked key or switch to itself.
 bool is_masked(uint32_t mask);
 
-// A key goes down, if it is not down already; gives the bits of what went down with it: a shutter
-// button that is pressed fully closes the first contact too.  The bits are for let_go().
+// A key goes down; gives the bits of what goes up with it, for let_go(): a shutter button that is
+// pressed fully closes the first contact too, unless that is closed already.  Of two that press one
+// key the first to let go lifts it, so one that somebody killed has left down comes up again.
 uint32_t push_key(const rova_key_row &key);
 void let_go(uint32_t keys);
 

@@ -75,13 +75,17 @@ void hold(int ms)
 {
     using namespace std::chrono;
     constexpr auto LOOK = milliseconds(20);
-    const duration<double, std::milli> real(ms / virt::speed());
-    const auto end = steady_clock::now() + duration_cast<steady_clock::duration>(real);
-    for (auto now = steady_clock::now(); now < end && !end_asked(); now = steady_clock::now())
-        std::this_thread::sleep_for(std::min<steady_clock::duration>(end - now, LOOK));
+    using real_ms = duration<double, std::milli>; // a slow camera's are more than the clock counts
+    const auto start = steady_clock::now();
+    const real_ms total(ms / virt::speed());
+    real_ms left = total;
+    while (left.count() > 0 && !end_asked()) {
+        std::this_thread::sleep_for(std::min<real_ms>(left, LOOK));
+        left = total - (steady_clock::now() - start);
+    }
 }
 
-// A key never stays down behind vcam, however it is ended.
+// A key never stays down behind vcam, unless that is killed.
 void press(const rova_key_row &key, int ms)
 {
     if (tell_if_masked(key.mask, key.name))
@@ -97,12 +101,11 @@ constexpr double PATIENCE = 1;
 
 void turn(const wheel_row &wheel, const rova_rotary_row &direction, int count)
 {
-    if (tell_if_masked(direction.mask, wheel.name))
-        return;
     catch_interrupts();
-    for (int i = 0; i < count && !end_asked(); i++) {
-        if (i > 0)
-            wait_until([&] { return click_was_taken(direction); }, PATIENCE);
+    for (int i = 0; i < count; i++) {
+        wait_until([&] { return click_was_taken(direction); }, PATIENCE);
+        if (end_asked() || tell_if_masked(direction.mask, wheel.name))
+            return;
         click(wheel.name, direction);
     }
 }
