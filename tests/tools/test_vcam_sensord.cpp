@@ -137,6 +137,49 @@ TEST(VcamSensord, CalibratesByAReadingOfTheDriversFileARound)
         EXPECT_EQ(service.answer_to("calibration", count, 1), "done 0 0");
 }
 
+TEST(VcamSensord, TellsWhatIsNoSample)
+{
+    const test::Camera camera;
+    const Service service(camera);
+    for (const char *text : {"1, 2\n", "x"}) {
+        camera.write(DRIVER, text);
+        service.ask("calibration", 1, 1);
+        EXPECT_TRUE(service.answer().starts_with("accelrawXY "));
+        EXPECT_TRUE(service.answer().starts_with("accelrawZ "));
+        EXPECT_EQ(service.answer(), "done 0 0") << "goes on";
+    }
+    EXPECT_NE(service.text().find("accel_raw_data: '1, 2' is no sample\n"), std::string::npos);
+    EXPECT_NE(service.text().find("accel_raw_data: 'x' is no sample\n"), std::string::npos);
+}
+
+TEST(VcamSensord, TellsARollOrPitchThatIsNoNumber)
+{
+    const test::Camera camera;
+    camera.write("/virtual/sensor/roll", "level\n");
+    camera.write("/virtual/sensor/pitch", "4294967296\n");
+    const Service service(camera);
+    EXPECT_EQ(service.answer_to("rollpitch", 0, 0), "rollpitch 0 0");
+    for (const char *told : {"sensor/roll: 'level' is not understood\n",
+                             "sensor/pitch: '4294967296' is not understood\n"})
+        EXPECT_NE(service.text().find(told), std::string::npos) << told;
+}
+
+TEST(VcamSensord, TellsAPositionThatIsNone)
+{
+    const test::Camera camera;
+    camera.speed(100);
+    camera.write("/virtual/sensor/position.play", "Left\nLeft\nLeft\nleft\n");
+    const Service service(camera);
+    EXPECT_EQ(service.answer_to("rotation", 4, 1), "rotation 4 0");
+    EXPECT_EQ(service.text(), std::string(UP) + "rotation 4 1\n" +
+                                  "vcam: virtual/sensor/position: 'Left' is not understood\n")
+        << "once";
+    camera.write("/virtual/sensor/position", "\n");
+    service.ask("rotation", 0, 1);
+    EXPECT_TRUE(service.took("rotation 0 1\nvcam: virtual/sensor/position: '' is not understood"));
+    EXPECT_EQ(service.answer(0.1), "none") << "no position is none that can be asked for";
+}
+
 // More than the queue holds: the rest follows as it is read.
 TEST(VcamSensord, ManyRoundsComeAsTheyAreRead)
 {
@@ -398,6 +441,18 @@ TEST(VcamTurnCamera, EachPositionIsTheDriversAndTheServices)
         EXPECT_EQ(camera.read("/virtual/sensor/pitch"), position.pitch);
         EXPECT_EQ(camera.read("/virtual/sensor/position"), std::string(position.name) + "\n");
     }
+}
+
+TEST(VcamTurnCamera, DropsScriptedValues)
+{
+    const test::Camera camera;
+    const std::string files[] = {DRIVER, "/virtual/sensor/roll", "/virtual/sensor/pitch",
+                                 "/virtual/sensor/position"};
+    for (const std::string &file : files)
+        camera.write(file + ".play", "1\n2\n");
+    EXPECT_TRUE(succeeded(vcam({"turn-camera", "left"})));
+    for (const std::string &file : files)
+        EXPECT_FALSE(camera.exists(file + ".play")) << file;
 }
 
 TEST(VcamTurnCamera, RefusesOtherWords)

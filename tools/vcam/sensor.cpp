@@ -20,6 +20,7 @@
 #include <iterator>
 #include <sys/msg.h>
 #include <unistd.h>
+#include <utility>
 
 namespace vcam
 {
@@ -49,24 +50,38 @@ std::string sensor_file(const char *name)
     return virt::file("sensor/") + name;
 }
 
+void not_understood(const char *name, const std::string &text)
+{
+    std::fprintf(stderr, "vcam: virtual/sensor/%s: '%s' is not understood\n", name, text.c_str());
+}
+
 int32_t sensor_number(const char *name)
 {
-    return static_cast<int32_t>(virt::read_number(sensor_file(name)).value_or(0));
+    const std::string text = virt::read_value(sensor_file(name)).value_or("0");
+    const std::optional<int> number = to_word32(text);
+    if (!number)
+        not_understood(name, text);
+    return number.value_or(0);
+}
+
+std::string position_word()
+{
+    return virt::read_value(sensor_file("position")).value_or(ROVA_SENSOR_POSITIONS[0].name);
 }
 
 // 0: no position.
-int32_t position_code()
+int32_t position_code(const std::string &word)
 {
-    const std::string word =
-        virt::read_value(sensor_file("position")).value_or(ROVA_SENSOR_POSITIONS[0].name);
     for (const rova_sensor_position &position : ROVA_SENSOR_POSITIONS)
         if (word == position.name)
             return position.code;
     return 0;
 }
 
+// Scripted values would take its place.
 void write_sensor_file(const std::string &place, const std::string &text)
 {
+    virt::end_play(place);
     if (!virt::write_value(place, text))
         throw failure("'" + place + "' cannot be written");
 }
@@ -120,7 +135,7 @@ behaviour read_behaviour()
     const std::string text = virt::read_value(sensor_file("answer")).value_or(MANNERS[0].text);
     const std::optional<behaviour> found = understood(text);
     if (!found)
-        std::fprintf(stderr, "vcam: virtual/sensor/answer: '%s' is not understood\n", text.c_str());
+        not_understood("answer", text);
     return found.value_or(behaviour{});
 }
 
@@ -185,7 +200,7 @@ private:
     void answer();
     bool send_next();
     std::optional<rova_sensor_data> next_message();
-    std::optional<rova_sensor_data> rotation() const;
+    std::optional<rova_sensor_data> rotation();
     rova_sensor_data calibration();
     void wait(double ms);
 
@@ -196,6 +211,7 @@ private:
     camera_clock::time_point due_;
     int64_t sent_ = 0;
     int sample_[3] = {};
+    std::string position_; // read last for this request
 };
 
 bool sensor_service::work()
@@ -217,6 +233,7 @@ bool sensor_service::take(rova_sensor_data request)
     request_.reset();
     message_.reset();
     sent_ = 0;
+    position_ = ROVA_SENSOR_POSITIONS[0].name;
     if (behaviour_.how == manner::gone) {
         remove_queue(replies());
         return false;
@@ -276,12 +293,16 @@ std::optional<rova_sensor_data> sensor_service::next_message()
 }
 
 // Not before the camera is in the position that is waited for.
-std::optional<rova_sensor_data> sensor_service::rotation() const
+std::optional<rova_sensor_data> sensor_service::rotation()
 {
     const int32_t wanted = request_->value1;
     if (behaviour_.how == manner::wrong_code)
         return message_of(ROVA_SENSOR_ROTATION, wanted + 1, 0);
-    if (position_code() != wanted)
+    const std::string before = std::exchange(position_, position_word());
+    const int32_t code = position_code(position_);
+    if (code == 0 && position_ != before)
+        not_understood("position", position_);
+    if (code == 0 || code != wanted)
         return std::nullopt;
     return message_of(ROVA_SENSOR_ROTATION, wanted, 0);
 }
