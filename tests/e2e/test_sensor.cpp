@@ -99,6 +99,27 @@ TEST(Sensor, WrongLateAndGoneServices)
     line.stop();
 }
 
+// The command waits on, and the person at the station is told why.
+TEST(Sensor, AServiceThatIsKilledDuringAScriptIsTold)
+{
+    Line line;
+    line.write("/one.adj", "rotation wait left\n");
+    const std::string output = line.path("/run.txt");
+    test::Process run({VCAM_PROGRAM, "run", line.path("/one.adj")}, "", output);
+    EXPECT_TRUE(waits_for_the_service(line, "rotation 4 1"));
+    test::send_signal(line.sensor_service(), SIGKILL);
+    EXPECT_TRUE(test::wait_for([&] {
+        return line.read("/run.txt").find("vcam: the sensor service has ended\n") !=
+               std::string::npos;
+    }));
+    EXPECT_TRUE(run.running());
+    EXPECT_EQ(line.vcam({"stop", "--kill"}).status, 0);
+    EXPECT_EQ(run.wait(), 2);
+    EXPECT_NE(
+        line.read("/run.txt").find("rovad ended before the script, during: rotation wait left"),
+        std::string::npos);
+}
+
 // Neither a time-out nor the stop key ends the wait.
 TEST(Sensor, ASilentServiceHoldsTheDaemonUntilItIsKilled)
 {

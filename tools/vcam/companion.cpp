@@ -7,6 +7,7 @@
 #include "tools/vcam/verb.h"
 
 #include <csignal>
+#include <cstdio>
 
 namespace vcam
 {
@@ -49,6 +50,14 @@ void companion::stop()
 {
     if (process_ && !process_->has_ended())
         end_companion(process_->pid(), SIGTERM, END_SECONDS);
+    process_.reset();
+}
+
+void companion::tell_end()
+{
+    if (!process_ || !process_->has_ended())
+        return;
+    std::fprintf(stderr, "vcam: %s has ended\n", kind_->what);
     process_.reset();
 }
 

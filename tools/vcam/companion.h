@@ -32,6 +32,8 @@ public:
     void start();
     // What start() has started ends again.
     void stop();
+    // Tells, once, that it has ended by itself.
+    void tell_end();
 
 private:
     void wait_until_up();

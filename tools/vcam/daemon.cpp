@@ -135,6 +135,12 @@ void daemon_process::stop_companions()
         each.stop();
 }
 
+void daemon_process::tell_ended_companions()
+{
+    for (companion &each : companions_)
+        each.tell_end();
+}
+
 std::uintmax_t call_log_size()
 {
     return size_of(virt::file(CALL_LOG));

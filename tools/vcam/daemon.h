@@ -34,6 +34,8 @@ public:
 
     // Those that were started for it.
     void stop_companions();
+    // Each that has ended by itself: the daemon may wait for it for good.
+    void tell_ended_companions();
 
 private:
     void start_companions();

@@ -153,8 +153,11 @@ public:
         const daemon_process::state state = daemon.wait_until_up(UP_SECONDS);
         if (state == daemon_process::state::late)
             return end_early(daemon, "rovad did not come up in time");
-        const bool through =
-            wait_until([&] { return read() || daemon.has_ended(); }, 1e9) && !daemon.has_ended();
+        const auto at_its_end = [&] {
+            daemon.tell_ended_companions();
+            return read() || daemon.has_ended();
+        };
+        const bool through = wait_until(at_its_end, 1e9) && !daemon.has_ended();
         if (through && log_.script_missing())
             return end_early(daemon, "the camera could not open the script");
         if (through)
