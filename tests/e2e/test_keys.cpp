@@ -1,6 +1,6 @@
 // The key station: by hand, by scripted values, and the keys that the daemon fakes.
 #include "platform/virtual/values.h"
-#include "tests/e2e/line.h"
+#include "tests/e2e/operator.h"
 #include "tests/support/text.h"
 #include "tests/support/xserver.h"
 
@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 using e2e::Line;
 
@@ -23,57 +22,6 @@ constexpr char CSV_FILE[] = "Index,CIS S/N,ch,level,name,result\r\n"
                             "4,0,2,116,left,OK\r\n5,0,2,150,ok,OK\r\n"
                             "6,0,3,6,menu,OK\r\n7,0,3,151,pb,OK\r\n";
 
-// What the screen asks for, until it asks for something else.
-std::string request(const Line &line)
-{
-    const std::string text = virt::read_file(line.path("/virtual/screen.json"));
-    const auto screen = nlohmann::json::parse(text, nullptr, false);
-    if (screen.is_discarded() || !screen.contains("text") || !screen["text"].contains("2"))
-        return "";
-    return screen["text"]["2"]["text"];
-}
-
-std::vector<std::string> words_of(const std::string &text)
-{
-    std::istringstream in(text);
-    return {std::istream_iterator<std::string>(in), {}};
-}
-
-// An operator: presses a key until the screen goes on, and turns switches and dials once.
-class Operator
-{
-public:
-    explicit Operator(const Line &line) : line_(line) {}
-
-    void obey(const std::string &what) const
-    {
-        const std::vector<std::string> words = words_of(what);
-        if (words.empty())
-            return;
-        if (words[0] == "press" || words[0] == "hold")
-            press(what, words.at(1));
-        if (words[0] == "turn" || words[0] == "dial") {
-            EXPECT_EQ(line_.vcam(words).status, 0) << what;
-        }
-    }
-
-private:
-    // Let go only when the camera has seen it, or to press again.
-    void press(const std::string &what, const std::string &key) const
-    {
-        constexpr double AGAIN_SECONDS = 0.5;
-        while (request(line_) == what) {
-            test::Process hand(
-                {VCAM_PROGRAM, "-C", line_.root().string(), "press", key, "--hold", "100000000"});
-            test::wait_for([&] { return request(line_) != what; }, AGAIN_SECONDS);
-            hand.signal(SIGINT);
-            EXPECT_EQ(hand.wait(), 0) << what;
-        }
-    }
-
-    const Line &line_;
-};
-
 std::string lines(std::initializer_list<const char *> values)
 {
     std::string text;
@@ -87,16 +35,9 @@ std::string lines(std::initializer_list<const char *> values)
 TEST(KeyStation, IsPassedByAnOperatorAtTheCamera)
 {
     Line line;
-    test::Process run({VCAM_PROGRAM, "-C", line.root().string(), "run", SCRIPT}, "",
-                      line.path("/tmp/run"));
-    const Operator person(line);
-    std::string seen;
-    while (test::wait_for([&] { return !run.running() || request(line) != seen; }) &&
-           run.running()) {
-        seen = request(line);
-        person.obey(seen);
-    }
-    EXPECT_EQ(run.wait(), 0) << line.read("/tmp/run") << "at: " << seen;
+    const e2e::Operator person(line, "text", "2");
+    const auto run = person.work(SCRIPT, [&](const std::string &what) { person.obey(what); });
+    EXPECT_EQ(run.status, 0) << run.out << run.err;
     EXPECT_EQ(line.read("/sdcard/key_extract.csv"), CSV_FILE);
     EXPECT_EQ(line.read(std::string(KEYS) + "pushed_keys"), "0x00000000\n") << "all let go";
 }

@@ -42,6 +42,7 @@ TEST(VcamCreate, MakesTheFoldersLinksAndFilesOfACamera)
     EXPECT_EQ(fs::read_symlink(dir / "opt/storage/sdcard"), "../../sdcard");
     EXPECT_TRUE(fs::exists(dir / "dev/fb0"));
     const std::string base = "/tmp/new/camera/sys/devices/platform/";
+    EXPECT_EQ(place.read(base + "m7-keys/grip_key"), "0\n");
     EXPECT_EQ(place.read(base + "m7-keys/key_unmask_on_boot"), "1\n");
     EXPECT_TRUE(place.exists(base + "movra7_wdt/boot_shutdown"));
     EXPECT_TRUE(place.exists(base + "movra7_wdt/timer"));

@@ -58,6 +58,7 @@ constexpr file_row FILES[] = {
     {"dev/lsm", ""},
     {"sys/devices/platform/m7-adc-battery/adc_spec",
      "0 6200 off\n1 6500 empty\n2 6800 low\n3 7200 half\n4 7600 high\n5 8400 full\n"},
+    {"sys/devices/platform/m7-keys/grip_key", "0\n"},
     {"sys/devices/platform/m7-keys/key_unmask_on_boot", "1\n"},
     {"sys/devices/platform/m7_tsu/cpu", "40\n"},
     {"sys/devices/platform/m7_tsu/isp", "35\n"},
@@ -134,7 +135,6 @@ constexpr program_row PROGRAMS[] = {
     {"make_snapshot.sh", ""}, {"mtp-responder", RESPOND}, {"micom_updater", ""},
 };
 
-void refuse_foreign_folder(const fs::path &dir)
 // They act on the radio's state, and its service tells of the change.
 constexpr char EDUTM_HEAD[] = R"(#!/bin/bash
 # Stand-in for a script of the camera, written by vcam create.
@@ -146,6 +146,7 @@ constexpr program_row EDUTM_SCRIPTS[] = {
     {"bt-edutm-off.sh", "echo 0 >\"$radio/test_mode\"\necho 0 >\"$radio/adapter\"\n"},
 };
 
+void refuse_foreign_folder(const fs::path &dir)
 {
     std::error_code error;
     if (!fs::exists(fs::symlink_status(dir, error)))
