@@ -8,6 +8,7 @@
 #include "platform/virtual/objects.h"
 #include "platform/virtual/processes.h"
 #include "platform/virtual/root.h"
+#include "platform/virtual/uninterrupted.h"
 #include "platform/virtual/values.h"
 
 #include <algorithm>
@@ -16,8 +17,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <nlohmann/json.hpp>
-#include <poll.h>
-#include <pthread.h>
 #include <sstream>
 #include <string>
 #include <sys/ioctl.h>
@@ -110,28 +109,15 @@ int device_ioctl(const std::string &node, unsigned long request, void *argument)
     return 0;
 }
 
-double camera_speed()
+// Out of line for virt::uninterrupted.
+[[gnu::noinline]] double camera_speed()
 {
     return has_camera() ? virt::speed() : 1;
 }
 
-// For a thread that may be of asynchronous cancel type: nothing that allocates may be interrupted.
-// The empty poll() lets a cancellation that has been sent arrive before the work begins.
-template <class work_fn> auto uninterrupted(work_fn work)
-{
-    int state = 0, type = 0;
-    pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, &type);
-    poll(nullptr, 0, 0);
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
-    auto result = work();
-    pthread_setcancelstate(state, nullptr);
-    pthread_setcanceltype(type, nullptr);
-    return result;
-}
-
 useconds_t real_microseconds(useconds_t microseconds)
 {
-    const double real = microseconds / uninterrupted(camera_speed);
+    const double real = microseconds / virt::uninterrupted(camera_speed);
     if (microseconds > 0 && real < 1)
         return 1;
     return static_cast<useconds_t>(std::min(real, static_cast<double>(UINT_MAX)));
@@ -151,7 +137,7 @@ void add_camera_time(timespec *time, double nanoseconds)
 
 std::optional<long> sleep_fault()
 {
-    return uninterrupted([] { return fault("sys_usleep"); });
+    return virt::uninterrupted([] { return fault("sys_usleep"); });
 }
 
 } // namespace

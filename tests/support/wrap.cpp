@@ -1,12 +1,13 @@
 #include "tests/support/wrap.h"
 
+#include "platform/virtual/uninterrupted.h"
+
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <functional>
 #include <map>
 #include <mutex>
-#include <poll.h>
 #include <pthread.h>
 #include <semaphore.h>
 #include <string_view>
@@ -40,7 +41,7 @@ bool recording = false;
 bool skipping = false;
 
 // True when this call of `function` is to fail; errno is set and `result` told.
-bool look_up(const char *function, long &result)
+[[gnu::noinline]] bool look_up(const char *function, long &result)
 {
     std::lock_guard guard(lock);
     auto found = armed().find(std::string_view(function));
@@ -58,45 +59,25 @@ bool look_up(const char *function, long &result)
     return true;
 }
 
-// For callers that may be cancelled at any instant: not while the lock is held.  A cancellation
-// that is on its way comes in the empty poll().
-class Uninterrupted
-{
-public:
-    Uninterrupted()
-    {
-        pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, &type_);
-        if (type_ == PTHREAD_CANCEL_ASYNCHRONOUS)
-            poll(nullptr, 0, 0);
-        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state_);
-    }
-    Uninterrupted(const Uninterrupted &) = delete;
-    Uninterrupted &operator=(const Uninterrupted &) = delete;
-    ~Uninterrupted()
-    {
-        pthread_setcancelstate(state_, nullptr);
-        pthread_setcanceltype(type_, nullptr);
-    }
-
-private:
-    int state_ = 0;
-    int type_ = 0;
-};
-
-[[gnu::noinline]] bool fails(const char *function, long &result)
-{
-    Uninterrupted uninterrupted;
-    return look_up(function, result);
-}
-
 // True when the sleep is to be skipped.
-[[gnu::noinline]] bool note_sleep(unsigned int microseconds)
+[[gnu::noinline]] bool look_at_sleep(unsigned int microseconds)
 {
-    Uninterrupted uninterrupted;
     std::lock_guard guard(lock);
     if (recording)
         sleeps.push_back(microseconds);
     return skipping;
+}
+
+// The callers may be cancelled at any instant, but not while the lock is held.
+
+bool fails(const char *function, long &result)
+{
+    return virt::uninterrupted([&] { return look_up(function, result); });
+}
+
+bool note_sleep(unsigned int microseconds)
+{
+    return virt::uninterrupted([=] { return look_at_sleep(microseconds); });
 }
 
 } // namespace
