@@ -24,11 +24,6 @@
 
 // ------------------------------------------------------------------------- answers
 
-static const char *result_word(uint32_t result)
-{
-    return result == 0 ? "OK" : "NG";
-}
-
 int rova_cmd_resp(uint32_t cmd_type, uint32_t result, const rova_resp_stream *stream)
 {
     return rova_cmd_resp_ex(cmd_type, result, ROVA_PTP_RESP_PLAIN, result != 0 ? 1 : 0, 0, stream);
@@ -42,7 +37,7 @@ int rova_cmd_resp_ex(uint32_t cmd_type, uint32_t result, uint32_t param1, uint32
         rova_ptp_resp_stream(stream);
         rova_ptp_resp_msg(param1, param2, rova_ptp_stream_code(stream));
     } else {
-        rova_log("resp : %s \n", result_word(result));
+        rova_log("resp : %s \n", rova_cmd_result_word(result == 0));
     }
     return 1;
 }
