@@ -12,6 +12,7 @@ namespace
 constexpr char SERVICE[] = "com.halvex.BluetoothTestmodeLe";
 constexpr char OBJECT[] = "/com/halvex/BluetoothTestmodeLe";
 
+DBusGConnection *bt_bus;
 DBusGProxy *bt_proxy;
 int bt_rx_test_ran;
 unsigned int bt_rx_result;
@@ -24,24 +25,39 @@ int report(const char *call, GError *error)
     return 1;
 }
 
+DBusConnection *connection()
+{
+    return dbus_g_connection_get_connection(bt_bus);
+}
+
+// Forgets a bus that has ended: its proxy would fail for ever.
+void drop_dead_bus()
+{
+    if (bt_bus == nullptr || dbus_connection_read_write(connection(), 0))
+        return;
+    g_clear_object(&bt_proxy);
+    dbus_g_connection_unref(bt_bus);
+    bt_bus = nullptr;
+}
+
 bool connect()
 {
-    if (bt_proxy != nullptr)
+    drop_dead_bus();
+    if (bt_bus != nullptr)
         return true;
     G_GNUC_BEGIN_IGNORE_DEPRECATIONS
     g_type_init();
     G_GNUC_END_IGNORE_DEPRECATIONS
     GError *error = nullptr;
-    DBusGConnection *bus = dbus_g_bus_get(DBUS_BUS_SYSTEM, &error);
-    if (bus == nullptr) {
+    bt_bus = dbus_g_bus_get(DBUS_BUS_SYSTEM, &error);
+    if (bt_bus == nullptr) {
         report("dbus_g_bus_get", error);
         return false;
     }
     // A bus that dies must not take the daemon along.
-    dbus_connection_set_exit_on_disconnect(dbus_g_connection_get_connection(bus), FALSE);
-    bt_proxy = dbus_g_proxy_new_for_name(bus, SERVICE, OBJECT, SERVICE);
-    dbus_g_connection_unref(bus);
-    return bt_proxy != nullptr;
+    dbus_connection_set_exit_on_disconnect(connection(), FALSE);
+    bt_proxy = dbus_g_proxy_new_for_name(bt_bus, SERVICE, OBJECT, SERVICE);
+    return true;
 }
 
 } // namespace

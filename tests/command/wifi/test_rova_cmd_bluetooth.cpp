@@ -1,3 +1,4 @@
+#include "command/wifi/rova_connectivity_bluetooth.h"
 #include "tests/command/wifi/bluetooth_test.h"
 #include "tests/support/text.h"
 #include "tests/support/wrap.h"
@@ -5,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 using namespace test;
 using ::testing::Contains;
@@ -379,6 +381,37 @@ TEST_F(Bluetooth, DevicesThatAreToldAllTheSameAreCounted)
     ASSERT_TRUE(hears("bluetooth_cancel_discovery returned failiure"));
     radio("event", "8");
     EXPECT_EQ(answer.get(), number_answer(true, "0x00040002"));
+}
+
+TEST_F(Bluetooth, LinesThatAreNoDeviceAreNotFound)
+{
+    const std::string no_devices = "\n:\nOne camera\n01:23:45:67:89 short\n0g:23:45:67:89:ab hex\n";
+    in_range(no_devices);
+    EXPECT_EQ(run("bluetooth search search_with_ack", ROVA_CMD_PTP),
+              number_answer(true, "0x00040000"));
+    radio("devices", no_devices + TWO);
+    EXPECT_EQ(run("bluetooth search search_with_ack", ROVA_CMD_PTP),
+              number_answer(true, "0x00040001"));
+    EXPECT_TRUE(camera.logged("BR/EDR dev [] [10:32:54:76:98:BA]"));
+}
+
+// Neither found nor not found: the result stays as it was at the start.
+TEST_F(Bluetooth, ASearchOfModeThreeOnlyListensAndFails)
+{
+    in_range(ONE);
+    radio("delay", "never");
+    char buffer[526] = {};
+    auto result = std::async(std::launch::async, [&] { return process_FCBTTEST(1, 3, buffer); });
+    ASSERT_TRUE(wait_for([&] { return !camera.calls("bluetooth_register_callback").empty(); }));
+    radio("event", "9");
+    ASSERT_TRUE(hears("Bluetooth Event : 9"));
+    radio("event", "8");
+    EXPECT_EQ(result.get(), 1);
+    EXPECT_EQ(std::exchange(g_dev_cnt, 0), 1);
+    EXPECT_TRUE(camera.logged("Search with ACK"));
+    EXPECT_TRUE(camera.logged("Bluetooth Search result [0]"));
+    EXPECT_THAT(steps(camera),
+                ElementsAre("register_callback", "cancel_discovery", "unregister_callback"));
 }
 
 TEST_F(Bluetooth, SearchWithTheAdapterOffIsRefused)
