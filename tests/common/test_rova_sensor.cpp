@@ -55,7 +55,7 @@ struct Sensor : testing::Test {
 // A queue of the camera; the camera's end removes it.
 struct SensorQueue : Sensor {
     int id = -1;
-    SensorQueue() { EXPECT_EQ(rova_sensor_msgget(0x5a5a, IPC_CREAT | 0600, &id), 1); }
+    SensorQueue() { EXPECT_EQ(rova_sensor_msgget(sys_ftok("/tmp", 1), IPC_CREAT | 0600, &id), 1); }
 };
 
 } // namespace
@@ -101,7 +101,7 @@ TEST_F(SensorQueue, ACommandIsCutAt19Characters)
 TEST_F(SensorQueue, TheQueueOfAKeyIsOne)
 {
     int same = -1;
-    ASSERT_EQ(rova_sensor_msgget(0x5a5a, 0600, &same), 1);
+    ASSERT_EQ(rova_sensor_msgget(sys_ftok("/tmp", 1), 0600, &same), 1);
     EXPECT_EQ(same, id);
 }
 

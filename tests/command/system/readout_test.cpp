@@ -78,7 +78,7 @@ void ReadoutTest::switch_at_any_instant(const std::string &on, const std::string
 
     // No lock is held: screen and log serve as before.
     const std::size_t before = shown().size();
-    EXPECT_GE(before, std::size_t{CANCELLATIONS}) << "none ends ahead of its first sleep";
+    EXPECT_GT(before, 0U) << "some are cancelled behind their first look";
     EXPECT_TRUE(passes(on));
     EXPECT_TRUE(wait_for([&] { return shown().size() > before; }));
     EXPECT_TRUE(passes(off));

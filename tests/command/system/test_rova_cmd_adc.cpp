@@ -163,6 +163,7 @@ TEST_F(AdcDisplay, OnTwiceLeavesOneThread)
 TEST_F(AdcDisplay, AThreadThatCannotBeCancelledIsForgotten)
 {
     EXPECT_TRUE(passes(ON));
+    EXPECT_TRUE(wait_for([&] { return !shown().empty(); })); // behind its own 1
     const pthread_t thread = wrap_last_thread();
     wrap_fail("pthread_cancel", ESRCH);
     EXPECT_EQ(run(OFF), NG);
