@@ -224,7 +224,7 @@ std::string samples_text()
     std::string text;
     for (int32_t accel_sample::*axis : {&accel_sample::x, &accel_sample::y, &accel_sample::z})
         for (const accel_sample &sample : accel_raw_samples)
-            text += "," + std::to_string(sample.*axis);
+            text.append(",").append(std::to_string(sample.*axis));
     return text;
 }
 

@@ -140,7 +140,7 @@ std::string windows_text(int row)
     for (const rova_adc_info_row *info : rova_adc_info) {
         text += info[row].name;
         for (int32_t limit : {info[row].min, info[row].max})
-            text += "," + std::to_string(limit);
+            text.append(",").append(std::to_string(limit));
         text += ",";
     }
     return text;
