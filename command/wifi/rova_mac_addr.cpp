@@ -19,7 +19,7 @@ std::string with_colons(const std::string &text)
 {
     std::string colons = text.substr(0, 2);
     for (std::size_t at = 2; at < text.size(); at += 2)
-        colons += ":" + text.substr(at, 2);
+        colons.append(":").append(text, at, 2);
     return colons;
 }
 
