@@ -51,7 +51,8 @@ TEST(Completion, OffersTheOptionsAndActionsOfAVerb)
     EXPECT_TRUE(offers(completions({VCAM_PROGRAM, "stop", "--"}), "--kill"));
     EXPECT_FALSE(offers(completions({VCAM_PROGRAM, "stop", "--"}), "--follow"));
     EXPECT_EQ(completions({VCAM_PROGRAM, "key", "w"}), (words{"watch"}));
-    EXPECT_EQ(completions({VCAM_PROGRAM, "card", ""}), (words{"insert", "remove", "lock", "unlock"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "card", ""}),
+              (words{"insert", "remove", "lock", "unlock"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "turn-camera", "t"}), (words{"top"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "touch", ""}), (words{"ghost"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "touch", "400", ""}), words{});
