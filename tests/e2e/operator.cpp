@@ -3,6 +3,7 @@
 #include "platform/virtual/values.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <nlohmann/json.hpp>
@@ -44,14 +45,22 @@ void Operator::obey(const std::string &what) const
         }
 }
 
-// Let go only when the camera has seen it, or to press again.  A hand that is called back before it
-// has begun ends by the signal.
+bool Operator::holds_a_key() const
+{
+    const std::string mask =
+        virt::read_file(line_.path("/sys/devices/platform/m7-keys/pushed_keys"));
+    return std::strtoul(mask.c_str(), nullptr, 0) != 0;
+}
+
+// Let go only when the camera has seen it, or to press again: it may have come too early.  A hand
+// that is called back before it has begun ends by the signal.
 void Operator::press(const std::string &what, const std::string &key) const
 {
     constexpr double AGAIN_SECONDS = 0.5;
     while (request() == what) {
         test::Process hand(
             {VCAM_PROGRAM, "-C", line_.root().string(), "press", key, "--hold", "100000000"});
+        test::wait_for([&] { return holds_a_key() || request() != what; });
         test::wait_for([&] { return request() != what; }, AGAIN_SECONDS);
         hand.signal(SIGINT);
         const int status = hand.wait();

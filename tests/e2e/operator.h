@@ -30,6 +30,7 @@ public:
 
 private:
     void press(const std::string &what, const std::string &key) const;
+    bool holds_a_key() const;
 
     const Line &line_;
     std::string kind_;
