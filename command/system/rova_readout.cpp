@@ -66,9 +66,12 @@ void rova_readout_begin(const char *name)
     prctl(PR_SET_NAME, name, 0, 0, 0);
 }
 
+// Of deferred type, which only the sleep itself heeds: nothing on the way to it is cut between two
+// calls.
 void rova_readout_sleep(useconds_t microseconds)
 {
-    rova_thread_open_cancel_window();
+    pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
+    pthread_testcancel();
     sys_usleep(microseconds);
-    rova_thread_close_cancel_window();
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
 }
