@@ -201,10 +201,16 @@ int32_t truncated(float value)
     return value <= -BEYOND ? INT32_MIN : static_cast<int32_t>(value);
 }
 
+// 0 where there is no bin: such a sample stays as it is.
+float fitted_at(const rova_gyro_sweep *sweep, int axis, int32_t degree)
+{
+    return degree >= 0 && degree < DEGREES ? sweep->gyro_temperature_avg[axis][degree] : 0.0F;
+}
+
 void correct_samples(rova_gyro_sweep *sweep, int axis)
 {
     for (int i = sweep->last; i >= 1; i--) {
-        const float fitted = sweep->gyro_temperature_avg[axis][sweep->temperature[i]];
+        const float fitted = fitted_at(sweep, axis, sweep->temperature[i]);
         const int32_t corrected = truncated(static_cast<float>(sweep->gyro[axis][i]) - fitted);
         sweep->gyro[axis][i] = corrected;
         if (std::abs(int64_t{corrected}) > LARGE_CORRECTION)
@@ -261,6 +267,8 @@ rova_gyro_sampling rova_gyro_sweep_sample(rova_gyro_sweep *sweep, uint64_t start
 
 bool rova_gyro_sweep_average(rova_gyro_sweep *sweep)
 {
+    if (sweep->last < 2)
+        return true;
     if (!sum_up(sweep))
         return false;
     for (int axis = 0; axis < ROVA_GYRO_AXES; axis++)

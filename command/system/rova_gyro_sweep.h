@@ -53,7 +53,7 @@ rova_gyro_sampling rova_gyro_sweep_sample(rova_gyro_sweep *sweep, uint64_t start
                                           int rise);
 
 // The stages behind it.  The averages are false at a temperature out of range: there is no line
-// then.
+// then.  Up to two samples are not averaged, nor their temperatures looked at.
 bool rova_gyro_sweep_average(rova_gyro_sweep *sweep);
 void rova_gyro_sweep_fit(rova_gyro_sweep *sweep, rova_gyro_memory *memory);
 void rova_gyro_sweep_filter(rova_gyro_sweep *sweep, rova_gyro_memory *memory);

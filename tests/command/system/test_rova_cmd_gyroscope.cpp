@@ -483,7 +483,7 @@ TEST_F(GyroSweepCommand, TheCountOfTheLatestLineStays)
     play_line();
     EXPECT_TRUE(passes("gyroscope adjust_gyro 0 1"));
     camera.write(THERMISTOR, thermistor_words(20));
-    play_degrees({20, 20, 61});
+    play_degrees({20, 20, 21, 61});
     expect_row("gyroscope adjust_gyro 0 1", std::string(ZEROS) + "3,0", true);
     EXPECT_TRUE(camera.logged("Gyro temperature range ERROR!!"));
     expect_row("gyroscope adjust_gyro 0", std::string(ZEROS) + "0,0", false);

@@ -339,12 +339,30 @@ TEST_F(GyroSweep, OfTheFirstSampleAloneLooksAtNoTemperature)
     EXPECT_FALSE(camera.logged(RANGE_ERROR));
 }
 
-TEST_F(GyroSweep, OfTwoSamplesHasNoLine)
+// Even one that is too hot is no error, and both stay as they are.
+TEST_F(GyroSweep, OfTwoSamplesIsNotAveraged)
 {
+    for (int degree : {20, 61, -1, INT32_MAX}) {
+        restart();
+        memory = {17, 0, 0};
+        add(1, degree, {5, 6, 7});
+        evaluate();
+        expect_no_line(NONE);
+        EXPECT_EQ(memory.val_temp_cnt, 0) << degree;
+        EXPECT_EQ(sample(0), FIRST) << degree;
+        EXPECT_EQ(sample(1), (Axes{5, 6, 7})) << degree;
+    }
+    EXPECT_FALSE(camera.logged(RANGE_ERROR));
+    EXPECT_FALSE(camera.logged("gyro_temperature_avg["));
+}
+
+TEST_F(GyroSweep, OfThreeSamplesIsAveraged)
+{
+    add(1, 61, {5, 6, 7});
     add(1, 20, {5, 6, 7});
     evaluate();
-    expect_no_line(NONE);
-    EXPECT_FALSE(camera.logged(RANGE_ERROR));
+    expect_no_line(0);
+    EXPECT_TRUE(camera.logged(RANGE_ERROR));
 }
 
 // No number is 0 as an integer, which is no error of a correction.
