@@ -239,8 +239,9 @@ int rova_cmd_accelometer_check(uint32_t cmd_type, cmd_data *record)
     rova_sensor_service service;
     inclination found;
     const bool ok = check(record, &service, &found);
-    rova_csv_write(csv, "%d,%d,%d,%d,%s%s", found.roll, found.pitch,
-                   adjusted(ok, ROVA_SENSOR_BASIS_R_KEY), adjusted(ok, ROVA_SENSOR_BASIS_P_KEY),
+    const int basis_r = adjusted(ok, ROVA_SENSOR_BASIS_R_KEY);
+    const int basis_p = adjusted(ok, ROVA_SENSOR_BASIS_P_KEY);
+    rova_csv_write(csv, "%d,%d,%d,%d,%s%s", found.roll, found.pitch, basis_r, basis_p,
                    rova_cmd_result_word(ok), samples_text().c_str());
     rova_resp_stream stream = {};
     rova_csv_close(csv, &stream);

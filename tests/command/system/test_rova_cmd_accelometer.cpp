@@ -484,6 +484,14 @@ TEST_F(AccelCheck, ShowsAndPutsDownWhatTheServiceTells)
     expect_no_reply_queue();
 }
 
+TEST_F(AccelCheck, TheBasisOfTheRollIsAskedForFirst)
+{
+    pref_set_long(0, 40409, -9);
+    camera.fault("pref_get_long", "7 at 1");
+    EXPECT_TRUE(passes(CHECK));
+    EXPECT_EQ(row(CHECK_CSV), std::string("0,0,7,-9,OK") + ZEROS);
+}
+
 TEST_F(AccelCheck, ValuesEqualToABoundAreWithin)
 {
     for (const auto &[roll, pitch] : {std::pair{-5, 5}, std::pair{5, -5}}) {
