@@ -6,11 +6,11 @@
 #include "command/system/rova_key_driver.h"
 #include "command/system/rova_key_tbl.h"
 #include "command/system/rova_keymask.h"
+#include "command/system/rova_property.h"
 #include "common/rova_csv.h"
 #include "common/rova_log.h"
 #include "common/rova_osd.h"
 #include "common/rova_util.h"
-#include "platform/device.h"
 #include "platform/sys.h"
 #include "platform/timer.h"
 
@@ -148,10 +148,8 @@ constexpr shutter_rule held_rules[] = {
 bool is_broken(const shutter_rule &rule)
 {
     int state = 0;
-    if (device_get_property(SHUTTER_CLASS, SHUTTER_BUTTON, &state) < 0) {
-        ROVA_LOG_ERR("failed to get the state of the shutter button\n");
+    if (!rova_property_get(SHUTTER_CLASS, SHUTTER_BUTTON, &state))
         return true;
-    }
     if (state == rule.state)
         ROVA_LOG_NOTICE("\033[33m%s\n", rule.message);
     return state == rule.state;

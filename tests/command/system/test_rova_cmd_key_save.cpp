@@ -77,6 +77,15 @@ TEST_F(KeySave, LevelsAreReadOnceTheyAreFresh)
     EXPECT_THAT(wrap_sleeps(), ElementsAre(12000));
 }
 
+TEST_F(KeySave, LevelsAreRefreshedWhileTheyAreRead)
+{
+    run("key save on");
+    camera.fault("sys_open", "-1 at 2 on update_sysfs"); // as it was switched on it stays
+    EXPECT_EQ(row_of("3 menu\n"), "1,0,3,103,menu,OK\r\n");
+    EXPECT_EQ(camera.read(UPDATE), "1");
+    EXPECT_EQ(messages().back(), UPDATE_FAILED);
+}
+
 TEST_F(KeySave, RefreshThatCannotBeSwitchedCostsNothing)
 {
     run("key save on");
