@@ -91,6 +91,11 @@ int sys_execvp(const char *file, char *const argv[])
     return execvp(file, argv);
 }
 
+int sys_execve(const char *path, char *const argv[], char *const envp[])
+{
+    return execve(path, argv, envp);
+}
+
 key_t sys_ftok(const char *path, int project)
 {
     return ftok(path, project);

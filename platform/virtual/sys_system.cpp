@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -109,15 +110,32 @@ char quote_behind(char letter, char quote, bool escaped)
     return quote == letter ? '\0' : quote;
 }
 
-std::vector<std::string> environment()
+// What `given` holds, but for the camera's own root and folder of programs.
+std::vector<std::string> environment(char *const given[])
 {
     std::vector<std::string> list;
-    for (char **entry = environ; entry && *entry; entry++)
+    for (char *const *entry = given; entry && *entry; entry++)
         if (std::strncmp(*entry, "PATH=", 5) != 0 && std::strncmp(*entry, "ROVA_SYSROOT=", 13) != 0)
             list.emplace_back(*entry);
     list.push_back("PATH=" + virt::path("/usr/bin") + ":/usr/bin:/bin");
     list.push_back("ROVA_SYSROOT=" + virt::root());
     return list;
+}
+
+// Recorded ahead, since it does not come back.
+std::optional<long> told_ahead(const char *call, const char *file, char *const argv[])
+{
+    nlohmann::json words = nlohmann::json::array();
+    for (char *const *word = argv; word && *word; word++)
+        words.push_back(*word);
+    const std::optional<long> failure = virt::fault(call, {file});
+    const int error = errno;
+    if (failure)
+        virt::record(call, {file, words}, *failure);
+    else
+        virt::record(call, {file, words});
+    errno = error;
+    return failure;
 }
 
 int wait_for_end(pid_t child)
@@ -129,14 +147,19 @@ int wait_for_end(pid_t child)
     return status;
 }
 
+std::vector<char *> pointers_to(std::vector<std::string> &texts)
+{
+    std::vector<char *> pointers;
+    for (std::string &text : texts)
+        pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
 int run(const std::string &script)
 {
-    std::vector<std::string> variables = environment();
-    std::vector<char *> pointers;
-    for (std::string &variable : variables)
-        pointers.push_back(variable.data());
-    pointers.push_back(nullptr);
-
+    std::vector<std::string> variables = environment(environ);
+    std::vector<char *> pointers = pointers_to(variables);
     pid_t child = fork();
     if (child == 0) {
         execle("/bin/sh", "sh", "-c", script.c_str(), nullptr, pointers.data());
@@ -197,22 +220,23 @@ int sys_system(const char *command)
     return status;
 }
 
-// Recorded ahead, since it does not come back.
 int sys_execvp(const char *file, char *const argv[])
 {
-    nlohmann::json words = nlohmann::json::array();
-    for (char *const *word = argv; word && *word; word++)
-        words.push_back(*word);
-    if (auto failure = virt::fault("sys_execvp", {file})) {
-        int error = errno;
-        virt::record("sys_execvp", {file, words}, *failure);
-        errno = error;
+    if (auto failure = told_ahead("sys_execvp", file, argv))
         return static_cast<int>(*failure);
-    }
     if (virt::root().empty())
         return execvp(file, argv);
-    virt::record("sys_execvp", {file, words});
     std::string name = file;
     std::string place = name.find('/') == std::string::npos ? "/usr/bin/" + name : name;
     return execv(virt::path(place).c_str(), argv);
+}
+
+int sys_execve(const char *path, char *const argv[], char *const envp[])
+{
+    if (auto failure = told_ahead("sys_execve", path, argv))
+        return static_cast<int>(*failure);
+    if (virt::root().empty())
+        return execve(path, argv, envp);
+    std::vector<std::string> variables = environment(envp);
+    return execve(virt::path(path).c_str(), argv, pointers_to(variables).data());
 }

@@ -131,6 +131,14 @@ int execute(char **args)
     return sys_execvp(args[0], args + 1);
 }
 
+// execute_alone PATH WORD...: with nothing in its environment but GREETING
+int execute_alone(char **args)
+{
+    char greeting[] = "GREETING=hello";
+    char *const variables[] = {greeting, nullptr};
+    return sys_execve(args[0], args + 1, variables);
+}
+
 int command(char **args)
 {
     int status = sys_system(args[0]);
@@ -150,10 +158,13 @@ constexpr struct {
     const char *name;
     int (*run)(char **args);
 } words[] = {
-    {"set", set},         {"flip", flip},       {"echo", serve_echo}, {"read", read_values},
-    {"number", number},   {"save", save},       {"keep", keep},       {"ftok", key_of},
-    {"execute", execute}, {"command", command}, {"get", get},         {"properties", properties},
-    {"axes", axes},
+    {"set", set},         {"flip", flip},
+    {"echo", serve_echo}, {"read", read_values},
+    {"number", number},   {"save", save},
+    {"keep", keep},       {"ftok", key_of},
+    {"execute", execute}, {"command", command},
+    {"get", get},         {"properties", properties},
+    {"axes", axes},       {"execute_alone", execute_alone},
 };
 
 } // namespace

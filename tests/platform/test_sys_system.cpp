@@ -202,6 +202,39 @@ TEST(SysExecvp, RunsTheCamerasProgramWithTheArgumentsAsTheyStand)
                     "[\"/usr/bin/tool\",\"-c\",\"echo $0 $1\",\"/a\",\"/b\"])"});
 }
 
+TEST(SysExecve, RunsTheCamerasProgramInTheEnvironmentGivenAndTheCamera)
+{
+    test::Camera camera;
+    camera.write("/sdcard/tell.sh", "#!/bin/sh\necho $1 $GREETING $HOME $ROVA_SYSROOT $PATH\n");
+    fs::permissions(camera.path("/sdcard/tell.sh"), fs::perms::owner_all);
+    std::string output = camera.path("/tmp/out").string();
+    test::Process started(
+        {PLATFORM_PROGRAM, "execute_alone", "/sdcard/tell.sh", "/sdcard/tell.sh", "/a"}, "",
+        output);
+    EXPECT_EQ(started.wait(), 0);
+    const std::string root = camera.root().string();
+    EXPECT_EQ(camera.read("/tmp/out"),
+              "/a hello " + root + " " + root + "/usr/bin:/usr/bin:/bin\n");
+    EXPECT_EQ(camera.call_texts(),
+              Texts{"sys_execve(\"/sdcard/tell.sh\", [\"/sdcard/tell.sh\",\"/a\"])"});
+}
+
+TEST(SysExecve, ProgramsOfThePcAreNotFoundAndItCanFail)
+{
+    test::Camera camera;
+    char name[] = "/bin/true";
+    char *const words[] = {name, nullptr};
+    char *const none[] = {nullptr};
+    EXPECT_EQ(sys_execve("/bin/true", words, none), -1);
+    EXPECT_EQ(errno, ENOENT);
+    camera.write("/bin/true", "");
+    EXPECT_EQ(sys_execve("/bin/true", words, none), -1);
+    EXPECT_EQ(errno, EACCES);
+    camera.fault("sys_execve", "-1 errno ENOMEM on true");
+    EXPECT_EQ(sys_execve("/bin/true", words, none), -1);
+    EXPECT_EQ(errno, ENOMEM);
+}
+
 // system() would put back the action that it found, and the handler would be lost.
 TEST(SysSystem, LeavesAHandlerThatIsInstalledMeanwhile)
 {

@@ -219,6 +219,47 @@ TEST(StandIn, PowerOffTakesARelativeNameOfTheCameraFromTheProcessesOwnFolder)
     const auto start = [](const std::string &folder) {
         return std::make_unique<test::Process>(std::vector<std::string>{
             "bash", "-c", "cd " + folder + "; ROVA_SYSROOT=cam exec -a /usr/bin/rovad sleep 1000"});
+// As the daemon starts them: in an empty environment.
+TEST(StandIn, TheWlanScriptLoadsADriverAndClosesTheRadio)
+{
+    const test::Camera camera;
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    const std::string radio = "/virtual/radio/wifi/", script = camera.path("/usr/bin/wlan.sh");
+    for (const auto &[word, driver] :
+         {std::pair("rftest", "test\n"), {"start", "station\n"}, {"stop", "none\n"}}) {
+        camera.write(radio + "dut", "1\n");
+        camera.write(radio + "mode", "tx\n");
+        EXPECT_EQ(test::run({"env", "-i", "-C", "/", script, word}).status, 0) << word;
+        EXPECT_EQ(camera.read(radio + "driver"), driver) << word;
+        EXPECT_EQ(camera.read(radio + "dut"), "0\n") << word;
+        EXPECT_EQ(camera.read(radio + "mode"), "idle\n") << word;
+    }
+    EXPECT_EQ(camera.calls("wlan.sh").size(), 3U);
+    EXPECT_EQ(test::run({script, "RFTEST"}).status, 1);
+    EXPECT_EQ(test::run({script}).status, 1);
+    EXPECT_EQ(camera.read(radio + "driver"), "none\n");
+}
+
+TEST(StandIn, TheScanListsNetworksInRangeOfAStation)
+{
+    const test::Camera camera;
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    const std::string radio = "/virtual/radio/wifi/";
+    const auto scan = [&] {
+        EXPECT_EQ(test::run({"env", "-i", "-C", "/", camera.path("/mnt/mmc/scan.sh")}).status, 0);
+        return camera.read("/sdcard/ap.list");
+    };
+    EXPECT_EQ(scan(), "wlan0     No scan results\n");
+    camera.write(radio + "access_points", "2.4 -50 The line\n\n5 -60 fast");
+    EXPECT_EQ(scan(), "wlan0     No scan results\n") << "no driver";
+    camera.write(radio + "driver", "station\n");
+    EXPECT_EQ(scan(), "wlan0     Scan completed :\n"
+                      "          ESSID:\"The line\" 2.4 GHz -50 dBm\n"
+                      "          ESSID:\"fast\" 5 GHz -60 dBm\n");
+    camera.remove(radio + "access_points");
+    EXPECT_EQ(scan(), "wlan0     No scan results\n");
+}
+
     };
     for (const std::string folder : {"/tmp/a", "/tmp/b"})
         ASSERT_TRUE(succeeded(vcam({"-C", camera.path(folder + "/cam"), "create"})));

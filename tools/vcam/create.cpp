@@ -35,6 +35,7 @@ constexpr const char *FOLDERS[] = {
     "usr/etc/bluetooth",
     "virtual/sensor",
     "virtual/radio/bluetooth",
+    "virtual/radio/wifi",
 };
 
 // The card's other names.
@@ -125,6 +126,21 @@ constexpr char RESPOND[] = R"(
 exec -a /usr/bin/mtp-responder sleep infinity
 )";
 
+// Another driver finds the radio closed.
+constexpr char LOAD_DRIVER[] = R"(
+load() {
+    local radio=$root/virtual/radio/wifi
+    echo "$1" >"$radio/driver" && echo 0 >"$radio/dut" && echo idle >"$radio/mode"
+}
+
+case $1 in
+rftest) load test ;;
+start) load station ;;
+stop) load none ;;
+*) echo "usage: $name rftest | start | stop" >&2 && exit 1 ;;
+esac
+)";
+
 struct program_row {
     const char *name;
     const char *body; // behind STAND_IN_HEAD
@@ -133,6 +149,7 @@ struct program_row {
 constexpr program_row PROGRAMS[] = {
     {"poweroff", POWER_CUT},  {"reboot", POWER_CUT},      {"sync", ""},
     {"make_snapshot.sh", ""}, {"mtp-responder", RESPOND}, {"micom_updater", ""},
+    {"wlan.sh", LOAD_DRIVER},
 };
 
 // They act on the radio's state, and its service tells of the change.
@@ -145,6 +162,29 @@ constexpr program_row EDUTM_SCRIPTS[] = {
     {"bt-edutm-on.sh", "echo 1 >\"$radio/test_mode\"\necho 1 >\"$radio/adapter\"\n"},
     {"bt-edutm-off.sh", "echo 0 >\"$radio/test_mode\"\necho 0 >\"$radio/adapter\"\n"},
 };
+
+// The line brings it on the card; its output has the form of iwlist's.
+constexpr char SCAN_HEAD[] = R"(#!/bin/bash
+# Stand-in for the line's script, written by vcam create.
+card=$(cd -P "${BASH_SOURCE[0]%/*}" && pwd -P)
+radio=$card/../virtual/radio/wifi
+)";
+
+constexpr program_row SCAN_SCRIPT = {"scan.sh", R"(
+list() {
+    local driver="" band dbm name
+    [ -f "$radio/driver" ] && read -r driver <"$radio/driver"
+    if [ "$driver" != station ] || [ ! -f "$radio/access_points" ]; then
+        echo "wlan0     No scan results"
+        return
+    fi
+    echo "wlan0     Scan completed :"
+    while read -r band dbm name || [ -n "$band" ]; do
+        [ -n "$name" ] && printf '          ESSID:"%s" %s GHz %s dBm\n' "$name" "$band" "$dbm"
+    done <"$radio/access_points"
+}
+list >"$card/ap.list"
+)"};
 
 void refuse_foreign_folder(const fs::path &dir)
 {
@@ -239,6 +279,8 @@ int verb_create(const invocation &in, CLI::App &app)
         add_program("/usr/bin", STAND_IN_HEAD, row);
     for (const program_row &row : EDUTM_SCRIPTS)
         add_program("/usr/etc/bluetooth", EDUTM_HEAD, row);
+    if (!card_is_out())
+        add_program("/sdcard", SCAN_HEAD, SCAN_SCRIPT);
     for (const sound_row &row : SOUNDS)
         add_file(on_pc(SOUND_DIR) / row.file, tone(row));
     add_battery_level();

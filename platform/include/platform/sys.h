@@ -45,9 +45,11 @@ void sys_sync(void);
  * meanwhile and puts back what it found, so that a handler which another thread installs in between
  * is lost.  And its standard input is empty: a program that asks a question would wait for a person
  * who is not there, or at a terminal for one who looks elsewhere.  `file` of sys_execvp is looked
- * up below the camera's root, argv is passed on as it stands. */
+ * up below the camera's root, argv is passed on as it stands.  So it is with sys_execve; a virtual
+ * camera adds PATH and its own ROVA_SYSROOT to the environment, which there stand for the root. */
 int sys_system(const char *command);
 int sys_execvp(const char *file, char *const argv[]);
+int sys_execve(const char *path, char *const argv[], char *const envp[]);
 
 /* Kernel objects.  sys_msgctl is needed for the removal of a queue only through the same seam. */
 key_t sys_ftok(const char *path, int project);
