@@ -92,7 +92,7 @@ private:
     virt::Later search_events_;
     virt::Descriptor changes_;
     GSource *source_ = nullptr;
-    int adapter_ = adapter_state(); // as the client knows it
+    int adapter_ = 0; // as the client knows it
     bool discovering_ = false;
 };
 
@@ -100,6 +100,7 @@ Client::Client(bluetooth_event_callback callback, void *user_data)
     : callback_(callback), user_data_(user_data)
 {
     watch();
+    adapter_ = adapter_state(); // what changes from now on is seen
 }
 
 Client::~Client()

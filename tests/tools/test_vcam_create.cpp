@@ -124,10 +124,14 @@ TEST(VcamCreate, AddsWhatIsMissingAndLeavesTheRest)
     ASSERT_TRUE(succeeded(vcam({"create"})));
     camera.remove("/usr/bin/sync");
     camera.write("/usr/bin/reboot", "mine");
+    camera.remove("/usr/etc/bluetooth/bt-edutm-on.sh");
+    camera.write("/usr/etc/bluetooth/bt-edutm-off.sh", "mine");
     camera.write("/sdcard/photo.jpg", "jpeg");
     ASSERT_TRUE(succeeded(vcam({"create"})));
     EXPECT_EQ(access(camera.path("/usr/bin/sync").c_str(), X_OK), 0);
     EXPECT_EQ(camera.read("/usr/bin/reboot"), "mine");
+    EXPECT_EQ(access(camera.path("/usr/etc/bluetooth/bt-edutm-on.sh").c_str(), X_OK), 0);
+    EXPECT_EQ(camera.read("/usr/etc/bluetooth/bt-edutm-off.sh"), "mine");
     EXPECT_EQ(camera.read("/sdcard/photo.jpg"), "jpeg");
 }
 
@@ -183,6 +187,26 @@ TEST(StandIn, NotesItsCallAsThePlatformDoes)
     EXPECT_EQ(camera.calls("micom_updater").size(), 1U);
 }
 
+TEST(StandIn, TheBluetoothScriptsSwitchTheRadio)
+{
+    const test::Camera camera;
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    const std::string radio = "/virtual/radio/bluetooth/";
+    EXPECT_FALSE(camera.exists(radio + "adapter")) << "nobody has told";
+    for (const auto &[script, state] : {std::pair("bt-edutm-on.sh", "1\n"),
+                                        {"bt-edutm-off.sh", "0\n"},
+                                        {"bt-edutm-on.sh", "1\n"}}) {
+        // As the daemon starts them: from anywhere, no program found by its name alone.
+        EXPECT_EQ(test::run({"env", "-C", "/", "PATH=/none",
+                             camera.path(std::string("/usr/etc/bluetooth/") + script)})
+                      .status,
+                  0)
+            << script;
+        EXPECT_EQ(camera.read(radio + "adapter"), state) << script;
+        EXPECT_EQ(camera.read(radio + "test_mode"), state) << script;
+    }
+}
+
 TEST(StandIn, TheResponderIsFoundByItsPathAndEndsOnTerm)
 {
     const test::Camera camera;
@@ -195,30 +219,6 @@ TEST(StandIn, TheResponderIsFoundByItsPathAndEndsOnTerm)
     EXPECT_EQ(responder.wait(), 128 + SIGTERM);
 }
 
-TEST(StandIn, PowerOffEndsThisCamerasProgramsAndNoOthers)
-{
-    const test::Camera other;
-    const auto others_daemon = tool::stand_in(tool::DAEMON);
-    const test::Camera camera;
-    ASSERT_TRUE(succeeded(vcam({"create"})));
-    const auto daemon = tool::stand_in(tool::DAEMON);
-    const auto responder = tool::stand_in("/usr/bin/mtp-responder");
-    const auto shell = tool::stand_in("bash");
-
-    EXPECT_EQ(test::run({camera.path("/usr/bin/poweroff"), "-f"}).status, 0);
-    EXPECT_EQ(daemon->wait(), 128 + SIGKILL);
-    EXPECT_EQ(responder->wait(), 128 + SIGKILL);
-    EXPECT_TRUE(shell->running());
-    EXPECT_TRUE(others_daemon->running());
-    EXPECT_EQ(camera.calls("poweroff").size(), 1U);
-}
-
-TEST(StandIn, PowerOffTakesARelativeNameOfTheCameraFromTheProcessesOwnFolder)
-{
-    const test::Camera camera;
-    const auto start = [](const std::string &folder) {
-        return std::make_unique<test::Process>(std::vector<std::string>{
-            "bash", "-c", "cd " + folder + "; ROVA_SYSROOT=cam exec -a /usr/bin/rovad sleep 1000"});
 // As the daemon starts them: in an empty environment.
 TEST(StandIn, TheWlanScriptLoadsADriverAndClosesTheRadio)
 {
@@ -260,6 +260,30 @@ TEST(StandIn, TheScanListsNetworksInRangeOfAStation)
     EXPECT_EQ(scan(), "wlan0     No scan results\n");
 }
 
+TEST(StandIn, PowerOffEndsThisCamerasProgramsAndNoOthers)
+{
+    const test::Camera other;
+    const auto others_daemon = tool::stand_in(tool::DAEMON);
+    const test::Camera camera;
+    ASSERT_TRUE(succeeded(vcam({"create"})));
+    const auto daemon = tool::stand_in(tool::DAEMON);
+    const auto responder = tool::stand_in("/usr/bin/mtp-responder");
+    const auto shell = tool::stand_in("bash");
+
+    EXPECT_EQ(test::run({camera.path("/usr/bin/poweroff"), "-f"}).status, 0);
+    EXPECT_EQ(daemon->wait(), 128 + SIGKILL);
+    EXPECT_EQ(responder->wait(), 128 + SIGKILL);
+    EXPECT_TRUE(shell->running());
+    EXPECT_TRUE(others_daemon->running());
+    EXPECT_EQ(camera.calls("poweroff").size(), 1U);
+}
+
+TEST(StandIn, PowerOffTakesARelativeNameOfTheCameraFromTheProcessesOwnFolder)
+{
+    const test::Camera camera;
+    const auto start = [](const std::string &folder) {
+        return std::make_unique<test::Process>(std::vector<std::string>{
+            "bash", "-c", "cd " + folder + "; ROVA_SYSROOT=cam exec -a /usr/bin/rovad sleep 1000"});
     };
     for (const std::string folder : {"/tmp/a", "/tmp/b"})
         ASSERT_TRUE(succeeded(vcam({"-C", camera.path(folder + "/cam"), "create"})));
