@@ -8,7 +8,6 @@
 #include "common/rova_csv.h"
 #include "common/rova_log.h"
 #include "common/rova_osd.h"
-#include "common/rova_thread.h"
 #include "common/rova_util.h"
 #include "platform/factory_osd.h"
 #include "platform/sys.h"
@@ -40,12 +39,14 @@ constexpr useconds_t READ_INTERVAL_US = 250000;
 
 pthread_t read_thread;
 
-// Whether the system allows cancellation at all: it is waited for in rova_readout_sleep.
+// Whether the system allows cancellation at all: it is waited for in rova_readout_sleep.  Here
+// nothing may be cancelled, so the asynchronous type and the enabled state never hold at once.
 void try_cancellation()
 {
-    const int state = pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
     const int type = pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
-    rova_thread_close_cancel_window();
+    pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, nullptr);
+    const int state = pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
     if (state != 0)
         ROVA_LOG_ERR("failed to set cancel state\n");
     if (type != 0)

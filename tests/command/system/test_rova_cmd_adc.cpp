@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 using namespace test;
@@ -17,10 +18,24 @@ using testing::IsEmpty;
 using testing::SizeIs;
 using testing::StartsWith;
 
-// ------------------------------------------------------------------------- refused cancellation
+// ------------------------------------------------------------------------- cancellation
 
 // This program's own wrappers (tests/command/CMakeLists.txt tells the linker).
 static std::atomic<bool> refuses_cancellation = false;
+
+// Whether a thread was ever to be cancelled at once, between any two instructions.
+static std::atomic<bool> was_exposed = false;
+static thread_local bool is_enabled = true;
+static thread_local bool is_asynchronous = false;
+
+static int noted(int error, bool *property, bool value)
+{
+    if (error == 0)
+        *property = value;
+    if (is_enabled && is_asynchronous)
+        was_exposed = true;
+    return error;
+}
 
 extern "C" int __real_pthread_setcancelstate(int state, int *before);
 extern "C" int __wrap_pthread_setcancelstate(int state, int *before);
@@ -29,7 +44,8 @@ extern "C" int __wrap_pthread_setcancelstate(int state, int *before)
     // What disables it is let through: everybody relies on that.
     if (refuses_cancellation && state == PTHREAD_CANCEL_ENABLE)
         return EINVAL;
-    return __real_pthread_setcancelstate(state, before);
+    return noted(__real_pthread_setcancelstate(state, before), &is_enabled,
+                 state == PTHREAD_CANCEL_ENABLE);
 }
 
 extern "C" int __real_pthread_setcanceltype(int type, int *before);
@@ -38,7 +54,8 @@ extern "C" int __wrap_pthread_setcanceltype(int type, int *before)
 {
     if (refuses_cancellation && type == PTHREAD_CANCEL_ASYNCHRONOUS)
         return EINVAL;
-    return __real_pthread_setcanceltype(type, before);
+    return noted(__real_pthread_setcanceltype(type, before), &is_asynchronous,
+                 type == PTHREAD_CANCEL_ASYNCHRONOUS);
 }
 
 // ------------------------------------------------------------------------- tables
@@ -120,6 +137,16 @@ TEST_F(AdcDisplay, ReadsAgainFourTimesASecondOnceTheFilesAreFresh)
     const auto sleeps = wrap_sleeps();
     EXPECT_EQ(sleeps.front(), 12000U);
     EXPECT_THAT(std::vector(sleeps.begin() + 1, sleeps.end()), Each(250000));
+}
+
+TEST_F(AdcDisplay, RefreshesWhileItReads)
+{
+    camera.remove(channel(0));
+    std::filesystem::create_symlink("update_sysfs", camera.path(channel(0)));
+    EXPECT_TRUE(passes(ON));
+    EXPECT_TRUE(wait_for([&] { return !shown().empty(); }));
+    EXPECT_TRUE(passes(OFF));
+    EXPECT_THAT(shown(), Each(testing::HasSubstr("ADC0 : 1\\n")));
 }
 
 TEST_F(AdcDisplay, AChannelWithoutAFileShowsMinusOne)
@@ -207,6 +234,16 @@ TEST_F(AdcDisplay, CancellationThatIsRefusedIsToldAndTheThreadGoesOn)
     expect_nothing_left();
 }
 
+// A function that cleans up must not be cut between two of its calls.
+TEST_F(AdcDisplay, IsCancelledInsideACallOnly)
+{
+    was_exposed = false;
+    EXPECT_TRUE(passes(ON));
+    EXPECT_TRUE(wait_for([&] { return !shown().empty(); }));
+    EXPECT_TRUE(passes(OFF));
+    EXPECT_FALSE(was_exposed);
+}
+
 TEST_F(AdcDisplay, OtherWordsAreRefused)
 {
     EXPECT_EQ(run("adc display ON"), NG);
@@ -259,7 +296,7 @@ TEST_F(AdcLogFile, ReadsEachChannelOnce)
         EXPECT_EQ(camera.read(channel(i)), "1\n") << i;
 }
 
-TEST_F(AdcLogFile, RefreshesWhileItReads)
+TEST_F(AdcLogFile, ADriverThatDoesNotStopIsTold)
 {
     camera.fault("sys_open", "-1 at 2 on update_sysfs");
     EXPECT_TRUE(passes("adc log_file"));
@@ -362,6 +399,13 @@ TEST_F(AdcCheck, ShowsAndLogs)
 }
 
 TEST_F(AdcCheck, RefreshesWhileItReads)
+{
+    camera.remove(channel(2));
+    std::filesystem::create_symlink("update_sysfs", camera.path(channel(2)));
+    expect_row("adc check 2 1 1", true, "1,0,2,1,1,1,OK");
+}
+
+TEST_F(AdcCheck, ADriverThatDoesNotStopIsTold)
 {
     camera.fault("sys_open", "-1 at 2 on update_sysfs");
     EXPECT_TRUE(passes("adc check 2 20 20"));
