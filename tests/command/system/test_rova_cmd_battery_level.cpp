@@ -372,7 +372,7 @@ TEST_F(BatteryCheck, LeavesNoDescriptor)
 
 TEST_F(BatteryLevel, LockingClearsAPropertyAndUnlockingSetsIt)
 {
-    EXPECT_EQ(run("battery_level lock_level on"), OK);
+    EXPECT_EQ(run("battery_level lock_level On"), OK);
     EXPECT_EQ(run("battery_level lock_level OFF"), OK);
     EXPECT_THAT(told({"device_set_property"}),
                 ElementsAre("device_set_property[4,27,0]", "device_set_property[4,27,1]"));

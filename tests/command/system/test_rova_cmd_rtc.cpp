@@ -271,6 +271,7 @@ TEST_F(Rtc, CheckThatCannotWriteKeepsItsVerdict)
     set_clock(NOON);
     EXPECT_EQ(answer(check(0)), OK);
     EXPECT_EQ(times_logged("csv create fail"), 1U);
+    EXPECT_THAT(camera.file_log(), HasSubstr("csv_close: handle is NULL, NG"));
     EXPECT_EQ(times_logged("input csv write fail"), 0U);
     set_clock(NOON + 1);
     EXPECT_EQ(answer(check(0)), NG);

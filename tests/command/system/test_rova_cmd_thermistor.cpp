@@ -279,10 +279,11 @@ TEST_F(ThermistorOsd, AThreadThatCannotBeCancelledIsForgottenAndWritesNoMore)
     EXPECT_TRUE(passes(ON));
     const pthread_t thread = wrap_last_thread();
     EXPECT_TRUE(wait_for([&] { return rows().size() >= 2; }));
-    wrap_fail("pthread_cancel", ESRCH);
+    wrap_fail("pthread_cancel", ESRCH, EPERM);
     EXPECT_FALSE(passes(OFF));
     EXPECT_TRUE(camera.logged("Thread cancel failed for thread [" +
-                              std::to_string(static_cast<unsigned int>(thread)) + "] (errno="));
+                              std::to_string(static_cast<unsigned int>(thread)) +
+                              "] (errno=" + std::to_string(EPERM) + ") "));
     EXPECT_THAT(told({"factory_osd_text_clear"}), IsEmpty());
     const std::size_t written = rows().size(), before = shown().size();
     EXPECT_TRUE(wait_for([&] { return shown().size() > before + 3; }));
