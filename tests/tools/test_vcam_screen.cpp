@@ -152,3 +152,27 @@ TEST(VcamScreen, BadWaysAreRefused)
     EXPECT_TRUE(failed(test::run({"env", "DISPLAY=:4711", VCAM_PROGRAM, "screen", "--window"}),
                        "no display"));
 }
+
+TEST(VcamScreen, DrawsWithAProgramOfItsOwn)
+{
+    const test::Camera camera;
+    const std::filesystem::path alone = camera.path("/tmp/alone/vcam");
+    std::filesystem::create_directories(alone.parent_path());
+    std::filesystem::copy(VCAM_PROGRAM, alone);
+    const auto run_alone = [&](std::vector<std::string> words) {
+        words.insert(words.begin(), {"/usr/bin/env", "PATH=/none", alone});
+        return test::run(words);
+    };
+    EXPECT_TRUE(succeeded(run_alone({"screen"})));
+    for (const std::string how : {"--window", "--png=s.png"})
+        EXPECT_TRUE(failed(run_alone({"screen", how}),
+                           "vcam-screen is neither beside vcam nor in $PATH\n"));
+    const std::filesystem::path program =
+        std::filesystem::path(VCAM_PROGRAM).replace_filename("vcam-screen");
+    using Words = std::vector<std::string>;
+    for (const Words &words : {Words{}, Words{"--png"}, Words{"--window", "x"}}) {
+        std::vector<std::string> command = {program};
+        command.insert(command.end(), words.begin(), words.end());
+        EXPECT_TRUE(failed(test::run(command), "is started by 'vcam screen'"));
+    }
+}

@@ -36,8 +36,9 @@ fs::path search_path(const program_place &place)
             return fs::absolute(program);
         rest.erase(0, end == std::string::npos ? end : end + 1);
     }
-    throw failure(std::string(place.file) + " is neither beside vcam nor in $PATH; " +
-                  place.option + " names it");
+    const std::string option = place.option != nullptr ? std::string("; ") + place.option : "";
+    throw failure(std::string(place.file) + " is neither beside vcam nor in $PATH" + option +
+                  (option.empty() ? "" : " names it"));
 }
 
 // Child of the fork: only plain system calls.

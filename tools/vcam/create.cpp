@@ -233,12 +233,11 @@ void add_folders()
 
 void add_pictures()
 {
-    const canvas board(PICTURE_WIDTH, PICTURE_HEIGHT);
     fs::create_directories(on_pc(PICTURE_DIR));
     for (const picture_row &row : PICTURES) {
         const fs::path path = on_pc(PICTURE_DIR) / row.file;
         if (!fs::exists(path))
-            board.save_png(paint(row), path);
+            save_picture(row, path);
     }
 }
 

@@ -1,5 +1,9 @@
 #include "tools/vcam/media.h"
 
+#include "tools/vcam/verb.h"
+
+#include <png.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -103,15 +107,21 @@ std::string tone(const sound_row &sound)
     return wav;
 }
 
-picture paint(const picture_row &row)
+void save_picture(const picture_row &row, const std::filesystem::path &path)
 {
-    picture image = {PICTURE_WIDTH, PICTURE_HEIGHT, {}};
-    image.pixels.reserve(static_cast<std::size_t>(PICTURE_WIDTH) * PICTURE_HEIGHT);
-    for (int y = 0; y < PICTURE_HEIGHT; y++) {
+    std::vector<uint32_t> pixels;
+    pixels.reserve(static_cast<std::size_t>(PICTURE_WIDTH) * PICTURE_HEIGHT);
+    for (int y = 0; y < PICTURE_HEIGHT; y++)
         for (int x = 0; x < PICTURE_WIDTH; x++)
-            image.pixels.push_back(row.pixel(x, y));
-    }
-    return image;
+            pixels.push_back(row.pixel(x, y));
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = PICTURE_WIDTH;
+    image.height = PICTURE_HEIGHT;
+    image.format = PNG_FORMAT_BGRA;
+    image.flags = PNG_IMAGE_FLAG_FAST;
+    if (png_image_write_to_file(&image, path.c_str(), 0, pixels.data(), 0, nullptr) == 0)
+        throw failure("'" + path.string() + "' cannot be written");
 }
 
 } // namespace vcam

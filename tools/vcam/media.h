@@ -1,8 +1,8 @@
 // The camera's own sounds and pictures, drawn and reckoned.
 #pragma once
 
-#include "tools/vcam/picture.h"
-
+#include <cstdint>
+#include <filesystem>
 #include <string>
 
 namespace vcam
@@ -25,7 +25,7 @@ inline constexpr sound_row SOUNDS[] = {
 
 struct picture_row {
     const char *file;
-    uint32_t (*pixel)(int x, int y); // 720 by 480, 0xAARRGGBB
+    uint32_t (*pixel)(int x, int y); // 720 by 480, 0xffRRGGBB
 };
 
 inline constexpr char PICTURE_DIR[] = "/usr/apps/com.halvex.lumen-app/res/edje/images/lcd/fix/";
@@ -36,6 +36,7 @@ extern const picture_row PICTURES[4];
 // A WAV file of one tone: 16 bits, mono, 8 kHz.
 std::string tone(const sound_row &sound);
 
-picture paint(const picture_row &row);
+// As a PNG file; fails when it cannot be written.
+void save_picture(const picture_row &row, const std::filesystem::path &path);
 
 } // namespace vcam

@@ -4,6 +4,7 @@
 
 #include <Ecore.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -40,30 +41,24 @@ Evas *canvas::evas() const
     return ecore_evas_get(window_);
 }
 
-picture canvas::draw() const
+void canvas::save_png(const std::filesystem::path &path) const
 {
-    picture image = {};
-    ecore_evas_geometry_get(window_, nullptr, nullptr, &image.width, &image.height);
+    int width = 0, height = 0;
+    ecore_evas_geometry_get(window_, nullptr, nullptr, &width, &height);
     ecore_evas_manual_render(window_);
-    const auto *pixels = static_cast<const uint32_t *>(ecore_evas_buffer_pixels_get(window_));
+    const void *pixels = ecore_evas_buffer_pixels_get(window_);
     if (pixels == nullptr)
         throw failure("the canvas has no pixels");
-    image.pixels.assign(pixels, pixels + image.width * image.height);
-    return image;
-}
-
-void canvas::save_png(const picture &image, const std::filesystem::path &path) const
-{
-    Evas_Object *object = evas_object_image_add(evas());
-    evas_object_image_size_set(object, image.width, image.height);
-    evas_object_image_alpha_set(object, EINA_FALSE);
-    void *data = evas_object_image_data_get(object, EINA_TRUE);
+    Evas_Object *image = evas_object_image_add(evas());
+    evas_object_image_size_set(image, width, height);
+    evas_object_image_alpha_set(image, EINA_FALSE);
+    void *data = evas_object_image_data_get(image, EINA_TRUE);
     if (data != nullptr)
-        std::memcpy(data, image.pixels.data(), image.pixels.size() * sizeof(uint32_t));
-    evas_object_image_data_set(object, data);
-    const bool saved = data != nullptr && evas_object_image_save(object, path.c_str(), nullptr,
+        std::memcpy(data, pixels, sizeof(uint32_t) * static_cast<std::size_t>(width * height));
+    evas_object_image_data_set(image, data);
+    const bool saved = data != nullptr && evas_object_image_save(image, path.c_str(), nullptr,
                                                                  "compress=6") != EINA_FALSE;
-    evas_object_del(object);
+    evas_object_del(image);
     if (!saved)
         throw failure("'" + path.string() + "' cannot be written");
 }

@@ -1,22 +1,13 @@
-// Pictures without a display: an EFL canvas in memory, and PNG files.
+// Drawing without a display: an EFL canvas in memory, saved as a PNG file.
 #pragma once
 
 #include <Ecore_Evas.h>
 #include <Evas.h>
 
-#include <cstdint>
 #include <filesystem>
-#include <vector>
 
 namespace vcam
 {
-
-// 32-bit pixels, alpha in the highest byte, row by row.
-struct picture {
-    int width;
-    int height;
-    std::vector<uint32_t> pixels;
-};
 
 // A canvas in memory.  Only one thread may use EFL.
 class canvas
@@ -28,8 +19,7 @@ public:
     canvas &operator=(const canvas &) = delete;
 
     Evas *evas() const;
-    picture draw() const;
-    void save_png(const picture &image, const std::filesystem::path &path) const;
+    void save_png(const std::filesystem::path &path) const;
 
 private:
     Ecore_Evas *window_;

@@ -6,7 +6,7 @@
 #include "tools/vcam/follow.h"
 #include "tools/vcam/process.h"
 #include "tools/vcam/run_log.h"
-#include "tools/vcam/screen_draw.h"
+#include "tools/vcam/screen_program.h"
 #include "tools/vcam/script.h"
 #include "tools/vcam/verb.h"
 

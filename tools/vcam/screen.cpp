@@ -1,7 +1,7 @@
 // vcam screen: what the operator in front of the camera sees.
 #include "platform/virtual/screen.h"
-#include "tools/vcam/screen_draw.h"
-#include "tools/vcam/screen_window.h"
+#include "tools/vcam/screen_program.h"
+#include "tools/vcam/screen_rows.h"
 #include "tools/vcam/verb.h"
 
 #include <cstdio>
@@ -40,9 +40,9 @@ int verb_screen(const invocation &in, CLI::App &app)
     ways->add_flag("--window", window, "In a window that follows every change");
     in.open(app);
     if (window)
-        show_screen_window();
+        become_screen_program({"--window"});
     else if (!png.empty())
-        save_screen(png);
+        become_screen_program({"--png", png});
     else
         print_screen();
     return OK;

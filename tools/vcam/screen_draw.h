@@ -1,32 +1,16 @@
 // The factory screen as its operator sees it, drawn on an EFL canvas.
 #pragma once
 
+#include "tools/vcam/screen_rows.h"
+
 #include <Evas.h>
-#include <nlohmann/json_fwd.hpp>
 
 #include <filesystem>
-#include <map>
 #include <string>
 #include <vector>
 
 namespace vcam
 {
-
-struct screen_size {
-    int width;
-    int height;
-};
-
-screen_size size_of_screen(const nlohmann::json &screen);
-
-struct screen_row {
-    std::string text;
-    int color;
-    int size; // points on a screen of 480 rows
-};
-
-// By number; "text" or "grid".
-std::map<int, screen_row> rows_of_screen(const nlohmann::json &screen, const char *kind);
 
 class screen_drawing
 {
@@ -49,6 +33,6 @@ private:
 };
 
 // The screen of the open camera as a PNG file; needs no display.
-void save_screen(const std::filesystem::path &path);
+void save_drawing(const std::filesystem::path &path);
 
 } // namespace vcam

@@ -9,7 +9,7 @@
 #include "tools/vcam/key_driver.h"
 #include "tools/vcam/number.h"
 #include "tools/vcam/process.h"
-#include "tools/vcam/screen_draw.h"
+#include "tools/vcam/screen_rows.h"
 #include "tools/vcam/temperature.h"
 #include "tools/vcam/verb.h"
 #include "tools/vcam/wire.h"
