@@ -281,6 +281,7 @@ static constexpr std::array<rova_cmd_entry, 0> extra_table{};
 
 static constexpr rova_cmd_entry wireless_table[] = {
     {"bluetooth", rova_cmd_bluetooth},
+    {"nfc", rova_cmd_nfc},
 };
 
 static_assert(rova_cmd_table_is_sound(system_table));

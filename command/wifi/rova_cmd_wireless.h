@@ -5,6 +5,7 @@
 #include "common/rova_log.h"
 
 int rova_cmd_bluetooth(uint32_t cmd_type, cmd_data *record);
+int rova_cmd_nfc(uint32_t cmd_type, cmd_data *record);
 
 // A green line under the radios' own tag.  What goes wrong is told as everywhere, by ROVA_LOG_ERR.
 #define ROVA_LOG_RADIO(fmt, ...)                                                                   \

@@ -169,6 +169,8 @@ TEST_F(Manual, EveryExampleEndsWithOk)
     camera.write("/dev/fb0", "");
     add_program("/usr/bin/make_snapshot.sh");
     camera.write("/opt/etc/clock", "");
+    camera.write("/opt/etc/nfctag.info", "tag");
+    camera.write("/sys/devices/platform/dw_mmc_sdio.0/support_card", "1");
     add_program("/sdcard/measure.sh");
     camera.write("/sdcard/gpio_pindump.csv", "x");
     camera.write("/var/run/memory/private/pmode_shutter_data", "NO= 1\nB\n1 2\n");

@@ -49,6 +49,9 @@ TEST(VcamCreate, MakesTheFoldersLinksAndFilesOfACamera)
     EXPECT_EQ(place.read(base + "movra7-thermister/cmos_thermister"), virt::thermistor_text(25));
     EXPECT_EQ(place.read(base + "m7_tsu/isp"), "35\n");
     EXPECT_EQ(place.read(base + "m7_tsu/cpu"), "40\n");
+    EXPECT_EQ(place.read(base + "dw_mmc_sdio.0/support_card"), "1\n");
+    EXPECT_NE(place.read("/tmp/new/camera/opt/etc/nfctag.info"), "");
+    EXPECT_TRUE(fs::is_directory(dir / "virtual/radio/nfc"));
     EXPECT_TRUE(fs::exists(dir / "dev/lsm"));
 }
 

@@ -35,6 +35,7 @@ constexpr const char *FOLDERS[] = {
     "usr/etc/bluetooth",
     "virtual/sensor",
     "virtual/radio/bluetooth",
+    "virtual/radio/nfc",
     "virtual/radio/wifi",
 };
 
@@ -57,6 +58,8 @@ struct file_row {
 constexpr file_row FILES[] = {
     {"dev/fb0", ""},
     {"dev/lsm", ""},
+    {"opt/etc/nfctag.info", "LUMEN1-NFC"},
+    {"sys/devices/platform/dw_mmc_sdio.0/support_card", "1\n"},
     {"sys/devices/platform/m7-adc-battery/adc_spec",
      "0 6200 off\n1 6500 empty\n2 6800 low\n3 7200 half\n4 7600 high\n5 8400 full\n"},
     {"sys/devices/platform/m7-keys/grip_key", "0\n"},

@@ -21,6 +21,7 @@ struct InOutRow {
 constexpr InOutRow in_out_rows[] = {
     {"earjack", 1, "0", "1"}, {"ext_mic", 2, "0", "1"}, {"ext_release", 15, "1", "0"},
     {"usb", 4, "1", "0"},     {"mr", 19, "1", "0"},     {"proximity", 13, "1", "0"},
+    {"nfc", 14, "1", "0"},
 };
 
 class InOut : public CommandTest, public testing::WithParamInterface<InOutRow>
