@@ -134,7 +134,8 @@ struct Studio {
                      "width 5472\nheight 3648\npitch 5504\n");
         rova_register_app_func(ROVA_APP_STILL_NAME, reinterpret_cast<rova_app_func>(still_name));
         rova_pim_set_test(PI_MODE_MOT, count_still);
-        cfgPm = {.developMode = 1, .saveRaw = 0};
+        cfgPm = {};
+        cfgPm.developMode = 1;
         SetPIMode(PI_MODE_MOT);
         regPim = rova_pim_register_callback_client(time_still, rova_pim_liveview_data_receiver);
         rova_pim_register_image_set_callback_id(regPim, CAPTURE_STILL_ID);

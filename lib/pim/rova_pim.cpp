@@ -19,7 +19,6 @@ rova_pim_exif_info gMotExifInfo;
 
 char pPtpTile[512];
 char pPtpTilefromEEPROM[512];
-char pRstData[4096];
 
 namespace
 {
@@ -47,12 +46,12 @@ std::string_view copy_still_name(char *name, std::size_t size)
 
 void print_picture_set(const capture_image_set &img_data)
 {
-    rova_pim_debug_print(
+    rova_pim_print(
         "img_data.mainGWidth %d,\nimg_data.mainGHeight %d,\nimg_data.mainWidth %d,\n"
         "img_data.mainHeight%d,\nimg_data.mainYAddress 0x%x,\nimg_data.mainCAddress 0x%x,\n",
         img_data.mainGWidth, img_data.mainGHeight, img_data.mainWidth, img_data.mainHeight,
         img_data.mainYAddress, img_data.mainCAddress);
-    rova_pim_debug_print(
+    rova_pim_print(
         "img_data.screenGWidth %d,\nimg_data.screenGHeight %d,\nimg_data.screenWidth %d,\n"
         "img_data.screenHeight %d,\nimg_data.screenYAddress 0x%x,\n"
         "img_data.screenCAddress 0x%x,\nimg_data.thumbYAddress 0x%x\n",
@@ -81,11 +80,10 @@ void fill_exif_info(const capture_still &still)
 
 void print_exif_info(const capture_still &still)
 {
-    rova_pim_debug_print("%d/%d - ", printed(still.FNumberNum), printed(still.FNumberDen));
-    rova_pim_debug_print("%d/%dsec - ", printed(still.ExposureTimeNum),
-                         printed(still.ExposureTimeDen));
-    rova_pim_debug_print("ISO %d - ", printed(still.ISOValue));
-    rova_pim_debug_print("%dmm\n", still.FocalLengthIn35mmFilm);
+    rova_pim_print("%d/%d - ", printed(still.FNumberNum), printed(still.FNumberDen));
+    rova_pim_print("%d/%dsec - ", printed(still.ExposureTimeNum), printed(still.ExposureTimeDen));
+    rova_pim_print("ISO %d - ", printed(still.ISOValue));
+    rova_pim_print("%dmm\n", still.FocalLengthIn35mmFilm);
 }
 
 void check_picture_set(const capture_image_set &set, int32_t file_num)
@@ -147,11 +145,10 @@ bool find_frame(const capture_live_view &frame, rova_pim_image *image)
 void SendSetChart(int32_t chart)
 {
     if (GetPIMode() != PI_MODE_MOT) {
-        rova_pim_debug_print("Available on MOT mode.");
+        rova_pim_print("Available on MOT mode.");
         return;
     }
-    rova_pim_debug_print("%s %d, Current Chart = %d, %s\n", __func__, __LINE__, chart,
-                         chart_name(chart));
+    rova_pim_print("%s %d, Current Chart = %d, %s\n", __func__, __LINE__, chart, chart_name(chart));
 }
 
 int rova_pim_register_callback_client(capture_still_callback capture,
@@ -193,7 +190,7 @@ void rova_pim_set_live_view(rova_pim_live_view function)
 
 void rova_pim_capture_data_receiver(uint32_t, const capture_still *still)
 {
-    rova_pim_debug_print("%s, %d\n", __func__, __LINE__);
+    rova_pim_print("%s, %d\n", __func__, __LINE__);
     if (still == nullptr || still->image_set == nullptr) {
         ROVA_LOG_ERR("a still without pictures\n");
         gCaptureDone = 1;
@@ -203,18 +200,17 @@ void rova_pim_capture_data_receiver(uint32_t, const capture_still *still)
     char name[PATH_MAX];
     rova_pim_exif_info &info = gMotExifInfo;
     const std::string_view latest = copy_still_name(name, sizeof(name));
-    rova_pim_debug_print("%s %d, img_data.exif->filename : %s\n", __func__, __LINE__, name);
+    rova_pim_print("%s %d, img_data.exif->filename : %s\n", __func__, __LINE__, name);
     info = {};
     const int32_t file_num = rova_pim_next_name(latest, info.filename, sizeof(info.filename));
-    rova_pim_debug_print("%s %d, file_num = [%d]\n", __func__, __LINE__, file_num);
+    rova_pim_print("%s %d, file_num = [%d]\n", __func__, __LINE__, file_num);
     print_picture_set(img_data);
     fill_exif_info(*still);
     print_exif_info(*still);
     check_picture_set(img_data, file_num);
     release_picture_set(img_data);
     gCaptureDone = 1;
-    rova_pim_debug_print("\033[42m%s, %d : %s function done\033[0m\n", __func__, __LINE__,
-                         __func__);
+    rova_pim_print("\033[42m%s, %d : %s function done\033[0m\n", __func__, __LINE__, __func__);
 }
 
 void rova_pim_liveview_data_receiver(uint32_t, const capture_live_view *frame)

@@ -48,10 +48,10 @@ extern std::atomic<int32_t> callbackFlag; // 1 while the client is registered fo
 extern std::atomic<int32_t> gCaptureDone; // set behind each still, cleared by who waits for it
 extern rova_pim_exif_info gMotExifInfo;
 
-// Title and data of the last result, as CSV text, filled by the tests.
+// The title of the last result, as CSV text, filled by the tests; its data are in pRstData
+// (rova_pim_result.h).
 extern char pPtpTile[512];
 extern char pPtpTilefromEEPROM[512];
-extern char pRstData[4096];
 
 // The active test, a rova_pi_mode.
 void SetPIMode(int32_t mode);

@@ -99,7 +99,7 @@ int SaveBmp(const char *path, std::span<const uint8_t> picture, int32_t width, i
     }
     std::FILE *stream = sys_fopen(path, "wb");
     if (stream == nullptr) {
-        rova_pim_debug_print(" FILE OPEN ERROR : %s \n\n", path);
+        rova_pim_print(" FILE OPEN ERROR : %s \n\n", path);
         return -1;
     }
     const std::size_t pitch = static_cast<std::size_t>(width);

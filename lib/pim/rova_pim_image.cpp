@@ -297,7 +297,7 @@ int GetAreaMean(const rova_pim_image &image, int32_t tColor, const rova_pim_rect
     *result = {};
     const bool luma = tColor == PIM_COLOUR_Y;
     if ((luma ? form_of(image.iCS).y : chroma_row(image.iCS, tColor)).step == 0) {
-        rova_pim_debug_print(" NOT Supported Color Format \n");
+        rova_pim_print(" NOT Supported Color Format \n");
         return -1;
     }
     const chroma_rect values = {rect.x0, rect.y0, int64_t{rect.x1} - rect.x0 + 1,

@@ -53,12 +53,12 @@ void save(const raw_texts &texts, int32_t number, const uint8_t *y, int32_t pitc
         static_cast<std::size_t>(pitch) * static_cast<std::size_t>(height) * BYTES_PER_PIXEL;
     char path[64];
     make_raw_dir();
-    rova_pim_debug_print(texts.sizes, number, pitch, height, pitch * height);
-    rova_pim_debug_print(texts.start, rova_pim_address(y));
+    rova_pim_print(texts.sizes, number, pitch, height, pitch * height);
+    rova_pim_print(texts.start, rova_pim_address(y));
     std::snprintf(path, sizeof(path), texts.path, number);
     if (rova_pim_dump(path, {y, bytes}) == OPEN_FAILED)
-        rova_pim_debug_print("%s, %d: piMode = %d, file open error. fp %d\n", texts.function,
-                             __LINE__, GetPIMode(), OPEN_FAILED);
+        rova_pim_print("%s, %d: piMode = %d, file open error. fp %d\n", texts.function, __LINE__,
+                       GetPIMode(), OPEN_FAILED);
 }
 
 } // namespace

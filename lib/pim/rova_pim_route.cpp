@@ -44,21 +44,21 @@ bool noise_enabled()
 
 void print_mot_disabled()
 {
-    rova_pim_debug_print("\033[41m..................cfgPm.developMode = %d means MOT_Resol_Process "
-                         "is not working...\033[0m\n",
-                         cfgPm.developMode);
+    rova_pim_print("\033[41m..................cfgPm.developMode = %d means MOT_Resol_Process "
+                   "is not working...\033[0m\n",
+                   cfgPm.developMode);
 }
 
 void print_dust_disabled()
 {
-    rova_pim_debug_print("\033[41m..................Production Internal Mode / Dust Test Process "
-                         "is not working...\033[0m");
+    rova_pim_print("\033[41m..................Production Internal Mode / Dust Test Process "
+                   "is not working...\033[0m");
 }
 
 void print_noise_disabled()
 {
-    rova_pim_debug_print("\033[41m..................Production Internal Mode / Noise Test Process "
-                         "is not working...\033[0m");
+    rova_pim_print("\033[41m..................Production Internal Mode / Noise Test Process "
+                   "is not working...\033[0m");
 }
 
 constexpr still_route ROUTES[] = {
@@ -142,7 +142,7 @@ void run_test(const still_route *route, const rova_pim_still &still)
 void SetPIMode(int32_t mode)
 {
     piMode = mode;
-    rova_pim_debug_print("%s %d, Mode : %d\n", __func__, __LINE__, mode);
+    rova_pim_print("%s %d, Mode : %d\n", __func__, __LINE__, mode);
 }
 
 int32_t GetPIMode()
@@ -170,14 +170,14 @@ void CheckMain(int32_t mainGWidth, int32_t mainGHeight, int32_t mainWidth, int32
     const int32_t number = fileNumber >= FIRST_FILE_NUMBER ? fileNumber : picture;
     const still_route *route = find_route(piMode);
     if (route == nullptr) {
-        rova_pim_debug_print("\033[41mError!!! no Production Mode Defined!!!\033[0m");
+        rova_pim_print("\033[41mError!!! no Production Mode Defined!!!\033[0m");
         return;
     }
     if (!route->enabled()) {
         route->print_disabled();
         return;
     }
-    rova_pim_debug_print(route->enabled_text, __func__, __LINE__, route->mode);
+    rova_pim_print(route->enabled_text, __func__, __LINE__, route->mode);
     rova_pim_still still = {.main = {}, .screen = {}, .chart = chart, .colour = MARKER_COLOUR};
     if (!find_picture({"full", mainGWidth, mainGHeight, mainWidth, mainHeight, mainY}, &still.main))
         return;

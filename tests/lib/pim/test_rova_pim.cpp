@@ -161,7 +161,8 @@ struct Pim : testing::Test {
         still.FocalLengthIn35mmFilm = 24;
         still.ISOValue = 100;
         still.afStep = 1520;
-        cfgPm = {.developMode = 1, .saveRaw = 0};
+        cfgPm = {};
+        cfgPm.developMode = 1;
         cfgDust = {.RunDustFunc = 1};
         cfgNoise = {.RunNoiseFunc = 1};
         tested().clear();
@@ -572,7 +573,8 @@ TEST_F(Pim, RawStillsOfAllTestsFollowTheMotConfiguration)
     cfgPm.saveRaw = 2;
     receive();
     EXPECT_TRUE(dumps().empty());
-    cfgPm = {.developMode = 0, .saveRaw = 1};
+    cfgPm.developMode = 0;
+    cfgPm.saveRaw = 1;
     receive();
     EXPECT_THAT(dumps(), ElementsAre("HVXF_0013.yuv.raw"));
     EXPECT_EQ(camera.read("/mnt/mmc/DCIM_YUVRAW/HVXF_0013.yuv.raw"),

@@ -1,0 +1,28 @@
+// The sink of the result tables.  Used by the thread that runs a test; who reads pRstData waits for
+// the test's end.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+// The sink's modes; all other values print nothing.
+inline constexpr int32_t PIM_RESULT_BUFFERED = 0; // to the file when the buffer is full, at the end
+inline constexpr int32_t PIM_RESULT_DIRECT = 1;
+inline constexpr int32_t PIM_RESULT_KEPT = 2; // in pRstData, without a file
+
+extern int32_t gRstPrintOpt; // the mode
+extern std::FILE *gRstFp;    // the sink's own
+extern int32_t gRstFpState;  // 1 while gRstFp is open; the two modes of files print only then
+extern int32_t gRstCnt;      // bytes held in pRstData
+extern char pRstData[4096];  // text; all zeros behind it
+
+// Opens the result file for appending; what pRstData holds stays.  0, or -1 with the reason in
+// errno; the caller reports it.
+int rova_pim_result_open(const char *path);
+// Forgets what pRstData holds.
+void rova_pim_result_clear();
+// Prints a piece as the mode says.  One that a kept text has no room for is reported and dropped.
+void rova_pim_result_print(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
+// Writes out what is held in the mode of buffers and closes the file, if it is open; a kept text
+// stays.
+void rova_pim_result_close();
