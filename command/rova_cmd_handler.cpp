@@ -280,6 +280,7 @@ static constexpr rova_cmd_entry image_quality_table[] = {
 static constexpr std::array<rova_cmd_entry, 0> extra_table{};
 
 static constexpr rova_cmd_entry wireless_table[] = {
+    {"wifi", rova_cmd_wifi},
     {"bluetooth", rova_cmd_bluetooth},
     {"nfc", rova_cmd_nfc},
 };

@@ -3,9 +3,9 @@
 #include "command/rova_ptp_resp.h"
 #include "command/wifi/rova_cmd_wireless.h"
 #include "command/wifi/rova_connectivity_bluetooth.h"
+#include "command/wifi/rova_driver_file.h"
 #include "command/wifi/rova_mac_addr.h"
 #include "common/rova_adjdata_items.h"
-#include "common/rova_guard.h"
 
 #include <cstring>
 #include <platform/sys.h>
@@ -144,15 +144,9 @@ bool __set_bt_address(const std::string &text)
     for (const char letter : text)
         if (letter != ':')
             ROVA_LOG_RADIO("%c", letter);
-    const rova_file file(sys_fopen(MAC_FILE, "w"));
-    if (!file) {
-        ROVA_LOG_ERR("file open failed\n");
-        return false;
-    }
-    const bool written = std::fputs(text.c_str(), file.get()) >= 0 && std::fflush(file.get()) == 0;
-    if (!written)
-        ROVA_LOG_ERR("failed to write %s (%s) \n", MAC_FILE, rova_reason());
-    ROVA_LOG_RADIO("mac_address : %s\n", text.c_str());
+    const bool written = rova_driver_file_write(MAC_FILE, text);
+    if (written)
+        ROVA_LOG_RADIO("mac_address : %s\n", text.c_str());
     return written;
 }
 

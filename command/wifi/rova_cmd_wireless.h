@@ -4,6 +4,7 @@
 #include "common/rova_cmd_data.h"
 #include "common/rova_log.h"
 
+int rova_cmd_wifi(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_bluetooth(uint32_t cmd_type, cmd_data *record);
 int rova_cmd_nfc(uint32_t cmd_type, cmd_data *record);
 

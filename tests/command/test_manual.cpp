@@ -141,6 +141,15 @@ protected:
         sensors.answer("calibration", calibration);
     }
 
+    // A radio whose scripts have done their work.
+    void give_wlan() const
+    {
+        add_program("/usr/bin/wlan.sh");
+        camera.write("/virtual/radio/wifi/driver", "test\n");
+        add_program("/sdcard/scan.sh");
+        camera.write("/sdcard/ap.list", "ESSID:line\n");
+    }
+
     // A grip with a battery, on the body.
     void fit_grip() const
     {
@@ -172,6 +181,7 @@ TEST_F(Manual, EveryExampleEndsWithOk)
     camera.write("/opt/etc/nfctag.info", "tag");
     camera.write("/sys/devices/platform/dw_mmc_sdio.0/support_card", "1");
     add_program("/sdcard/measure.sh");
+    give_wlan();
     camera.write("/sdcard/gpio_pindump.csv", "x");
     camera.write("/var/run/memory/private/pmode_shutter_data", "NO= 1\nB\n1 2\n");
     camera.fault("sys_fdatasync", "0"); // hundreds of rows would each wait for the PC's disk

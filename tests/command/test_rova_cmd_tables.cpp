@@ -178,7 +178,8 @@ INSTANTIATE_TEST_SUITE_P(ImageQuality, CommandFamily,
                                          Family{"image quality", "vfpn", rova_cmd_vfpn}),
                          [](const auto &row) { return std::string(row.param.word); });
 INSTANTIATE_TEST_SUITE_P(Wireless, CommandFamily,
-                         testing::Values(Family{"wireless", "bluetooth", rova_cmd_bluetooth},
+                         testing::Values(Family{"wireless", "wifi", rova_cmd_wifi},
+                                         Family{"wireless", "bluetooth", rova_cmd_bluetooth},
                                          Family{"wireless", "nfc", rova_cmd_nfc}),
                          [](const auto &row) { return std::string(row.param.word); });
 
