@@ -610,6 +610,15 @@ TEST_F(AccelCheck, AReplyQueueThatCannotBeRemovedIsNgBehindAnOkRow)
     EXPECT_EQ(row(CHECK_CSV), std::string("0,0,0,0,OK") + ZEROS);
 }
 
+TEST_F(AccelCheck, TheReplyQueueIsOpenToAll)
+{
+    camera.fault("sys_msgctl", "-1"); // it stays
+    run(CHECK);
+    msqid_ds attributes = {};
+    ASSERT_EQ(msgctl(sensor_reply_queue(), IPC_STAT, &attributes), 0);
+    EXPECT_EQ(attributes.msg_perm.mode, 0666);
+}
+
 TEST_F(AccelCheck, AReplyQueueThatIsThereIsTaken)
 {
     sensor_reply_queue(IPC_CREAT | 0666);

@@ -4,6 +4,8 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sys/stat.h>
+#include <thread>
 
 using namespace test;
 using testing::Contains;
@@ -68,13 +70,26 @@ TEST_F(KeySave, EachKeyBecomesARow)
     EXPECT_EQ(camera.read(UPDATE), "0");
 }
 
+// A pipe shows when the description is read, and the level is read behind it.
 TEST_F(KeySave, LevelsAreReadOnceTheyAreFresh)
 {
     run("key save on");
     wrap_clear();
     wrap_record_sleeps(true);
-    EXPECT_EQ(row_of("3 menu\n"), "1,0,3,103,menu,OK\r\n");
+    const std::string pipe = camera.path("/sys/devices/platform/m7-keys/keydesc");
+    remove("keydesc");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    std::vector<unsigned int> slept;
+    std::thread driver([&] {
+        std::ofstream text(pipe);
+        slept = wrap_sleeps();
+        text << "3 menu\n";
+    });
+    EXPECT_TRUE(run("key wait_push all").ends_with(OK));
+    driver.join();
+    EXPECT_THAT(slept, ElementsAre(12000));
     EXPECT_THAT(wrap_sleeps(), ElementsAre(12000));
+    EXPECT_TRUE(camera.read(CARD_CSV).ends_with("\r\n1,0,3,103,menu,OK\r\n"));
 }
 
 TEST_F(KeySave, LevelsAreRefreshedWhileTheyAreRead)
