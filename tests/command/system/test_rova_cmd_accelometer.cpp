@@ -500,6 +500,15 @@ TEST_F(AccelCheck, ValuesEqualToABoundAreWithin)
     }
 }
 
+TEST_F(AccelCheck, RollAndPitchHaveARangeEach)
+{
+    answer_check(2, 30);
+    EXPECT_TRUE(passes("accelometer check 1 3 20 40"));
+    EXPECT_FALSE(passes("accelometer check 20 40 1 3"));
+    EXPECT_FALSE(passes("accelometer check 1 3 1 3"));
+    EXPECT_FALSE(passes("accelometer check 20 40 20 40"));
+}
+
 TEST_F(AccelCheck, OutOfOneBoundIsNgWithoutTheBasisValues)
 {
     pref_set_long(0, 40405, 1);
