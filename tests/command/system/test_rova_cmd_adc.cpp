@@ -16,7 +16,6 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using testing::IsEmpty;
 using testing::SizeIs;
-using testing::StartsWith;
 
 // ------------------------------------------------------------------------- cancellation
 

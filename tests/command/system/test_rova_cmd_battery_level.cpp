@@ -17,7 +17,6 @@ using testing::EndsWith;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
 using testing::SizeIs;
-using testing::StartsWith;
 
 namespace
 {

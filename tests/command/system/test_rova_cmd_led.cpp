@@ -46,10 +46,11 @@ TEST_F(Led, WordsIgnoreCase)
 {
     EXPECT_EQ(run("LED AF ON", ROVA_CMD_CARD), OK);
     EXPECT_EQ(run("Led Card Blink"), OK);
+    EXPECT_EQ(run("led charge On"), OK);
     EXPECT_EQ(run("led charge OFF"), OK);
     EXPECT_THAT(camera.call_texts(),
                 ElementsAre("device_set_property(3, 4, 1)", "device_set_property(3, 1, 500)",
-                            "set_charge_led(1)"));
+                            "set_charge_led(2)", "set_charge_led(1)"));
 }
 
 TEST_F(Led, OtherWordsAreNgWithAMessage)
