@@ -43,6 +43,7 @@ constexpr std::size_t ADJ_SCRIPT_PATH_SIZE = 64;
 constexpr off_t PAGE_SIZE_BYTES = 4096;
 
 std::atomic<int> alt_mode{0};
+std::atomic<bool> is_stopping{false};
 
 class File : public rova_descriptor
 {
@@ -250,6 +251,16 @@ int rova_check_stop()
     int stop = 0;
     vconf_get_int(ROVA_KEY_STOP_CMD, &stop);
     return stop > 0 ? 1 : 0;
+}
+
+void rova_set_stopping(bool stopping)
+{
+    is_stopping = stopping;
+}
+
+bool rova_is_stopping()
+{
+    return is_stopping;
 }
 
 int rova_set_alt_mode(const char *script_path)

@@ -44,6 +44,10 @@ void rova_show_cmd_data(const cmd_data *record, uint32_t type);
 
 // 1 while the daemon is asked to stop.  Every long wait polls it.
 int rova_check_stop();
+// Whether the stop protocol has begun, by the key or by a signal.  Commands that are queued still
+// run after a signal, but a wait that may have no end has to find one.  Any thread.
+void rova_set_stopping(bool stopping);
+bool rova_is_stopping();
 
 // ALT (automatic life test) mode follows from the script's exact path; set before any thread runs.
 int rova_set_alt_mode(const char *script_path);

@@ -39,6 +39,7 @@ void rova_handle_stop_cb(keynode_t *key, void *);
 void rova_stop()
 {
     rova_loop_hold_signals();
+    rova_set_stopping(true);
     if (rova_deinit_client(&main_data) == 0)
         ROVA_LOG_ERR("Failed to deinit client thread \n");
     if (rova_deinit_server(&main_data) == 0)

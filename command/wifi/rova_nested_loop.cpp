@@ -6,11 +6,13 @@
 #include <algorithm>
 #include <platform/sys.h>
 #include <time.h>
+#include <utility>
 
 namespace
 {
 
 constexpr guint STOP_LOOK_MS = 100;
+constexpr unsigned int LAST_EVENT_MS = 20000;
 
 // GLib counts by a clock of its own, the camera's time may run faster.
 guint glib_milliseconds(unsigned int milliseconds)
@@ -45,6 +47,7 @@ bool rova_nested_loop::run()
     const guint looks = add(STOP_LOOK_MS, look_for_stop, this);
     g_main_loop_run(loop_);
     cancel(looks);
+    cancel(std::exchange(last_wait_, 0));
     return !stopped_;
 }
 
@@ -60,6 +63,8 @@ guint rova_nested_loop::after(unsigned int milliseconds, GSourceFunc function, v
 
 void rova_nested_loop::cancel(guint call)
 {
+    if (call == 0)
+        return;
     if (GSource *source = g_main_context_find_source_by_id(context_, call))
         g_source_destroy(source);
 }
@@ -78,8 +83,16 @@ guint rova_nested_loop::add(guint interval, GSourceFunc function, void *data)
 gboolean rova_nested_loop::look_for_stop(gpointer self)
 {
     auto *nested = static_cast<rova_nested_loop *>(self);
-    if (rova_check_stop() == 0)
-        return G_SOURCE_CONTINUE;
+    if (rova_check_stop() != 0)
+        return give_up(self);
+    if (rova_is_stopping() && nested->last_wait_ == 0)
+        nested->last_wait_ = nested->after(LAST_EVENT_MS, give_up, self);
+    return G_SOURCE_CONTINUE;
+}
+
+gboolean rova_nested_loop::give_up(gpointer self)
+{
+    auto *nested = static_cast<rova_nested_loop *>(self);
     ROVA_LOG_ERR("stopped while waiting for an event \n");
     nested->stopped_ = true;
     nested->quit();

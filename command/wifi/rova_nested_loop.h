@@ -15,7 +15,7 @@ public:
     rova_nested_loop &operator=(const rova_nested_loop &) = delete;
 
     // Serves events until one of them quits the loop; false when the daemon was asked to stop
-    // first. May be run again.
+    // first: at once by the key, 20 seconds after a signal.  May be run again.
     bool run();
     void quit();
 
@@ -27,8 +27,10 @@ public:
 private:
     guint add(guint interval, GSourceFunc function, void *data);
     static gboolean look_for_stop(gpointer self);
+    static gboolean give_up(gpointer self);
 
     GMainContext *context_;
     GMainLoop *loop_;
     bool stopped_ = false;
+    guint last_wait_ = 0; // since a signal
 };

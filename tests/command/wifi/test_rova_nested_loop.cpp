@@ -1,5 +1,6 @@
 #include "command/wifi/rova_nested_loop.h"
 
+#include "common/rova_util.h"
 #include "platform/virtual/keys.h"
 #include "tests/command/command_test.h"
 
@@ -13,6 +14,8 @@ namespace
 
 class NestedLoop : public test::CommandTest
 {
+protected:
+    ~NestedLoop() override { rova_set_stopping(false); }
 };
 
 struct Call {
@@ -100,4 +103,25 @@ TEST_F(NestedLoop, EndsWhenTheDaemonIsAskedToStop)
     Call call = {&loop};
     loop.after(1, count_and_quit, &call);
     EXPECT_TRUE(loop.run()) << "a later run starts anew";
+}
+
+TEST_F(NestedLoop, EndsByAndByWhenASignalStopsTheDaemon)
+{
+    camera.speed(1000000);
+    rova_set_stopping(true);
+    rova_nested_loop loop;
+    EXPECT_FALSE(loop.run());
+    EXPECT_FALSE(loop.run()) << "each run waits anew";
+    EXPECT_THAT(new_messages(), ElementsAre("stopped while waiting for an event ",
+                                            "stopped while waiting for an event "));
+}
+
+TEST_F(NestedLoop, ServesEventsAfterASignal)
+{
+    rova_set_stopping(true);
+    rova_nested_loop loop;
+    Call call = {&loop};
+    loop.after(300, count_and_quit, &call); // behind the first looks
+    EXPECT_TRUE(loop.run());
+    EXPECT_EQ(call.count, 1);
 }
