@@ -57,6 +57,10 @@ TEST(Completion, OffersTheOptionsAndActionsOfAVerb)
     EXPECT_EQ(completions({VCAM_PROGRAM, "touch", ""}), (words{"ghost"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "touch", "400", ""}), words{});
     EXPECT_EQ(completions({VCAM_PROGRAM, "press", "me"}), (words{"menu", "metering"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "radio", ""}), (words{"bluetooth", "wifi", "nfc"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "radio", "nfc", "c"}), (words{"chip"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "radio", "nfc", "chip", ""}), (words{"off", "on"}));
+    EXPECT_EQ(completions({VCAM_PROGRAM, "radio", "wifi", "rssi", ""}), words{});
     EXPECT_EQ(completions({VCAM_PROGRAM, "turn", ""}), (words{"jog1", "jog2", "wheel"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "turn", "wheel", "l"}), (words{"left"}));
     EXPECT_EQ(completions({VCAM_PROGRAM, "turn", "wheel", "left", ""}), words{});

@@ -59,6 +59,7 @@ TEST(VcamState, AFreshCamera)
         {"release", "0|out"},
         {"remote", "0|out"},
         {"nfc", "0|out"},
+        {"nfc tag", "LUMEN1-NFC"},
         {"proximity", "0|far"},
         {"grip", "0|out"},
         {"grip lock", "0|off"},
@@ -162,16 +163,18 @@ TEST(VcamState, ServicesRadiosAndFaultsAreToldWhenTheyAreThere)
 {
     const test::Camera camera;
     ASSERT_EQ(set_charge_led(2), 0);
+    ASSERT_EQ(factory_osd_touch_ready(0), 0);
     ASSERT_TRUE(succeeded(vcam({"motion", "model"})));
-    camera.write("/virtual/wlan/channel", "6\n");
-    camera.write("/virtual/wlan/channel.play", "7\n");
+    camera.write("/virtual/radio/wifi/channel", "6\n");
+    camera.write("/virtual/radio/wifi/channel.play", "7\n");
     camera.fault("pref_save", "-1 at 3");
     auto rows = state();
     EXPECT_EQ(rows["charge lamp"], "2|on");
+    EXPECT_EQ(rows["touch panel"], "1|ready");
     EXPECT_EQ(rows["motion"], "model");
-    EXPECT_EQ(rows["wlan channel"], "6");
+    EXPECT_EQ(rows["wifi channel"], "6");
     EXPECT_EQ(rows["fault"], "pref_save|-1 at 3");
-    EXPECT_EQ(rows.count("wlan channel.play"), 0U);
+    EXPECT_EQ(rows.count("wifi channel.play"), 0U);
     EXPECT_EQ(rows.count("card lamp"), 0U);
 }
 

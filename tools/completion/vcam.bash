@@ -19,6 +19,16 @@ _vcam_camera_files() {
     done
 }
 
+# Of lines of words: those that may follow the words given, each once.
+_vcam_words_behind() {
+    awk -v given="$*" '
+        index($0 " ", given " ") == 1 || given == "" {
+            count = split(substr($0, length(given) + 1), words)
+            last = split(given, unused) < 2 ? (count > 0) : count
+            for (i = 1; i <= last; i++) if (!seen[words[i]]++) print words[i]
+        }'
+}
+
 _vcam() {
     local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]} verb="" action="" at
     local camera=${ROVA_SYSROOT:-camera}
@@ -62,6 +72,9 @@ _vcam() {
             "$("$1" "$verb" --list 2>/dev/null | sed -n "s/^$prev //p")" -- "$cur")
     elif [[ $verb == plug || $verb == unplug ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$("$1" "$verb" --list 2>/dev/null)" -- "$cur")
+    elif [[ $verb == radio ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$("$1" radio --list 2>/dev/null |
+            _vcam_words_behind "${COMP_WORDS[@]:at + 1:COMP_CWORD - at - 1}")" -- "$cur")
     elif [[ $verb == battery ]]; then
         mapfile -t COMPREPLY < <(compgen -W "drain" -- "$cur")
     elif [[ $verb == warm || $verb == state ]]; then

@@ -40,6 +40,9 @@ constexpr verb VERBS[] = {
     {"plug", "Plug in what a camera can be connected to", "usb\ngrip grip-battery", verb_plug},
     {"press", "Press a key and let it go", "menu\ns1 --hold 800", verb_press},
     {"property", "Read or write a device property", "get 17 7\nset 2 4 1", verb_property},
+    {"radio", "Show or set the state of the radios",
+     "wifi\nbluetooth devices '01:23:45:67:89:AB One' '10:32:54:76:98:BA Two'\n"
+     "bluetooth adapter on\nwifi rssi -42\nnfc delay never", verb_radio},
     {"run", "Run a script and tell the result of each command", "line.adj", verb_run},
     {"screen", "Show the camera's screen", "--png screen.png\n--text", verb_screen},
     {"sensord", "Run the sensor service in the foreground", "", verb_sensord},

@@ -9,7 +9,9 @@
 #include "tools/vcam/key_driver.h"
 #include "tools/vcam/number.h"
 #include "tools/vcam/process.h"
+#include "tools/vcam/radio.h"
 #include "tools/vcam/screen_rows.h"
+#include "tools/vcam/state_table.h"
 #include "tools/vcam/temperature.h"
 #include "tools/vcam/verb.h"
 #include "tools/vcam/wire.h"
@@ -23,13 +25,6 @@ namespace vcam
 namespace
 {
 
-struct state_row {
-    std::string name, value, meaning;
-};
-
-using state_table = std::vector<state_row>;
-
-constexpr char NOTHING[] = "-"; // to read
 constexpr char NOT_TOLD[] = "not told";
 
 void add_value(state_table &table, const std::string &name, const std::optional<std::string> &value,
@@ -142,7 +137,7 @@ void add_dial(state_table &table, const char *name, const rova_dial &dial)
 struct file_row {
     const char *name;
     const char *file;
-    const char *values[2][2]; // and what they mean
+    const char *values[4][2]; // and what they mean
 };
 
 constexpr file_row SERVICES[] = {
@@ -152,6 +147,9 @@ constexpr file_row SERVICES[] = {
     {"status display", "production/status_lcd", {{"0", "dark"}, {"1", "all"}}},
     {"card lamp", "property/3.0", {{"0", "off"}, {"1", "on"}}},
     {"af lamp", "property/3.4", {{"0", "off"}, {"1", "on"}}},
+    {"touch panel",
+     "touch/state",
+     {{"0", "not ready"}, {"1", "ready"}, {"2", "touched"}, {"3", "ghost"}}},
     {"volume", "sound/volume", {}},
     {"speed", "speed", {}},
 };
@@ -180,10 +178,9 @@ std::vector<fs::path> files_in(const std::string &folder)
 
 void add_radios(state_table &table)
 {
-    for (const char *radio : {"wlan", "bluetooth", "nfc", "radio"})
-        for (const fs::path &file : files_in(radio))
-            table.push_back({std::string(radio) + " " + file.filename().string(),
-                             look_at_value(file).value_or(NOTHING), ""});
+    for (const radio_item &item : radio_items())
+        if (radio_item_is_told(item))
+            add_radio_item(table, item);
 }
 
 void add_faults(state_table &table)
@@ -221,51 +218,12 @@ void add_screen(state_table &table)
         table.push_back({"screen image", screen["image"], ""});
 }
 
-// ------------------------------------------------------------------------- printing
-
-constexpr std::size_t WIDEST = 40; // bytes of a value
-
-// On one line; what is longer is cut between characters.
-std::string in_short(std::string text)
-{
-    std::ranges::replace_if(
-        text, [](unsigned char c) { return c < ' '; }, ' ');
-    if (text.size() <= WIDEST)
-        return text;
-    std::size_t end = WIDEST - 3;
-    while ((text[end] & 0xc0) == 0x80)
-        end--;
-    return text.substr(0, end) + "...";
-}
-
-std::size_t width(const state_table &table, std::string state_row::*column)
-{
-    std::size_t widest = 0;
-    for (const state_row &row : table)
-        widest = std::max(widest, (row.*column).size());
-    return widest;
-}
-
-void print(state_table &table)
-{
-    for (state_row &row : table)
-        row.value = in_short(row.value);
-    const std::size_t names = width(table, &state_row::name) + 2;
-    const std::size_t values = width(table, &state_row::value) + 2;
-    for (state_row &row : table) {
-        row.name.resize(names, ' ');
-        if (!row.meaning.empty())
-            row.value.resize(values, ' ');
-        std::printf("%s%s%s\n", row.name.c_str(), row.value.c_str(), row.meaning.c_str());
-    }
-}
-
 } // namespace
 
 int verb_state(const invocation &in, CLI::App &app)
 {
     in.open(app);
-    state_table table = {{"NAME", "VALUE", "MEANING"}};
+    state_table table;
     add_programs(table);
     add_plugs(table);
     add_battery(table);
@@ -275,7 +233,7 @@ int verb_state(const invocation &in, CLI::App &app)
     add_dial(table, "drive dial", rova_drive_dial);
     add_services(table);
     add_screen(table);
-    print(table);
+    print_table(std::move(table));
     return OK;
 }
 

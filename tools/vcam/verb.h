@@ -65,6 +65,7 @@ int verb_pc(const invocation &in, CLI::App &app);
 int verb_plug(const invocation &in, CLI::App &app);
 int verb_press(const invocation &in, CLI::App &app);
 int verb_property(const invocation &in, CLI::App &app);
+int verb_radio(const invocation &in, CLI::App &app);
 int verb_run(const invocation &in, CLI::App &app);
 int verb_screen(const invocation &in, CLI::App &app);
 int verb_sensord(const invocation &in, CLI::App &app);
