@@ -85,7 +85,7 @@ TEST_F(Battery, ShowsWhatTheCameraWouldRead)
                                      "  level 3 half from 7200 mV\n"
                                      "  level 5 full from 8400 mV\n");
     vconf_set_int("memory/sysman/battery_status_low", 4);
-    EXPECT_TRUE(vcam({"battery"}).out.starts_with("7400 mV, level 4 \n")) << "not described";
+    EXPECT_TRUE(vcam({"battery"}).out.starts_with("7400 mV, level 4\n")) << "not described";
 }
 
 TEST_F(Battery, SuccessiveReadingsFallAlongACurve)

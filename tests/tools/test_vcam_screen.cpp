@@ -127,6 +127,9 @@ TEST(VcamScreen, DamagedAndOddFilesAreDrawnAsFarAsTheyGo)
         EXPECT_GT(draw(camera).width, 0) << text;
         EXPECT_TRUE(succeeded(vcam({"screen"}))) << text;
     }
+    camera.write("/virtual/screen.json", R"({"on":true})");
+    EXPECT_EQ(draw(camera).width, 800) << "as wide as the panel";
+    EXPECT_EQ(draw(camera).height, 480);
 }
 
 TEST(VcamScreen, MissingFontsAreTold)

@@ -93,7 +93,10 @@ std::size_t readings_to_come()
 std::string shown_level()
 {
     const std::optional<int> level = battery_level();
-    return level ? std::to_string(*level) + " " + battery_level_name(*level) : "not known";
+    if (!level)
+        return "not known";
+    const std::string name = battery_level_name(*level);
+    return std::to_string(*level) + (name.empty() ? "" : " ") + name;
 }
 
 void show()

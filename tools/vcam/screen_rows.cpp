@@ -47,7 +47,7 @@ screen_row row_of(const nlohmann::json &value, int color)
 screen_size size_of_screen(const nlohmann::json &screen)
 {
     const nlohmann::json window = screen.value("window", nlohmann::json::object());
-    return {std::clamp(int_of(window, "width", 720), 16, 4096),
+    return {std::clamp(int_of(window, "width", 800), 16, 4096),
             std::clamp(int_of(window, "height", 480), 16, 4096)};
 }
 
