@@ -296,6 +296,12 @@ void rova_osd_grid_printf(int row, const char *fmt, ...)
     factory_osd_grid_text_set(static_cast<uint16_t>(row), text);
 }
 
+void rova_osd_draw(int kind, const char *text)
+{
+    if (int result = factory_osd_draw(kind, text); result < 0)
+        ROVA_LOG_ERR("failed to factory_osd_draw %d (%d) \n", kind, result);
+}
+
 int rova_osd_init()
 {
     state = {};

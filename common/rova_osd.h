@@ -1,10 +1,14 @@
-// Text on the camera's screen: directly, or through the display thread for callers that may not
-// touch the display themselves.
+// Text and drawings on the camera's screen: directly, or through the display thread for callers
+// that may not touch the display themselves.
 #pragma once
 
 // Any thread.  Texts are cut at 511 bytes and lose one line feed at their end.
 void rova_osd_printf(int row, const char *fmt, ...) __attribute__((format(printf, 2, 3)));
 void rova_osd_grid_printf(int row, const char *fmt, ...) __attribute__((format(printf, 2, 3)));
+
+// Puts a drawing over the picture: a kind and its text as platform/factory_osd.h has them.  A
+// failure is logged.  Any thread.
+void rova_osd_draw(int kind, const char *text);
 
 // Main thread.  rova_osd_init returns 0, or -1 with everything undone.
 int rova_osd_init();

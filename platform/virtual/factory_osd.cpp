@@ -28,7 +28,8 @@ json empty_screen()
             {"text_size", usual_size},
             {"background", black},
             {"window", {{"width", 800}, {"height", 480}, {"x", 0}, {"y", 0}}},
-            {"image", nullptr}};
+            {"image", nullptr},
+            {"drawings", json::array()}};
 }
 
 // Members that a hand or an older program left out get their usual value.
@@ -52,6 +53,7 @@ bool clear_all(json &screen)
 {
     screen["text"] = screen["grid"] = json::object();
     screen["image"] = nullptr;
+    screen["drawings"] = json::array();
     screen["background"] = black;
     return true;
 }
@@ -84,6 +86,21 @@ int draw_image(const char *path)
     if (!path || access(virt::path(path).c_str(), R_OK) != 0)
         return -1;
     return virt::change_screen([=](json &screen) { screen["image"] = path; }) ? 0 : -1;
+}
+
+int draw(int kind, const char *text)
+{
+    if (!text)
+        return -1;
+    return virt::change_screen([=](json &screen) {
+        json &drawings = screen["drawings"];
+        if (kind == FACTORY_OSD_DRAW_CLEAR)
+            drawings = json::array();
+        else
+            drawings.push_back({{"kind", kind}, {"text", text}});
+    })
+               ? 0
+               : -1;
 }
 
 } // namespace
@@ -184,4 +201,10 @@ int factory_osd_image_clear(void)
 {
     return changed("factory_osd_image_clear", json::array(),
                    [](json &screen) { screen["image"] = nullptr; });
+}
+
+int factory_osd_draw(int kind, const char *text)
+{
+    return virt::told("factory_osd_draw", {kind, text ? text : ""}, {text},
+                      [=] { return draw(kind, text); });
 }

@@ -110,6 +110,16 @@ TEST_F(Osd, ATextLosesOneLineFeed)
     EXPECT_EQ(last_call(), "factory_osd_text_set(1, \"\")");
 }
 
+TEST_F(Osd, ADrawingIsHandedOnAndItsFailureLogged)
+{
+    rova_osd_draw(50, "1,2,3,4,green");
+    EXPECT_EQ(last_call(), "factory_osd_draw(50, \"1,2,3,4,green\")");
+    EXPECT_FALSE(camera.logged("factory_osd_draw"));
+    camera.fault("factory_osd_draw", "-5");
+    rova_osd_draw(20, "");
+    EXPECT_TRUE(camera.logged("failed to factory_osd_draw 20 (-5)"));
+}
+
 TEST_F(Osd, ARowIsA16BitNumber)
 {
     rova_osd_printf(0x10002, "x");

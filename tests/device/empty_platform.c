@@ -221,6 +221,11 @@ int factory_osd_image_clear(void)
     return 0;
 }
 
+int factory_osd_draw(int kind, const char *text)
+{
+    return 0;
+}
+
 int factory_osd_touch_ready(int draw_lines)
 {
     return 0;

@@ -25,10 +25,12 @@ TEST(FactoryOsd, TheScreenStandsInOneFile)
     EXPECT_EQ(factory_osd_background_color_set(1), 0);
     EXPECT_EQ(factory_osd_window_move_resize(320, 240, 10, 20), 0);
     EXPECT_EQ(factory_osd_image_draw("/sdcard/a.png"), 0);
+    EXPECT_EQ(factory_osd_draw(FACTORY_OSD_DRAW_RECTANGLE, "1,2,3,4,red"), 0);
     json wanted = json::parse(R"({"on": true,
         "text": {"1": {"text": "OK", "color": 4, "size": 20}}, "grid": {"0": "grid"},
         "text_color": 2, "text_size": 20, "background": 1,
-        "window": {"width": 320, "height": 240, "x": 10, "y": 20}, "image": "/sdcard/a.png"})");
+        "window": {"width": 320, "height": 240, "x": 10, "y": 20}, "image": "/sdcard/a.png",
+        "drawings": [{"kind": 50, "text": "1,2,3,4,red"}]})");
     EXPECT_EQ(json::parse(camera.read("/virtual/screen.json")), wanted);
 }
 
@@ -56,11 +58,13 @@ TEST(FactoryOsd, ClearTakesTheWholeWindowAndDeinitTheLayer)
     factory_osd_text_set(1, "a");
     factory_osd_grid_text_set(1, "a");
     factory_osd_image_draw("/tmp/a.png");
+    factory_osd_draw(FACTORY_OSD_DRAW_OK, "");
     factory_osd_background_color_set(3);
     EXPECT_EQ(factory_osd_clear(), 0);
     json screen = virt::read_screen();
     EXPECT_TRUE(screen["on"]);
     EXPECT_TRUE(screen["text"].empty() && screen["grid"].empty() && screen["image"].is_null());
+    EXPECT_TRUE(screen["drawings"].empty());
     EXPECT_EQ(screen["background"], 0);
     factory_osd_text_set(1, "a");
     EXPECT_EQ(factory_osd_deinit(), 0);
@@ -77,6 +81,19 @@ TEST(FactoryOsd, APictureMustExist)
     EXPECT_EQ(factory_osd_image_draw("/sdcard/a.png"), 0);
     EXPECT_EQ(factory_osd_image_clear(), 0);
     EXPECT_TRUE(virt::read_screen()["image"].is_null());
+}
+
+TEST(FactoryOsd, DrawingsStandInTheirOrderUntilTheyAreCleared)
+{
+    test::Camera camera;
+    factory_osd_draw(FACTORY_OSD_DRAW_NG, "a");
+    factory_osd_draw(FACTORY_OSD_DRAW_TEXT, "b");
+    factory_osd_draw(FACTORY_OSD_DRAW_TEXT, "b");
+    EXPECT_LT(factory_osd_draw(FACTORY_OSD_DRAW_TEXT, nullptr), 0);
+    EXPECT_EQ(virt::read_screen()["drawings"], json::parse(R"([{"kind": 20, "text": "a"},
+        {"kind": 2, "text": "b"}, {"kind": 2, "text": "b"}])"));
+    EXPECT_EQ(factory_osd_draw(FACTORY_OSD_DRAW_CLEAR, "0"), 0);
+    EXPECT_EQ(virt::read_screen()["drawings"], json::array());
 }
 
 TEST(FactoryOsd, AnyBytesMayBeShownAndNullMayNot)

@@ -1,5 +1,6 @@
 /*
- * Factory screen service: text, grid text, a background and one picture over the camera's display.
+ * Factory screen service: text, grid text, a background, one picture and drawings over the camera's
+ * display.
  *
  * Each call acts at once; results are 0 on success and negative on failure.  Texts are copied.
  * Any thread.
@@ -29,7 +30,7 @@ int factory_osd_text_size_set(int size);
 int factory_osd_text_color_set(int color);
 int factory_osd_background_color_set(int color);
 
-/* The whole window: texts, grid texts, picture, background. */
+/* The whole window: texts, grid texts, picture, drawings, background. */
 int factory_osd_clear(void);
 
 /* Pixels of the display. */
@@ -38,6 +39,21 @@ int factory_osd_window_move_resize(int width, int height, int x, int y);
 /* `path` is a picture file of the camera. */
 int factory_osd_image_draw(const char *path);
 int factory_osd_image_clear(void);
+
+enum factory_osd_drawing {
+    FACTORY_OSD_DRAW_TEXT = 2,
+    FACTORY_OSD_DRAW_OK = 10,        /* the OK mark; no text */
+    FACTORY_OSD_DRAW_NG = 20,        /* the NG mark, with a text, which may be empty */
+    FACTORY_OSD_DRAW_LINE = 30,      /* upright: "x, y, w, h, colour" */
+    FACTORY_OSD_DRAW_TABLE = 40,     /* a table of results */
+    FACTORY_OSD_DRAW_RECTANGLE = 50, /* its frame: "x,y,w,h,colour" */
+    FACTORY_OSD_DRAW_CLEAR = 60,     /* takes all drawings away; "0" */
+    FACTORY_OSD_DRAW_GAUGE = 70,
+};
+
+/* Put a drawing over what is there.  In a line and a rectangle the numbers are pixels of the
+ * display, the colour a word such as "red", and blanks behind a comma do not count. */
+int factory_osd_draw(int kind, const char *text);
 
 enum factory_osd_touch_state {
     FACTORY_OSD_TOUCH_IDLE = 0,    /* not made ready: touches do not count */
