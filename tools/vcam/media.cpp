@@ -5,6 +5,7 @@
 #include <png.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -41,17 +42,29 @@ uint32_t gradation(int x, int y)
     }
 }
 
-int wave(double phase)
+constexpr int TURN = 1024; // of a wave
+constexpr int RADIAN = 163;
+
+// From 0 to 255; reckoned once, since a picture asks a million times.
+int wave(int phase)
 {
-    return static_cast<int>(127.5 + 127.5 * std::sin(phase));
+    static const std::array<int, TURN> levels = [] {
+        std::array<int, TURN> table = {};
+        for (int i = 0; i < TURN; i++)
+            table[static_cast<std::size_t>(i)] =
+                static_cast<int>(127.5 + 127.5 * std::sin(2 * M_PI * i / TURN));
+        return table;
+    }();
+    return levels[static_cast<std::size_t>(phase) % TURN];
 }
 
 // Soft colours in all directions, as on oil.
 uint32_t oil(int x, int y)
 {
-    const double u = x / 60.0;
-    const double v = y / 60.0;
-    return rgb(wave(u + std::sin(v)), wave(v + std::sin(u) + 2), wave(u + v + 4));
+    const int u = x * RADIAN / 60;
+    const int v = y * RADIAN / 60;
+    return rgb(wave(u + wave(v) * RADIAN / 128), wave(v + wave(u) * RADIAN / 128 + RADIAN),
+               wave(u + v + 4 * RADIAN));
 }
 
 uint32_t colour_bars(int x, int)
