@@ -1,5 +1,63 @@
 #include "lib/pim/rova_pim_config.h"
 
+#include "common/rova_log.h"
+#include "lib/pim/rova_pim.h"
+#include "lib/pim/rova_pim_debug.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <iterator>
+
 rova_pim_pm_config cfgPm;
 rova_pim_dust_config cfgDust;
 rova_pim_noise_config cfgNoise;
+int32_t cmWinW;
+int32_t cmWinH;
+
+namespace
+{
+
+int read_mot(const char *path, const char *project)
+{
+    return rova_pim_read_config_mot(path, &cfgPm, project);
+}
+
+// A test's file; the path takes the project's name in lower case.
+struct config_file {
+    int32_t mode;
+    const char *path;
+    int (*read)(const char *path, const char *project); // NULL: not part of this build
+};
+
+constexpr config_file FILES[] = {
+    {PI_MODE_MOT, "/mnt/mmc/mot_%s.cfg", read_mot},
+    {PI_MODE_DUST, "/mnt/mmc/dust_%s.cfg", nullptr},
+    {PI_MODE_NOISE, "/mnt/mmc/noise_%s.cfg", nullptr},
+    {PI_MODE_MOVIE, "/mnt/mmc/movie_%s.cfg", nullptr},
+};
+
+} // namespace
+
+void rova_pim_lower_name(const char *name, char (&lower)[PIM_LOWER_NAME_SIZE])
+{
+    std::snprintf(lower, sizeof(lower), "%s", name);
+    std::ranges::transform(lower, lower,
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+}
+
+int rova_pim_read_config(const char *project, const char *lower)
+{
+    char path[88];
+    const auto file = std::ranges::find(FILES, GetPIMode(), &config_file::mode);
+    if (file == std::end(FILES)) {
+        rova_pim_report("Can not read Config file!!!");
+        return -1;
+    }
+    std::snprintf(path, sizeof(path), file->path, lower != nullptr ? lower : "");
+    if (file->read == nullptr) {
+        ROVA_LOG_ERR("the reader of %s is not part of this build\n", path);
+        return -1;
+    }
+    return file->read(lower != nullptr ? path : nullptr, project);
+}

@@ -173,3 +173,22 @@ struct rova_pim_noise_config {
 extern rova_pim_pm_config cfgPm;
 extern rova_pim_dust_config cfgDust;
 extern rova_pim_noise_config cfgNoise;
+
+// Size of the last marker search, in pixels of the full image.  No part of the record: the next
+// load sees it.
+extern int32_t cmWinW;
+extern int32_t cmWinH;
+
+inline constexpr char PIM_VERSION[] = "v3.12"; // of this inspection engine
+
+// As much of a project's name as makes its files' names, in lower case.
+inline constexpr std::size_t PIM_LOWER_NAME_SIZE = 19; // with its NUL
+void rova_pim_lower_name(const char *name, char (&lower)[PIM_LOWER_NAME_SIZE]);
+
+// Loads the active mode's configuration from the memory card; `project` is the project's name,
+// which the file has to bear, `lower` the same in lower case.  0, or -1, reported; the record says
+// by configLoaded whether it is whole.  On the command thread, with no callback registered.
+int rova_pim_read_config(const char *project, const char *lower);
+
+// The MOT reader: NULL for one of the three is reported and refused.  As rova_pim_read_config.
+int rova_pim_read_config_mot(const char *path, rova_pim_pm_config *cfg, const char *project);
