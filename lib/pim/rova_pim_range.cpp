@@ -26,7 +26,7 @@ struct axis_lines {
     rova_pim_extent extent;
     int32_t divisor; // of a line's sum
 
-    int32_t count() const { return rova_pim_lines(window, axis); }
+    int32_t count() const { return rova_pim_line_count(window, axis); }
     int32_t mean(int32_t line) const
     {
         return static_cast<int32_t>(rova_pim_line_sum(window, axis, line, extent) / divisor);

@@ -29,7 +29,7 @@ void rova_pim_copy_line(const rova_pim_strip &strip, rova_pim_axis axis, int32_t
                         std::span<int32_t> out);
 
 // How many lines a strip has across an axis, and how many pixels each of them has.
-inline int32_t rova_pim_lines(const rova_pim_strip &strip, rova_pim_axis axis)
+inline int32_t rova_pim_line_count(const rova_pim_strip &strip, rova_pim_axis axis)
 {
     return axis == rova_pim_axis::X ? strip.w : strip.h;
 }

@@ -90,7 +90,7 @@ struct wedge {
     const rova_pim_pm_config &cfg;
 
     int64_t position(int64_t offset) const { return near_end + onwards * offset; }
-    bool holds(int64_t at) const { return at >= 0 && at < rova_pim_lines(strip, axis); }
+    bool holds(int64_t at) const { return at >= 0 && at < rova_pim_line_count(strip, axis); }
 
     int32_t valleys(int64_t at) const
     {

@@ -149,7 +149,8 @@ edge_sums sum_edge(const rova_pim_strip &strip, rova_pim_axis axis, int32_t firs
 // the box has already moved.
 rova_pim_extent find_bars(const rova_pim_strip &strip, rova_pim_axis axis)
 {
-    const int32_t lines = rova_pim_lines(strip, axis), length = rova_pim_line_length(strip, axis);
+    const int32_t lines = rova_pim_line_count(strip, axis),
+                  length = rova_pim_line_length(strip, axis);
     const int32_t far_edge = lines - static_cast<int32_t>(EDGE_LINES);
     const int64_t middle = rova_pim_line_sum(strip, axis, lines / 2, {0, length}) / length;
     const int64_t threshold = middle * 8 / 10;
