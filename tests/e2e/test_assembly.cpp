@@ -1,69 +1,21 @@
 // The final assembly station: passed by an operator with a good camera, and not with any other.
 #include "tests/e2e/operator.h"
-#include "tests/support/text.h"
+#include "tests/e2e/verdicts.h"
 
 #include "common/rova_util.h"
 
-#include <algorithm>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
-#include <regex>
 
+using e2e::ended_at;
 using e2e::Line;
+using e2e::Lines;
+using e2e::verdicts;
 
 namespace
 {
 
 constexpr char SCRIPT[] = EXAMPLES "/assembly.adj";
 constexpr char FALLS[] = "/opt/share/rova/free_fall.txt";
-
-using Lines = std::vector<std::string>;
-
-// The script's commands, in their order.
-Lines commands()
-{
-    std::ifstream script(SCRIPT);
-    const std::string text(std::istreambuf_iterator<char>(script), {});
-    Lines found = test::lines_of(text);
-    std::erase_if(found, [](const std::string &line) { return line.empty() || line[0] == '/'; });
-    return found;
-}
-
-// What is told when the commands ahead of `last` ended with OK, it as `verdict` says, and all
-// others did not run.
-Lines ended_at(const std::string &last, const std::string &verdict)
-{
-    Lines told;
-    std::string next = "OK";
-    for (const std::string &command : commands()) {
-        const bool is_last = command == last;
-        told.push_back((is_last ? verdict : next) + " " + command);
-        if (is_last)
-            next = "skipped";
-    }
-    return told;
-}
-
-// How many of the lines tell of an OK.
-std::size_t count_ok(const Lines &told)
-{
-    return static_cast<std::size_t>(std::ranges::count_if(
-        told, [](const std::string &line) { return line.starts_with("OK "); }));
-}
-
-// The verdict and the text of each command that vcam run tells.
-Lines verdicts(const std::string &output)
-{
-    static const std::regex result("^ *[0-9]+  (OK|NG|skipped) +(?:[0-9.]+ s)? +(.*)$");
-    Lines told;
-    for (const std::string &line : test::lines_of(output)) {
-        std::smatch parts;
-        if (std::regex_match(line, parts, result))
-            told.push_back(parts[1].str() + " " + parts[2].str());
-    }
-    return told;
-}
 
 class Station
 {
@@ -246,7 +198,7 @@ TEST(Assembly, IsPassedByAnOperatorWithAGoodCamera)
     const auto run =
         station.person.work(SCRIPT, [&](const std::string &what) { station.person.obey(what); });
     EXPECT_EQ(run.status, 0) << run.out << run.err;
-    EXPECT_EQ(verdicts(run.out), ended_at("osd grid_text 21 done", "OK")) << run.out;
+    EXPECT_EQ(verdicts(run.out), ended_at(SCRIPT, "osd grid_text 21 done", "OK")) << run.out;
 
     const Line &line = station.line;
     EXPECT_EQ(line.read("/sdcard/free_fall.txt"), "2026-11-19 1.2 m\n");
@@ -274,7 +226,7 @@ TEST_P(AssemblyFault, IsNgAtItsLineAndAllBehindItAreSkipped)
     });
     EXPECT_TRUE(found) << fault.request << " was not asked for";
     EXPECT_EQ(run.status, 1) << run.out << run.err;
-    EXPECT_EQ(verdicts(run.out), ended_at(fault.ng, "NG")) << run.out;
+    EXPECT_EQ(verdicts(run.out), ended_at(SCRIPT, fault.ng, "NG")) << run.out;
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, AssemblyFault, testing::ValuesIn(FAULTS), row_name);
@@ -283,8 +235,8 @@ TEST_P(AssemblyStop, EndsTheWaitWithOkAndAllBehindItAreSkipped)
 {
     const stop_row &stop = GetParam();
     const Station station;
-    Lines expected = ended_at(stop.last, "OK");
-    const std::size_t begun = count_ok(expected);
+    Lines expected = ended_at(SCRIPT, stop.last, "OK");
+    const std::size_t begun = e2e::count_ok(expected);
     const auto run = station.person.work(SCRIPT, [&](const std::string &what) {
         if (what != stop.request)
             return station.person.obey(what);
