@@ -42,6 +42,16 @@ std::string printed(const std::string &text)
     return test::captured_output([&] { rova_pim_debug("%s", text.c_str()); });
 }
 
+void report(const std::string &text)
+{
+    rova_pim_report("%s", text.c_str());
+}
+
+void report_chart()
+{
+    rova_pim_report(" WRONG %d : %s \n\n", 3, "chart");
+}
+
 } // namespace
 
 TEST_F(Debug, TheStandardOutputIsOfItsOwn)
@@ -182,24 +192,21 @@ TEST_F(Debug, AFullCardIsToldOnceAtTheClose)
 TEST_F(Debug, AReportGoesToTheSinkAndAsOneLineToTheLog)
 {
     gDbgPrintOnOff = PIM_DEBUG_STDOUT;
-    EXPECT_EQ(test::captured_output([] { rova_pim_report(" WRONG %d : %s \n\n", 3, "chart"); }),
-              " WRONG 3 : chart \n\n");
+    EXPECT_EQ(test::captured_output(report_chart), " WRONG 3 : chart \n\n");
     EXPECT_TRUE(camera.logged("WRONG 3 : chart"));
     EXPECT_FALSE(camera.logged(" WRONG 3 : chart \n"));
 }
 
 TEST_F(Debug, AReportIsLoggedWhereTheSinkPrintsNothing)
 {
-    EXPECT_EQ(test::captured_output([] { rova_pim_report(" FILE OPEN ERROR : %s \n\n", "a"); }),
-              "");
+    EXPECT_EQ(test::captured_output([] { report(" FILE OPEN ERROR : a \n\n"); }), "");
     EXPECT_TRUE(camera.logged("FILE OPEN ERROR : a"));
 }
 
 TEST_F(Debug, AReportOfBlanksOrOfAnyLengthIsSafe)
 {
     gDbgPrintOnOff = PIM_DEBUG_STDOUT;
-    EXPECT_EQ(test::captured_output([] { rova_pim_report(" \n\n"); }), " \n\n");
-    const std::string text =
-        test::captured_output([] { rova_pim_report("%s\n", std::string(2000, 'x').c_str()); });
+    EXPECT_EQ(test::captured_output([] { report(" \n\n"); }), " \n\n");
+    const std::string text = test::captured_output([] { report(std::string(2000, 'x')); });
     EXPECT_EQ(text, std::string(511, 'x'));
 }

@@ -74,7 +74,7 @@ protected:
     std::string failing_read(const std::string &text)
     {
         int result = 0;
-        const std::string printed = test::captured_output([&] { result = read(text); });
+        std::string printed = test::captured_output([&] { result = read(text); });
         EXPECT_EQ(result, -1);
         return printed;
     }
