@@ -41,6 +41,34 @@ std::string delays(const std::string &milliseconds, int count)
     return script;
 }
 
+// A command whose script of the radio ends only once this file is gone.
+constexpr char HELD[] = "/tmp/held";
+
+void run_until_script_holds(const Line &line)
+{
+    line.write("/usr/bin/wlan.sh", "#!/bin/sh\ncd $ROVA_SYSROOT/tmp\ntouch held\n"
+                                   "while [ -e held ]; do sleep 0.01; done\n");
+    line.card_script("radio.adj", "wifi control_dut wifi_on\nosd string 1 more\n");
+    line.start_alone({});
+    ASSERT_TRUE(test::wait_for([&] { return line.exists(HELD); }));
+}
+
+// The daemon has begun to stop, and waits.
+void end_the_script(const Line &line)
+{
+    ASSERT_TRUE(line.hears("rova-client: thread terminated."));
+    ASSERT_TRUE(test::wait_for([&] {
+        return line.waiting_in(MAIN) == SYS_futex && line.waiting_in("ROVA Server") == SYS_wait4;
+    }));
+    EXPECT_FALSE(line.tells("exited, rv=0"));
+    line.remove(HELD);
+    ASSERT_TRUE(test::wait_for([&] { return line.daemon_gone(); }));
+    EXPECT_EQ(line.told("exited, rv=0"), 1);
+    EXPECT_EQ(line.told("1th cmd done [OK]"), 1);
+    EXPECT_EQ(line.told("program exited."), 1);
+    EXPECT_EQ(line.key_int(STOP_CMD), 0);
+}
+
 } // namespace
 
 TEST(StopKey, EndsTheRunningCommandAndSkipsTheQueuedOnes)
@@ -169,6 +197,24 @@ TEST(StopKey, WithASecondStopBehindItStillEndsOnce)
     test::send_signal(pid, SIGTERM);
     ASSERT_TRUE(test::wait_for([&] { return line.daemon_gone(); }));
     EXPECT_EQ(line.told("program exited."), 1);
+}
+
+TEST(StopKey, WaitsForTheScriptOfARunningCommand)
+{
+    const Line line;
+    run_until_script_holds(line);
+    line.key(STOP_CMD, 1);
+    end_the_script(line);
+    EXPECT_EQ(line.told("2th cmd skipped [card]"), 1);
+}
+
+TEST(StopSignal, WaitsForTheScriptOfARunningCommand)
+{
+    const Line line;
+    run_until_script_holds(line);
+    line.signal(SIGTERM);
+    end_the_script(line);
+    EXPECT_EQ(line.told("2th cmd done [OK]"), 1);
 }
 
 TEST(TwoCameras, DoNotDisturbEachOther)
