@@ -421,6 +421,8 @@ int rova_cmd_wifi_scan(uint32_t cmd_type, cmd_data *record)
     for (int retry = SCAN_ATTEMPTS - 1; retry >= 0; retry--) {
         if (scan_once(retry, &result))
             return rova_cmd_ok(cmd_type);
+        if (rova_check_stop() != 0)
+            break;
         sys_usleep(SCAN_PAUSE_US);
     }
     return rova_cmd_resp(cmd_type, result, nullptr);

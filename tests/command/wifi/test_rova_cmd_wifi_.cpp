@@ -1,5 +1,8 @@
 #include "tests/command/wifi/wifi_test.h"
 
+#include <cerrno>
+#include <sstream>
+
 using namespace test;
 using ::testing::AllOf;
 using ::testing::Contains;
@@ -16,6 +19,17 @@ std::string number_answer(bool ok, const std::string &number)
 {
     return std::string("resp : ") + (ok ? "OK" : "NG") + " <ptp> 0x10040001, " + number +
            ", 0x00000000 \n";
+}
+
+// The tag of the last line with this text.
+std::string tag_of(const std::string &log, const std::string &text)
+{
+    const std::size_t line = log.rfind('\n', log.rfind(text)) + 1;
+    std::istringstream words(log.substr(line));
+    std::string tag;
+    for (int word = 0; word < 5; word++)
+        words >> tag;
+    return log.find(text) != std::string::npos ? tag : "no such line";
 }
 
 } // namespace
@@ -56,6 +70,33 @@ TEST_F(Wifi, LogsInGreenUnderTheRadiosTagAndErrorsInRed)
     EXPECT_THAT(camera.platform_log(), Not(HasSubstr("SYS_ROVA")));
     run("wifi rx stop_rx");
     EXPECT_THAT(camera.platform_log(), HasSubstr("SYS_ROVA"));
+}
+
+TEST_F(Wifi, WhatGoesWrongIsToldUnderTheDaemonsTag)
+{
+    camera.fault("sys_fopen", "0 errno EACCES on .mac.info");
+    add_script("/sdcard/scan.sh", READY);
+    camera.write("/sdcard/ap.list", "noise\n");
+    run("wifi control_dut wifi_on"); // there is no script
+    run("wifi scan");
+    camera.remove("/sdcard/ap.list");
+    run("wifi scan");
+    run("wifi addr_get");
+    run("wifi addr_set 0");
+    run("wifi addr_set 0123456789AB");
+    run("wifi set_country_channel_5g us");
+    run("wifi set_country KR");
+    wrap_fail("fork", -1, EAGAIN, 1, true);
+    run("wifi control_dut wifi_on");
+    run("wifi scan");
+    for (const char *error : {"Fail to execute command", "AP NOT FOUND", "Failed to open ap.list",
+                              "GET WiFi MAC: ERROR", "SET WiFi MAC: ERROR1", "file open failed",
+                              "SET WiFi MAC: ERROR2", "wrong data", "failed to fork",
+                              "Failed to load wireless device driver", "Failed to excute iwlist"})
+        EXPECT_EQ(tag_of(camera.platform_log(), error), "SYS_ROVA") << error;
+    for (const char *good : {"Inside child", "exited, rv=1", "STA_START ret=-5", "set_country : OK",
+                             "Successfully excueted iwlist", "WiFi MAC in NAND"})
+        EXPECT_EQ(tag_of(camera.platform_log(), good), "ROVACONN") << good;
 }
 
 // ------------------------------------------------------------------------- settings

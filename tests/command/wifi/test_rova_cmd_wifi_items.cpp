@@ -114,6 +114,18 @@ TEST_F(Wifi, AddrGetOfAnAddressNeverSetIsRefused)
     EXPECT_TRUE(camera.logged("GET WiFi MAC: ERROR"));
     EXPECT_THAT(osd(), ElementsAre("factory_osd_text_set[2,\"GET WiFi MAC: ERROR[]\"]"));
     EXPECT_EQ(camera.read("/sdcard/wifi_addr.csv"), "Index,CIS S/N,WiFi address\r\n");
+    camera.write("/sdcard/info.tgw", "");
+    EXPECT_THAT(run("wifi addr_get", ROVA_CMD_PTP),
+                EndsWith("resp : NG <ptp> 0x10000002, 0x00000001, 0x00010000 \n"));
+    EXPECT_EQ(camera.key_string("memory/private/pmode_stream"), "/tmp/wifi_addr.csv");
+}
+
+TEST_F(Wifi, AddrGetOfAnAddressInPartIsRefused)
+{
+    ASSERT_NE(rova_set_adjdata(ADJ_ID_WIFI_MAC_ADDR, "0123456789A", 12, 1), 0);
+    EXPECT_THAT(run("wifi addr_get"), EndsWith(NG));
+    EXPECT_TRUE(camera.logged("WiFi MAC in NAND [11]= 0123456789A"));
+    EXPECT_THAT(osd(), ElementsAre("factory_osd_text_set[2,\"GET WiFi MAC: ERROR[0123456789A]\"]"));
 }
 
 TEST_F(Wifi, AddrGetNeedsAParameterButNoCard)
@@ -230,4 +242,5 @@ TEST_F(Wifi, CountryChannel5gWithoutItsFileIsRefused)
     EXPECT_TRUE(camera.logged("file open failed"));
     EXPECT_TRUE(camera.logged("SET C.CH 5GHz: ERROR2[KR]"));
     EXPECT_EQ(osd().back(), "factory_osd_text_set[2,\"SET C.CH 5GHz: ERROR2[KR]\"]");
+    EXPECT_FALSE(camera.logged("country code ["));
 }

@@ -2,6 +2,7 @@
 #include "tests/command/wifi/wifi_test.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <future>
@@ -108,6 +109,32 @@ TEST_F(Wifi, WhatBecomesOfTheScriptDoesNotCount)
         EXPECT_THAT(told_by("wifi control_dut close_dut", OK), Contains(message));
         EXPECT_THAT(told_by("wifi control_dut wifi_off", OK), Contains(message));
     }
+}
+
+// The daemon blocks its ending signals in all threads.
+TEST_F(Wifi, AScriptCanBeEndedByASignalThatTheDaemonBlocks)
+{
+    sigset_t ending, before;
+    sigemptyset(&ending);
+    sigaddset(&ending, SIGTERM);
+    ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &ending, &before), 0);
+    add_script(WLAN_SCRIPT, std::string(READY) + "kill -TERM $$\n");
+    EXPECT_THAT(told_by("wifi control_dut wifi_on", OK), Contains("killed by signal 15"));
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+TEST_F(Wifi, ASignalToTheDaemonDoesNotEndTheWaitForAScript)
+{
+    struct sigaction counts = {};
+    struct sigaction before = {};
+    static std::atomic<int> signals;
+    counts.sa_handler = [](int) { signals++; };
+    ASSERT_EQ(sigaction(SIGUSR1, &counts, &before), 0);
+    add_script(WLAN_SCRIPT,
+               std::string(READY) + "for n in 1 2 3 4 5; do kill -USR1 $PPID; sleep 0.01; done\n");
+    EXPECT_THAT(told_by("wifi control_dut wifi_on", OK), Contains("exited, rv=0"));
+    EXPECT_GT(signals, 0);
+    sigaction(SIGUSR1, &before, nullptr);
 }
 
 TEST_F(Wifi, AScriptThatCannotBeRunIsLoggedAndDoesNotCount)
@@ -380,10 +407,15 @@ TEST_F(WifiScan, TheScriptsEndDoesNotCountButItsList)
     EXPECT_TRUE(camera.logged("killed by signal 9"));
 }
 
-TEST_F(WifiScan, EndsSoonWhenTheDaemonIsAskedToStop)
+TEST_F(WifiScan, TriesNoMoreWhenTheDaemonIsAskedToStop)
 {
     found("ESSID:one\nESSID:two\n");
+    add_script(SCAN_SCRIPT, "#!/bin/sh\necho x >>$ROVA_SYSROOT/tmp/runs\n");
     virt::set_int("memory/rova/stop_cmd", 1);
     EXPECT_EQ(run("wifi scan x"), NG);
     EXPECT_EQ(lines_read(), 0U);
+    camera.remove(AP_LIST);
+    EXPECT_EQ(run("wifi scan x"), OK) << "no attempt has found none";
+    EXPECT_EQ(camera.read("/tmp/runs"), "x\nx\n") << "one attempt each";
+    EXPECT_EQ(pauses(), 0U);
 }
