@@ -144,7 +144,8 @@ int64_t walk_on(const wedge &wedge, int64_t from)
             return result;
         }
     }
-    return hits > 0 && fails < wedge.cfg.failCnt ? wedge.position(wedge.span) : result;
+    // The fails were too few to end it.
+    return hits > 0 ? wedge.position(wedge.span) : result;
 }
 
 } // namespace

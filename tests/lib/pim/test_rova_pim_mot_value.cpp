@@ -174,13 +174,14 @@ TEST_F(MotValue, IsMagnifiedInSinglePrecisionAndInOrder)
     cfg->chartHeight[1] = 1e34F; // and both parts: no number
     value(60);
     EXPECT_EQ(values(), "2000 1000");
-    // 1025 x 2.8 x 2000 x 440 / 800000 is 3157, and a little less with the 2.8 that a float holds.
+    // 1125 x 1.84 x 2000 x 440 / 800000 is 2277, and a little less with the 1.84 that a float holds
+    // unless each product is cut to a float in turn.
     chart.ref[1] = 11000;
     cfg->chartHeight[1] = 2;
     cfg->effectivePixel = 440;
-    cfg->centerPimaHeight[1] = 2.8F;
-    value(11, 10, 410);
-    EXPECT_EQ(values(), "1025 3157");
+    cfg->centerPimaHeight[1] = 1.84F;
+    value(15, 10, 410);
+    EXPECT_EQ(values(), "1125 2277");
 }
 
 TEST_F(MotValue, ASizeOfZeroIsReportedAndGivesTheLeastValue)

@@ -233,6 +233,9 @@ TEST_F(RangeSearch, TheLengthOfAStoutWedgeIsPlausible)
     // 95 per cent of 40 are 38.
     EXPECT_THAT(search(Window(40, 20).column(1).column(39), 0), ElementsAre(1, 39, 0, 20, 0));
     EXPECT_THAT(search(Window(40, 20).column(1), 0), ElementsAre(1, 40, 0, 20, 1));
+    // 95 per cent of 50 are 47.
+    EXPECT_THAT(search(Window(50, 20).column(1).column(48), 0), ElementsAre(1, 48, 0, 20, 0));
+    EXPECT_THAT(search(Window(50, 20).column(1).column(49), 0), ElementsAre(1, 49, 0, 20, 1));
     // A band that was empty is not made good.
     EXPECT_THAT(search(Window(20, 8).column(16), 0), ElementsAre(0, 16, 0, 8, 1));
 }

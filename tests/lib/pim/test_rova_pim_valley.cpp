@@ -83,6 +83,14 @@ TEST_F(Valley, ARiseThatIsTooSmallCountsTowardsTheNextOne)
     EXPECT_EQ(count({100, 80, 90, 70, 79}), 0);
 }
 
+// The fall of 30 went into the first valley; one of 5 is left before the second.
+TEST_F(Valley, BothSumsBeginAnewBehindAValley)
+{
+    cfg->sucValleyDepth = 20;
+    EXPECT_EQ(count({100, 70, 100, 95, 125}), 1);
+    EXPECT_EQ(count({100, 70, 100, 80, 110}), 2);
+}
+
 TEST_F(Valley, TheOffsetLeavesOutBothEnds)
 {
     const Line line = {100, 50, 100, 50, 100};

@@ -347,6 +347,17 @@ TEST_F(FullImage, MeasuresAStandingWedge)
     EXPECT_EQ(cfg->posCorrected[0], 56);
 }
 
+// Its rows are searched, 80 of them and 30 on either side.
+TEST_F(FullImage, ASquareStands)
+{
+    full.fill({0, 0, 399, 399}, PAPER);
+    place(0, {100, 100, 179, 179});
+    full.fill({100, 95, 179, 95}, INK);
+    full.fill({100, 185, 179, 185}, INK);
+    EXPECT_THAT(measure(full), HasSubstr(" - Start/End = [   25 ~  115 ]\n"));
+    EXPECT_EQ(corners(cfg->orgAbsPima[0]), "100,95 179,184 80x90");
+}
+
 // From the bar at 136 down to line 80 of 25 to 136: 2000 x (111 - 55) / 111 = 1009 TV lines are
 // told apart up to there.
 TEST_F(FullImage, ADirectionTurnsTheWedgeRound)
