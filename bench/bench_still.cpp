@@ -1,6 +1,7 @@
 // A still's way through the library, from its delivery by the capture service to the release of its
 // last buffer: against the bare calls that it makes, and against one copy of a Y plane.
 #include "lib/pim/rova_pim.h"
+#include "lib/pim/rova_pim_avcs.h"
 #include "lib/pim/rova_pim_config.h"
 #include "lib/pim/rova_pim_movie.h"
 #include "lib/rova_app_thread.h"

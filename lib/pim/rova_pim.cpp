@@ -25,9 +25,6 @@ namespace
 
 constexpr char CLIENT_NAME[] = "pimode";
 
-constinit std::atomic<rova_pim_live_view> live_view = nullptr;
-constinit std::atomic<bool> live_view_refused = false; // told once until a frame is sound
-
 // The chroma plane's address, counted as the camera counts: in 32 bits.
 uint32_t chroma_address(uint32_t y_address, int32_t width, int32_t height)
 {
@@ -124,22 +121,6 @@ const char *chart_name(int32_t chart)
     return known ? NAMES[chart] : "unknown";
 }
 
-// In 4:2:0: half of the Y plane's size behind it.
-bool find_frame(const capture_live_view &frame, rova_pim_image *image)
-{
-    const auto rows = static_cast<uint64_t>(std::max(frame.height, 0));
-    const uint64_t bytes = static_cast<uint64_t>(std::max(frame.pitch, 0)) * rows * 3 / 2;
-    if (frame.width <= 0 || frame.pitch < frame.width || frame.y_address == 0 || bytes == 0 ||
-        bytes > ROVA_PIM_ADDRESS_END - frame.y_address)
-        return false;
-    *image = {{rova_pim_plane(frame.y_address), static_cast<std::size_t>(bytes)},
-              frame.width,
-              frame.height,
-              frame.pitch,
-              CS420_Y_CbCr};
-    return true;
-}
-
 } // namespace
 
 void SendSetChart(int32_t chart)
@@ -182,12 +163,6 @@ int rova_pim_unregister_image_callback_id(int handle, uint32_t)
     return logged("UnRegImageCallbackId", UnRegImageCallbackId(handle, CAPTURE_LIVE_VIEW_ID));
 }
 
-void rova_pim_set_live_view(rova_pim_live_view function)
-{
-    live_view = function;
-    live_view_refused = false;
-}
-
 void rova_pim_capture_data_receiver(uint32_t, const capture_still *still)
 {
     rova_pim_print("%s, %d\n", __func__, __LINE__);
@@ -211,24 +186,6 @@ void rova_pim_capture_data_receiver(uint32_t, const capture_still *still)
     release_picture_set(img_data);
     gCaptureDone = 1;
     rova_pim_print("\033[42m%s, %d : %s function done\033[0m\n", __func__, __LINE__, __func__);
-}
-
-void rova_pim_liveview_data_receiver(uint32_t, const capture_live_view *frame)
-{
-    rova_pim_image image = {};
-    const rova_pim_live_view function = live_view;
-    const bool sound = frame != nullptr && find_frame(*frame, &image);
-    if (sound && function != nullptr) {
-        live_view_refused = false;
-        function(image);
-        return;
-    }
-    if (live_view_refused.exchange(true))
-        return;
-    if (!sound)
-        ROVA_LOG_ERR("refused a live-view frame\n");
-    else
-        ROVA_LOG_ERR("the live view's test is not part of this build\n");
 }
 
 int32_t rova_pim_next_name(std::string_view name, char *next, std::size_t size)

@@ -86,10 +86,6 @@ using rova_pim_test = void (*)(const rova_pim_still &still);
 // takes it away.  1, or 0 for another mode.
 int rova_pim_set_test(int32_t mode, rova_pim_test test);
 
-// What a live-view frame goes to; throws nothing.  NULL takes it away.
-using rova_pim_live_view = void (*)(const rova_pim_image &frame);
-void rova_pim_set_live_view(rova_pim_live_view function);
-
 // Routes a still to the active test; dumps it before if the configuration says so.  Addresses are
 // those of planes that the service keeps for the time of the call.
 void CheckMain(int32_t mainGWidth, int32_t mainGHeight, int32_t mainWidth, int32_t mainHeight,
@@ -97,10 +93,9 @@ void CheckMain(int32_t mainGWidth, int32_t mainGHeight, int32_t mainWidth, int32
                int32_t screenWidth, int32_t screenHeight, uint32_t screenY, uint32_t screenC,
                int32_t chart, int32_t reserved, int32_t fileNumber);
 
-// The capture service's callbacks.  A still's buffers are given back and gCaptureDone is set in any
-// case.
+// The capture service's callback for stills (rova_pim_avcs.h has the live view's).  A still's buffers
+// are given back and gCaptureDone is set in any case.
 void rova_pim_capture_data_receiver(uint32_t id, const capture_still *still);
-void rova_pim_liveview_data_receiver(uint32_t id, const capture_live_view *frame);
 
 // From a JPEG's name, which ends in four digits and four characters of extension, to the next
 // one's, cut at `size` bytes with its NUL.  Returns the next one's number.  A shorter name has no

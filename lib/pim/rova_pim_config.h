@@ -192,3 +192,6 @@ int rova_pim_read_config(const char *project, const char *lower);
 
 // The MOT reader: NULL for one of the three is reported and refused.  As rova_pim_read_config.
 int rova_pim_read_config_mot(const char *path, rova_pim_pm_config *cfg, const char *project);
+
+// Opens the debug sink's file if the configuration wants one; what keeps it shut is reported.
+void rova_pim_open_debug_file(const rova_pim_pm_config &cfg);

@@ -4,6 +4,7 @@
 #include "lib/pim/rova_pim_debug.h"
 #include "lib/pim/rova_pim_lines.h"
 #include "lib/pim/rova_pim_result.h"
+#include "lib/pim/rova_pim_window.h"
 
 #include <algorithm>
 #include <cstring>
@@ -230,12 +231,6 @@ void print_banner(const char *middle)
     rova_pim_debug(RULE);
 }
 
-void open_debug_file(const rova_pim_pm_config &cfg)
-{
-    if (cfg.dbgPrint != 0 && rova_pim_debug_open(cfg.debugFile) != 0)
-        rova_pim_report(" Can Not Open Debug File : %s \n", cfg.debugFile);
-}
-
 // The first five lines are printed when there is a file to print to, the engine's version with the
 // model's name, which the sink of an earlier load would not show.
 void print_head(const rova_pim_pm_config &cfg)
@@ -260,7 +255,7 @@ int read_head(rova_pim_lines &lines, rova_pim_pm_config &cfg, const char *projec
     gRstPrintOpt = cfg.rstPrint;
     if (rova_pim_read_rows(lines, DEBUG_FILE_ROW, &cfg) != 0)
         return -1;
-    open_debug_file(cfg);
+    rova_pim_open_debug_file(cfg);
     print_head(cfg);
     return 0;
 }
@@ -305,45 +300,17 @@ void derive_levels(rova_pim_chart_config &chart, ChartResult &result)
     }
 }
 
-// The mean of two distances.
-int32_t mean_distance(int32_t from, int32_t to, int32_t other_from, int32_t other_to)
-{
-    return narrow((int64_t{to} - from + other_to - other_from) / 2);
-}
-
 void derive_marker_distance(rova_pim_chart_config &chart)
 {
-    const auto &[lt, lb, rt, rb] = chart.cm;
-    chart.cmDist = {mean_distance(lt.x, rt.x, lb.x, rb.x), mean_distance(lt.y, lb.y, rt.y, rb.y)};
+    chart.cmDist = rova_pim_marker_distance(chart.cm);
     rova_pim_debug(" CM DIST. : %d %d \n", chart.cmDist.x, chart.cmDist.y);
-}
-
-// 0 for a size that is none.
-int32_t clamp_to(int64_t value, int32_t size)
-{
-    return narrow(std::min<int64_t>(std::max<int64_t>(value, 0), std::max(size, 0)));
-}
-
-rova_pim_box marker_window(const rova_pim_point &centre, const rova_pim_pm_config &cfg)
-{
-    const int64_t w = cmWinW / 2;
-    const int64_t h = cmWinH / 2;
-    rova_pim_box box = {.x0 = clamp_to(centre.x - w, cfg.imageW),
-                        .y0 = clamp_to(centre.y - h, cfg.imageH),
-                        .x1 = clamp_to(centre.x + w, cfg.imageW),
-                        .y1 = clamp_to(centre.y + h, cfg.imageH),
-                        .w = 0,
-                        .h = 0};
-    box.w = box.x1 - box.x0;
-    box.h = box.y1 - box.y0;
-    return box;
 }
 
 void derive_markers(const rova_pim_pm_config &cfg, rova_pim_chart_config &chart)
 {
     derive_marker_distance(chart);
     for (int k = 0; k < PIM_MARKERS; k++)
-        chart.cmExpected[k] = marker_window(chart.cm[k], cfg);
+        chart.cmExpected[k] = rova_pim_marker_window(chart.cm[k], cfg);
 }
 
 int read_chart(rova_pim_lines &lines, rova_pim_pm_config &cfg, int index)
@@ -408,6 +375,12 @@ bool all_given(const char *path, const rova_pim_pm_config *cfg, const char *proj
 }
 
 } // namespace
+
+void rova_pim_open_debug_file(const rova_pim_pm_config &cfg)
+{
+    if (cfg.dbgPrint != 0 && rova_pim_debug_open(cfg.debugFile) != 0)
+        rova_pim_report(" Can Not Open Debug File : %s \n", cfg.debugFile);
+}
 
 int rova_pim_read_config_mot(const char *path, rova_pim_pm_config *cfg, const char *project)
 {

@@ -1,5 +1,6 @@
 #include "lib/pim/rova_pim.h"
 
+#include "lib/pim/rova_pim_avcs.h"
 #include "lib/pim/rova_pim_config.h"
 #include "lib/rova_app_thread.h"
 #include "platform/virtual/capture.h"
@@ -48,11 +49,6 @@ std::vector<rova_pim_still> &tested()
     static std::vector<rova_pim_still> stills;
     return stills;
 }
-std::vector<rova_pim_image> &seen()
-{
-    static std::vector<rova_pim_image> frames;
-    return frames;
-}
 uint64_t g_sum;
 std::function<void()> g_in_test;
 
@@ -80,11 +76,6 @@ void note_still(const rova_pim_still &still)
 {
     tested().push_back(still);
 }
-void note_frame(const rova_pim_image &frame)
-{
-    seen().push_back(frame);
-}
-
 // Reads all that it was given, and notes it.
 void take_still(const rova_pim_still &still)
 {
@@ -95,12 +86,6 @@ void take_still(const rova_pim_still &still)
     for (uint8_t byte : still.screen.bytes)
         g_sum += byte;
     note_still(still);
-}
-void take_frame(const rova_pim_image &frame)
-{
-    for (uint8_t byte : frame.bytes)
-        g_sum += byte;
-    note_frame(frame);
 }
 
 // What the service delivered, byte for byte, before the receiver had it.
@@ -166,7 +151,6 @@ struct Pim : testing::Test {
         cfgDust = {.RunDustFunc = 1};
         cfgNoise = {.RunNoiseFunc = 1};
         tested().clear();
-        seen().clear();
         given_back().clear();
         g_in_test = nullptr;
         g_name = "/sdcard/DCIM/100PHOTO/IMG_0012.JPG";
@@ -182,7 +166,6 @@ struct Pim : testing::Test {
         rova_register_app_func(ROVA_APP_STILL_NAME, nullptr);
         for (int32_t mode : {PI_MODE_MOT, PI_MODE_DUST, PI_MODE_NOISE})
             rova_pim_set_test(mode, nullptr);
-        rova_pim_set_live_view(nullptr);
         cfgPm = {};
         cfgDust = {};
         cfgNoise = {};
@@ -253,14 +236,6 @@ struct Pim : testing::Test {
         EXPECT_TRUE(dumps().empty()) << why;
     }
 };
-
-std::size_t count_of(const std::string &log, const std::string &text)
-{
-    std::size_t count = 0;
-    for (std::size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + 1))
-        count++;
-    return count;
-}
 
 std::pair<int32_t, std::string> next_of(const std::string &name)
 {
@@ -547,14 +522,25 @@ TEST_F(Pim, NoStillIsTestedInMovieModeNorInNone)
 TEST_F(Pim, ATestThatIsNotThereIsLoggedAndTheStillReleased)
 {
     cfgPm.saveRaw = 1;
-    for (auto [mode, name] :
-         {std::pair(PI_MODE_MOT, "MOT"), {PI_MODE_DUST, "Dust"}, {PI_MODE_NOISE, "Noise"}}) {
+    for (auto [mode, name] : {std::pair(PI_MODE_DUST, "Dust"), {PI_MODE_NOISE, "Noise"}}) {
         rova_pim_set_test(mode, nullptr);
         SetPIMode(mode);
         receive();
         EXPECT_TRUE(camera.logged("the " + std::string(name) + " test is not part of this build"));
     }
-    EXPECT_THAT(released(), ElementsAre(2, 3, 4, 2, 3, 4, 2, 3, 4));
+    EXPECT_THAT(released(), ElementsAre(2, 3, 4, 2, 3, 4));
+    EXPECT_THAT(dumps(), ElementsAre("HVXF_0013.yuv.raw"));
+}
+
+TEST_F(Pim, WithoutAnotherTheMotTestIsTheEnginesOwn)
+{
+    cfgPm.saveRaw = 1;
+    rova_pim_set_test(PI_MODE_MOT, nullptr);
+    SetPIMode(PI_MODE_MOT);
+    receive();
+    EXPECT_TRUE(camera.logged("WRONG !!! : [ WIDE ] Range Size = 0"));
+    EXPECT_TRUE(tested().empty());
+    EXPECT_THAT(released(), ElementsAre(2, 3, 4));
     EXPECT_THAT(dumps(), ElementsAre("HVXF_0013.yuv.raw", "HVXS_0013.yuv.raw"));
 }
 
@@ -660,13 +646,6 @@ TEST_F(Pim, APictureMayEndAt4GiB)
     set.mainYAddress = static_cast<uint32_t>(0 - PITCH * ROWS * 2);
     receive();
     EXPECT_EQ(tested().size(), 1u);
-    rova_pim_set_live_view(note_frame);
-    capture_live_view frame = {};
-    frame.pitch = frame.width = 64;
-    frame.height = 4;
-    frame.y_address = static_cast<uint32_t>(0 - 64 * 4 * 3 / 2);
-    rova_pim_liveview_data_receiver(CAPTURE_LIVE_VIEW_ID, &frame);
-    EXPECT_EQ(seen().size(), 1u);
 }
 
 TEST_F(Pim, AnAbsurdScreenNailIsRefusedWhereItIsLookedAt)
@@ -804,76 +783,4 @@ TEST_F(Pim, TheDigitsOfALongNameAreFound)
     g_name = name.c_str();
     EXPECT_THAT(receive(), HasSubstr("file_num = [42]\n"));
     EXPECT_EQ(std::string(gMotExifInfo.filename), name.substr(0, 63));
-}
-
-TEST_F(Pim, LiveViewFramesReachTheirTest)
-{
-    rova_pim_set_live_view(take_frame);
-    test::Planes planes(128 * 20 * 3 / 2);
-    capture_live_view frame = {};
-    frame.pitch = 128;
-    frame.width = 120;
-    frame.height = 20;
-    frame.y_address = planes.address();
-    rova_pim_liveview_data_receiver(CAPTURE_LIVE_VIEW_ID, &frame);
-    ASSERT_EQ(seen().size(), 1u);
-    EXPECT_EQ(seen()[0].bytes.data(), planes.data());
-    EXPECT_EQ(seen()[0].bytes.size(), 128u * 20 * 3 / 2);
-    EXPECT_EQ(seen()[0].width, 120);
-    EXPECT_EQ(seen()[0].height, 20);
-    EXPECT_EQ(seen()[0].pitch, 128);
-    EXPECT_EQ(seen()[0].iCS, 2);
-}
-
-TEST_F(Pim, AnAbsurdLiveViewFrameIsRefused)
-{
-    rova_pim_set_live_view(take_frame);
-    capture_live_view sound = {};
-    sound.pitch = sound.width = 128;
-    sound.height = 20;
-    sound.y_address = main.address();
-    std::vector<capture_live_view> frames(9, sound);
-    frames[0].pitch = 127;
-    frames[1].width = 0;
-    frames[2].height = 0;
-    frames[3].height = -20;
-    frames[4].pitch = frames[4].width = -128;
-    frames[5].y_address = 0;
-    frames[6].y_address = 0xfffff200; // 256 bytes too far up
-    frames[7].pitch = frames[7].height = INT_MAX;
-    frames[8].pitch = frames[8].width = frames[8].height = 1; // half a chroma value
-    for (std::size_t i = 0; i < 8; i++)
-        rova_pim_liveview_data_receiver(CAPTURE_LIVE_VIEW_ID, &frames[i]);
-    rova_pim_liveview_data_receiver(CAPTURE_LIVE_VIEW_ID, nullptr);
-    EXPECT_TRUE(seen().empty());
-    EXPECT_TRUE(camera.logged("refused a live-view frame"));
-    rova_pim_liveview_data_receiver(CAPTURE_LIVE_VIEW_ID, &frames[8]);
-    ASSERT_EQ(seen().size(), 1u);
-    EXPECT_EQ(seen()[0].bytes.size(), 1u);
-}
-
-TEST_F(Pim, ALiveViewWithoutATestIsLoggedOnce)
-{
-    capture_live_view frame = {};
-    frame.pitch = frame.width = 64;
-    frame.height = 4;
-    frame.y_address = main.address();
-    for (int i = 0; i < 5; i++)
-        rova_pim_liveview_data_receiver(CAPTURE_LIVE_VIEW_ID, &frame);
-    EXPECT_EQ(count_of(camera.platform_log(), "the live view's test is not part of this build"),
-              1u);
-}
-
-TEST_F(Pim, BehindASoundFrameARefusedOneIsLoggedAgain)
-{
-    rova_pim_set_live_view(take_frame);
-    capture_live_view frame = {};
-    frame.pitch = frame.width = 64;
-    frame.height = 4;
-    for (uint32_t address : {0u, 0u, main.address(), 0u, 0u}) {
-        frame.y_address = address;
-        rova_pim_liveview_data_receiver(CAPTURE_LIVE_VIEW_ID, &frame);
-    }
-    EXPECT_EQ(seen().size(), 1u);
-    EXPECT_EQ(count_of(camera.platform_log(), "refused a live-view frame"), 2u);
 }
