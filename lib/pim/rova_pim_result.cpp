@@ -58,6 +58,11 @@ void rova_pim_result_clear()
     rova_pim_sink_flush(pRstData, gRstCnt, nullptr);
 }
 
+void rova_pim_result_restart()
+{
+    gRstCnt = 0;
+}
+
 void rova_pim_result_print(const char *fmt, ...)
 {
     va_list args;
@@ -66,9 +71,14 @@ void rova_pim_result_print(const char *fmt, ...)
     va_end(args);
 }
 
-void rova_pim_result_close()
+void rova_pim_result_flush()
 {
     if (gRstPrintOpt == PIM_RESULT_BUFFERED)
         rova_pim_sink_flush(pRstData, gRstCnt, gRstFp);
+}
+
+void rova_pim_result_close()
+{
+    rova_pim_result_flush();
     rova_pim_sink_close(gRstFp, gRstFpState);
 }

@@ -14,15 +14,18 @@ extern int32_t gRstPrintOpt; // the mode
 extern std::FILE *gRstFp;    // the sink's own
 extern int32_t gRstFpState;  // 1 while gRstFp is open; the two modes of files print only then
 extern int32_t gRstCnt;      // bytes held in pRstData
-extern char pRstData[4096];  // text; all zeros behind it
+extern char pRstData[4096];  // text, with a NUL behind it
 
 // Opens the result file for appending; what pRstData holds stays.  0, or -1 with the reason in
 // errno; the caller reports it.
 int rova_pim_result_open(const char *path);
 // Forgets what pRstData holds.
 void rova_pim_result_clear();
+// What is held stays in pRstData until the next piece, which begins the text anew.
+void rova_pim_result_restart();
 // Prints a piece as the mode says.  One that a kept text has no room for is reported and dropped.
 void rova_pim_result_print(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
-// Writes out what is held in the mode of buffers and closes the file, if it is open; a kept text
-// stays.
+// Writes out what is held in the mode of buffers; a kept text stays.
+void rova_pim_result_flush();
+// The same, and closes the file, if it is open.
 void rova_pim_result_close();
