@@ -21,6 +21,11 @@ struct image {
     int height = 0;
     std::vector<unsigned char> rgb;
 
+    std::vector<int> at(int x, int y) const
+    {
+        const unsigned char *pixel = &rgb[static_cast<std::size_t>(3 * (y * width + x))];
+        return {pixel[0], pixel[1], pixel[2]};
+    }
     // How many pixels of the rows from `top` to below `bottom` are of this colour.
     int count(int top, int bottom, int r, int g, int b) const
     {
@@ -115,6 +120,152 @@ TEST(VcamScreen, PngShowsThePictureAsLargeAsItFits)
     ASSERT_EQ(shown.width, 800);
     EXPECT_GT(shown.count(0, 480, 255, 255, 0), 80 * 480) << "the yellow bar";
     EXPECT_GE(shown.count(0, 480, 0, 0, 255), 80 * 480) << "background left and right";
+}
+
+TEST(VcamScreen, TextPrintsDrawingsInTheirOrder)
+{
+    const test::Camera camera;
+    set_up_screen();
+    factory_osd_draw(FACTORY_OSD_DRAW_RECTANGLE, "1,2,3,4,red");
+    factory_osd_draw(FACTORY_OSD_DRAW_NG, "");
+    EXPECT_EQ(vcam({"screen"}).out, "drawing 50: 1,2,3,4,red\ndrawing 20: \n");
+}
+
+TEST(VcamScreen, PngShowsRectanglesAsFramesAndLinesFilled)
+{
+    const test::Camera camera;
+    set_up_screen();
+    factory_osd_draw(FACTORY_OSD_DRAW_RECTANGLE, "100,50,40,30,green");
+    factory_osd_draw(FACTORY_OSD_DRAW_RECTANGLE, "300, 50, 40, 30, red");
+    factory_osd_draw(FACTORY_OSD_DRAW_LINE, "500, 0, 4, 480, red");
+    const image shown = draw(camera);
+    const std::vector<int> blue = {0, 0, 255}, red = {255, 0, 0}, green = {0, 128, 0};
+    for (const auto &[x, color] : {std::pair(100, green), std::pair(300, red)}) {
+        EXPECT_EQ(shown.at(x, 50), color) << "left top";
+        EXPECT_EQ(shown.at(x + 39, 79), color) << "right bottom";
+        EXPECT_EQ(shown.at(x + 20, 52), color) << "upper side";
+        EXPECT_EQ(shown.at(x + 20, 65), blue) << "open";
+        EXPECT_EQ(shown.at(x - 1, 50), blue) << "nothing outside";
+        EXPECT_EQ(shown.at(x + 40, 79), blue);
+    }
+    EXPECT_EQ(shown.count(0, 480, 0, 128, 0), 40 * 30 - 34 * 24);
+    EXPECT_EQ(shown.count(100, 480, 255, 0, 0), 4 * 380) << "the line";
+    EXPECT_EQ(shown.at(500, 0), red);
+    EXPECT_EQ(shown.at(503, 479), red);
+}
+
+TEST(VcamScreen, PngShowsTheMarks)
+{
+    const test::Camera camera;
+    set_up_screen();
+    factory_osd_draw(FACTORY_OSD_DRAW_OK, "");
+    const image ok = draw(camera);
+    EXPECT_GT(ok.count(100, 280, 0, 255, 0), 2000);
+    EXPECT_EQ(ok.count(0, 480, 255, 0, 0), 0);
+    factory_osd_draw(FACTORY_OSD_DRAW_CLEAR, "0");
+    factory_osd_draw(FACTORY_OSD_DRAW_NG, "");
+    const image ng = draw(camera);
+    EXPECT_GT(ng.count(100, 280, 255, 0, 0), 2000);
+    EXPECT_EQ(ng.count(0, 480, 0, 255, 0), 0);
+    EXPECT_EQ(ng.count(285, 480, 255, 0, 0), 0) << "no text";
+    factory_osd_draw(FACTORY_OSD_DRAW_NG, "Picture Count Wrong!!!");
+    EXPECT_GT(draw(camera).count(285, 345, 255, 0, 0), 500) << "its text";
+    factory_osd_draw(FACTORY_OSD_DRAW_CLEAR, "0");
+    EXPECT_EQ(draw(camera).count(0, 480, 0, 0, 255), 720 * 480);
+}
+
+TEST(VcamScreen, PngShowsADrawnTextInColourAndSize)
+{
+    const test::Camera camera;
+    set_up_screen();
+    factory_osd_text_color_set(YELLOW);
+    factory_osd_text_size_set(20);
+    factory_osd_draw(FACTORY_OSD_DRAW_TEXT, "Capture was not conducted!");
+    const int small = draw(camera).count(220, 260, 255, 255, 0);
+    EXPECT_GT(small, 200);
+    factory_osd_text_size_set(40);
+    EXPECT_GT(draw(camera).count(200, 280, 255, 255, 0), 2 * small);
+}
+
+TEST(VcamScreen, PngShowsTheTableOfResults)
+{
+    const test::Camera camera;
+    set_up_screen();
+    factory_osd_draw(FACTORY_OSD_DRAW_TABLE, "-1,0,-,OK,NG,-");
+    const image shown = draw(camera);
+    EXPECT_GT(shown.count(115, 175, 255, 255, 255), 500) << "names of the charts";
+    EXPECT_GT(shown.count(205, 260, 255, 255, 255), 100) << "best levels";
+    EXPECT_GT(shown.count(290, 345, 0, 255, 0), 100) << "OK";
+    EXPECT_GT(shown.count(290, 345, 255, 0, 0), 100) << "NG";
+    EXPECT_GT(shown.count(290, 345, 255, 255, 255), 10) << "none";
+}
+
+TEST(VcamScreen, PngShowsTheGaugeWithItsValueBesideTheTarget)
+{
+    const test::Camera camera;
+    set_up_screen();
+    // The bar goes from 72 to 647, the stroke's middle from 112 to 608.
+    const struct {
+        const char *text;
+        int x;
+        std::vector<int> color;
+    } rows[] = {{"1000,1000,green", 350, {0, 128, 0}},
+                {"750,1000,red", 236, {255, 0, 0}},
+                {"1250,1000,red", 484, {255, 0, 0}},
+                {"0,1000,red", 112, {255, 0, 0}},
+                {"65535,-2147483648,red", 608, {255, 0, 0}}};
+    for (const auto &row : rows) {
+        factory_osd_draw(FACTORY_OSD_DRAW_CLEAR, "0");
+        factory_osd_draw(FACTORY_OSD_DRAW_GAUGE, row.text);
+        const image shown = draw(camera);
+        EXPECT_EQ(shown.at(row.x, 380), row.color) << row.text;
+        EXPECT_EQ(shown.at(360, 345), (std::vector<int>{255, 255, 255})) << "the target";
+        EXPECT_GT(shown.count(260, 315, row.color[0], row.color[1], 0), 100) << "the numbers";
+    }
+}
+
+TEST(VcamScreen, PngShowsDrawingsOverThePictureThatTheCameraSees)
+{
+    const test::Camera camera;
+    set_up_screen();
+    camera.write("/virtual/scene/a.ppm",
+                 "P6 2 1 255\n" + std::string("\0\xff\0", 3) + std::string("\xff\xff\0", 3));
+    EXPECT_EQ(draw(camera).count(0, 480, 0, 0, 255), 720 * 480) << "without drawings";
+    factory_osd_draw(FACTORY_OSD_DRAW_RECTANGLE, "10,10,50,50,red");
+    const image shown = draw(camera);
+    EXPECT_EQ(shown.at(2, 300), (std::vector<int>{0, 255, 0}));
+    EXPECT_EQ(shown.at(719, 2), (std::vector<int>{255, 255, 0})) << "as wide as the screen";
+    EXPECT_EQ(shown.at(10, 10), (std::vector<int>{255, 0, 0}));
+    camera.write("/virtual/scene/live/b.ppm", "P6 1 1 255\n" + std::string("\xff\0\xff", 3));
+    EXPECT_EQ(draw(camera).at(2, 300), (std::vector<int>{255, 0, 255})) << "live view's own";
+    camera.write("/virtual/scene/live/b.ppm", "no picture");
+    EXPECT_EQ(draw(camera).at(2, 300), (std::vector<int>{0, 0, 255}));
+}
+
+TEST(VcamScreen, OddDrawingsAreDrawnAsFarAsTheyGo)
+{
+    const test::Camera camera;
+    set_up_screen();
+    for (const int kind : std::vector<int>{FACTORY_OSD_DRAW_RECTANGLE, FACTORY_OSD_DRAW_LINE,
+                                           FACTORY_OSD_DRAW_GAUGE, 99, -1})
+        for (const char *text :
+             {"", "x", "1,2,3", "1,2,3,4", "0,0,0,0,red", "9,9,-5,-5,red", "800,500,10,10,red"})
+            factory_osd_draw(kind, text);
+    EXPECT_EQ(draw(camera).count(0, 480, 0, 0, 255), 720 * 480);
+    const char *far = "-2147483648,-2147483648,2147483647,2147483647,red";
+    factory_osd_draw(FACTORY_OSD_DRAW_LINE, far);
+    factory_osd_draw(FACTORY_OSD_DRAW_RECTANGLE, far);
+    EXPECT_EQ(draw(camera).count(0, 480, 0, 0, 255), 720 * 480);
+    factory_osd_draw(FACTORY_OSD_DRAW_LINE, "700,470,2147483647,2147483647,red");
+    EXPECT_EQ(draw(camera).count(0, 480, 255, 0, 0), 20 * 10);
+    factory_osd_draw(FACTORY_OSD_DRAW_RECTANGLE, "700,470,2,2,lime");
+    EXPECT_GT(draw(camera).count(0, 480, 0, 255, 0), 0);
+    camera.write("/virtual/screen.json", R"({"on":true,"drawings":[5,{"kind":50},{"text":"a"},
+        {"kind":"x","text":"b"},{"kind":50,"text":7}]})");
+    EXPECT_GT(draw(camera).width, 0);
+    EXPECT_TRUE(succeeded(vcam({"screen"})));
+    camera.write("/virtual/screen.json", R"({"on":true,"drawings":{"a":1}})");
+    EXPECT_GT(draw(camera).width, 0);
 }
 
 TEST(VcamScreen, DamagedAndOddFilesAreDrawnAsFarAsTheyGo)

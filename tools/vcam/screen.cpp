@@ -25,6 +25,8 @@ void print_screen()
     print_rows(screen, "grid");
     if (screen.contains("image") && screen["image"].is_string())
         std::printf("image: %s\n", screen["image"].get<std::string>().c_str());
+    for (const screen_mark &mark : marks_of_screen(screen))
+        std::printf("drawing %d: %s\n", mark.kind, mark.text.c_str());
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "tools/vcam/screen_draw.h"
 
+#include "platform/virtual/root.h"
+#include "platform/virtual/scene.h"
 #include "platform/virtual/screen.h"
 #include "tools/vcam/camera.h"
 #include "tools/vcam/picture.h"
@@ -7,6 +9,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 namespace vcam
 {
@@ -54,6 +57,22 @@ void screen_drawing::draw_image(const std::string &path)
     const int shown_height = static_cast<int>(height * scale);
     add(object, (size_.width - shown_width) / 2, (size_.height - shown_height) / 2, shown_width,
         shown_height);
+}
+
+// As the capture service delivers it; drawings tell places in the whole of it.
+void screen_drawing::draw_live_view()
+{
+    const std::optional<std::string> live = virt::next_picture(virt::file("scene/live"), "");
+    const std::optional<std::string> front = virt::picture_in_front();
+    if (!live && !front)
+        return;
+    const std::string file = live ? "scene/live/" + *live : "scene/" + *front;
+    Evas_Object *object = evas_object_image_filled_add(evas_);
+    evas_object_image_file_set(object, virt::file(file).c_str(), nullptr);
+    if (evas_object_image_load_error_get(object) == EVAS_LOAD_ERROR_NONE)
+        add(object, 0, 0, size_.width, size_.height);
+    else
+        evas_object_del(object);
 }
 
 bool screen_drawing::draw_row(const screen_row &row, const char *font, int x, int y, int height)
@@ -104,7 +123,10 @@ bool screen_drawing::draw(const nlohmann::json &screen)
         return true; // dark
     if (screen.contains("image") && screen["image"].is_string())
         draw_image(screen["image"].get<std::string>());
-    return draw_rows(screen);
+    else if (!marks_of_screen(screen).empty())
+        draw_live_view();
+    const bool drawn = draw_rows(screen);
+    return draw_marks(screen) && drawn;
 }
 
 void save_drawing(const fs::path &path)

@@ -12,12 +12,19 @@ namespace
 
 constexpr int BLACK = 0;
 constexpr int WHITE = 7;
+constexpr int USUAL_SIZE = 30;
 
 constexpr screen_color COLORS[] = {
     {0, 0, 0},     {0, 0, 255},     {0, 255, 0},     {0, 255, 255},   {255, 0, 0},
     {255, 0, 255}, {255, 255, 0},   {255, 255, 255}, {128, 128, 128}, {0, 128, 0},
     {128, 0, 128}, {255, 192, 203}, {255, 165, 0},
 };
+
+constexpr std::string_view NAMES[] = {
+    "black", "blue", "lime",  "aqua",   "red",  "fuchsia", "yellow",
+    "white", "gray", "green", "purple", "pink", "orange",
+};
+static_assert(std::size(NAMES) == std::size(COLORS));
 
 bool is_dark(const screen_color &c)
 {
@@ -57,6 +64,11 @@ screen_color screen_color_of(int number)
     return COLORS[known ? number : WHITE];
 }
 
+screen_color screen_color_named(std::string_view name)
+{
+    return screen_color_of(static_cast<int>(std::ranges::find(NAMES, name) - NAMES));
+}
+
 screen_color background_of_screen(const nlohmann::json &screen)
 {
     return screen_color_of(int_of(screen, "background", BLACK));
@@ -70,6 +82,21 @@ std::map<int, screen_row> rows_of_screen(const nlohmann::json &screen, const cha
     for (const auto &[number, value] : given.items())
         rows[std::atoi(number.c_str())] = row_of(value, contrast);
     return rows;
+}
+
+screen_row notice_of_screen(const nlohmann::json &screen)
+{
+    return {"", int_of(screen, "text_color", WHITE), int_of(screen, "text_size", USUAL_SIZE)};
+}
+
+std::vector<screen_mark> marks_of_screen(const nlohmann::json &screen)
+{
+    const nlohmann::json given = screen.value("drawings", nlohmann::json::array());
+    std::vector<screen_mark> marks;
+    for (const nlohmann::json &mark : given)
+        if (mark.is_object() && mark.contains("text") && mark["text"].is_string())
+            marks.push_back({int_of(mark, "kind", 0), mark["text"].get<std::string>()});
+    return marks;
 }
 
 } // namespace vcam
