@@ -82,8 +82,8 @@ struct rova_pim_still {
 // A picture test.  It throws nothing.
 using rova_pim_test = void (*)(const rova_pim_still &still);
 
-// Set before the first still: the test that CheckMain runs in this mode (MOT, dust or noise).  NULL
-// takes it away.  1, or 0 for another mode.
+// Set before the first still: what CheckMain runs in this mode (MOT, dust or noise) in place of the
+// engine's own test, which NULL brings back.  1, or 0 for another mode.
 int rova_pim_set_test(int32_t mode, rova_pim_test test);
 
 // Routes a still to the active test; dumps it before if the configuration says so.  Addresses are

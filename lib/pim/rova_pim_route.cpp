@@ -3,6 +3,7 @@
 #include "common/rova_log.h"
 #include "lib/pim/rova_pim_config.h"
 #include "lib/pim/rova_pim_debug.h"
+#include "lib/pim/rova_pim_mot.h"
 #include "lib/pim/rova_pim_raw.h"
 
 #include <algorithm>
@@ -25,6 +26,7 @@ struct still_route {
     bool (*enabled)();
     void (*print_disabled)();
     bool screen_nail; // the test looks at the screen nail too
+    rova_pim_test test; // NULL: not part of this build
 };
 
 bool mot_enabled()
@@ -61,16 +63,22 @@ void print_noise_disabled()
                    "is not working...\033[0m");
 }
 
+void run_mot_test(const rova_pim_still &still)
+{
+    MOT_Resol_Process(still.screen, still.main, still.chart, still.colour, cfgPm);
+}
+
 constexpr still_route ROUTES[] = {
     {PI_MODE_MOT, "MOT", "%s, %d, piMode = %d, MOT test mode enable.\n", mot_enabled,
-     print_mot_disabled, true},
+     print_mot_disabled, true, run_mot_test},
     {PI_MODE_DUST, "Dust", "%s, %d, piMode = %d, Dust test mode enable.\n", dust_enabled,
-     print_dust_disabled, false},
+     print_dust_disabled, false, nullptr},
     {PI_MODE_NOISE, "Noise", "%s, %d, piMode = %d, Noise test mode enable.\n", noise_enabled,
-     print_noise_disabled, false},
+     print_noise_disabled, false, nullptr},
 };
 
-constinit std::atomic<rova_pim_test> tests[std::size(ROUTES)] = {}; // by the routes' order
+// Set in place of the routes' own, in their order.
+constinit std::atomic<rova_pim_test> tests[std::size(ROUTES)] = {};
 
 const still_route *find_route(int32_t mode)
 {
@@ -130,7 +138,8 @@ void dump_still(const still_route *route, const rova_pim_still &still, int32_t n
 
 void run_test(const still_route *route, const rova_pim_still &still)
 {
-    const rova_pim_test test = test_of(route);
+    const rova_pim_test set = test_of(route);
+    const rova_pim_test test = set != nullptr ? set : route->test;
     if (test != nullptr)
         test(still);
     else
