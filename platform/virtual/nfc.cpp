@@ -91,9 +91,8 @@ int nfc_manager_deinitialize(void)
 
 int nfc_manager_set_activation(int on, nfc_manager_activation_callback callback, void * /*option*/)
 {
-    const int chip = on != 0 ? 1 : 0;
     return told("nfc_manager_set_activation", json::array({on}),
-                [=] { return set_activation(chip, callback); });
+                [=] { return set_activation(on, callback); });
 }
 
 int nfc_manager_is_activated(void)

@@ -75,6 +75,13 @@ TEST_F(LaterTest, TimeIsTheCameras)
     serve_until_said(1);
 }
 
+TEST_F(LaterTest, ADelayBelowZeroIsNone)
+{
+    Later later;
+    later.after(-1, says("at once"));
+    serve_until_said(1);
+}
+
 TEST_F(LaterTest, ACancelledEventDoesNotCome)
 {
     Later later;
@@ -139,6 +146,8 @@ TEST_F(LaterTest, ADelayIsReadFromAFile)
     EXPECT_EQ(virt::read_delay(virt::file("radio/delay")), 0);
     camera_.write("/virtual/radio/delay", "250\n");
     EXPECT_EQ(virt::read_delay(virt::file("radio/delay")), 250);
+    camera_.write("/virtual/radio/delay", "0x10\n");
+    EXPECT_EQ(virt::read_delay(virt::file("radio/delay")), 16);
     camera_.write("/virtual/radio/delay", "never\n");
     EXPECT_EQ(virt::read_delay(virt::file("radio/delay")), std::nullopt);
 }

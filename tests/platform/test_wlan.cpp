@@ -191,6 +191,9 @@ TEST_F(Wlan, JoinsNetworksInRangeOnTheirBand)
     EXPECT_EQ(MRVL_RFT_SetSSID("The"), NOT_FOUND);
     EXPECT_EQ(MRVL_RFT_SetSSID(""), -1);
     EXPECT_EQ(MRVL_RFT_SetSSID(nullptr), -1);
+    camera.fault("MRVL_RFT_SetSSID", "77 on line");
+    EXPECT_EQ(MRVL_RFT_SetSSID("The line"), 77);
+    EXPECT_EQ(MRVL_RFT_SetSSID("fast"), 0);
     EXPECT_EQ(radio("ssid"), "fast\n");
 }
 
