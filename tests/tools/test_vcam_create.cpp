@@ -255,6 +255,8 @@ TEST(StandIn, TheScanListsNetworksInRangeOfAStation)
     EXPECT_EQ(scan(), "wlan0     No scan results\n");
     camera.write(radio + "access_points", "2.4 -50 The line\n\n5 -60 fast");
     EXPECT_EQ(scan(), "wlan0     No scan results\n") << "no driver";
+    camera.write(radio + "driver", "test\n");
+    EXPECT_EQ(scan(), "wlan0     No scan results\n") << "not the station's";
     camera.write(radio + "driver", "station\n");
     EXPECT_EQ(scan(), "wlan0     Scan completed :\n"
                       "          ESSID:\"The line\" 2.4 GHz -50 dBm\n"

@@ -334,6 +334,13 @@ TEST_F(Wifi, AWrongOrderIsReportedByTheRadiosCodes)
     EXPECT_EQ(radio("status"), "1\n");
 }
 
+TEST_F(Wifi, ACallOfTheRadioIsWaitedFor)
+{
+    radio("delay", "2500");
+    EXPECT_EQ(run("wifi rx start_rx"), OK);
+    EXPECT_EQ(wrap_sleeps(), std::vector<unsigned int>{2500000});
+}
+
 // ------------------------------------------------------------------------- readings
 
 TEST_F(Wifi, ReadingsAreNumbersWithTheirMark)
