@@ -4,6 +4,7 @@
 #include "command/factory/rova_cmd_factory.h"
 #include "command/iq/rova_cmd_iq.h"
 #include "command/rova_cmd_control_flags.h"
+#include "command/rova_cmd_forward.h"
 #include "command/rova_cmd_result.h"
 #include "command/rova_ptp_resp.h"
 #include "command/system/rova_cmd_system.h"
@@ -12,7 +13,6 @@
 #include "common/rova_sound.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -277,7 +277,10 @@ static constexpr rova_cmd_entry image_quality_table[] = {
     // clang-format on
 };
 
-static constexpr std::array<rova_cmd_entry, 0> extra_table{};
+static constexpr rova_cmd_entry extra_table[] = {
+    {"mot", rova_cmd_app_exec},
+    {"afi_adj", rova_cmd_app_exec},
+};
 
 static constexpr rova_cmd_entry wireless_table[] = {
     {"wifi", rova_cmd_wifi},

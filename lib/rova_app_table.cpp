@@ -1,10 +1,17 @@
 #include "lib/rova_app_table.h"
 
+#include "lib/pim/handler/rova_cmd_pim.h"
+
 #include <strings.h>
+
+static constexpr rova_app_cmd app_table[] = {
+    {"mot", rova_cmd_mot},
+    {"afi_adj", rova_cmd_afi_adj},
+};
 
 std::span<const rova_app_cmd> rova_app_cmds()
 {
-    return {}; // a row for each family that is here
+    return app_table;
 }
 
 bool rova_app_cmd_exec(std::span<const rova_app_cmd> table, const cmd_data *record,

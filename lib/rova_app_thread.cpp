@@ -42,6 +42,7 @@ struct app_state {
 };
 
 constinit app_state state;
+constinit std::atomic<bool> stopping = false;
 constinit std::atomic<rova_app_func> functions[ROVA_APP_FUNC_COUNT] = {};
 
 const char *reason()
@@ -153,9 +154,16 @@ int rova_stop_app()
         ROVA_LOG_INFO("already stopped rova app thread \n");
         return 1;
     }
+    stopping = true;
     rova_channel_stop(&state.server);
+    stopping = false;
     close_all();
     return 1;
+}
+
+bool rova_app_is_stopping()
+{
+    return stopping;
 }
 
 int rova_register_app_func(int id, rova_app_func function)

@@ -17,6 +17,10 @@ inline constexpr int ROVA_APP_TIMEOUT_SECONDS = 360;
 // ROVA_APP_TIMEOUT_SECONDS; otherwise as rova_ipcc_send.
 int rova_send_to_app(uint32_t cmd_type, const cmd_data *record, rova_cmd_response *answer);
 
+// Whether rova_stop_app() waits for the command that runs: one that waits for something of the
+// camera has to end.  Any thread.
+bool rova_app_is_stopping();
+
 // The serving end, for the camera application alone, is rova_start_app and rova_stop_app of
 // rova/rova.h.  One thread starts and stops it; commands that wait when it is stopped run first.
 

@@ -1,6 +1,7 @@
 #include "command/capture/rova_cmd_capture.h"
 #include "command/factory/rova_cmd_factory.h"
 #include "command/iq/rova_cmd_iq.h"
+#include "command/rova_cmd_forward.h"
 #include "command/rova_cmd_handler.h"
 #include "command/system/rova_cmd_system.h"
 #include "command/wifi/rova_cmd_wireless.h"
@@ -177,6 +178,11 @@ INSTANTIATE_TEST_SUITE_P(ImageQuality, CommandFamily,
                                          Family{"image quality", "paf", rova_cmd_paf},
                                          Family{"image quality", "vfpn", rova_cmd_vfpn}),
                          [](const auto &row) { return std::string(row.param.word); });
+INSTANTIATE_TEST_SUITE_P(Extra, CommandFamily,
+                         testing::Values(Family{"extra", "mot", rova_cmd_app_exec},
+                                         Family{"extra", "afi_adj", rova_cmd_app_exec}),
+                         [](const auto &row) { return std::string(row.param.word); });
+
 INSTANTIATE_TEST_SUITE_P(Wireless, CommandFamily,
                          testing::Values(Family{"wireless", "wifi", rova_cmd_wifi},
                                          Family{"wireless", "bluetooth", rova_cmd_bluetooth},

@@ -10,22 +10,32 @@
 #include "tools/vcam_app/movie.h"
 
 #include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <thread>
+#include <vector>
 
 namespace
 {
 
-rova_cmd_response send(const char *cmd, const char *subcommand)
+rova_cmd_response send(const std::vector<const char *> &words)
 {
     cmd_data record = {};
-    std::snprintf(record.cmd, sizeof(record.cmd), "%s", cmd);
-    std::snprintf(record.p[0], sizeof(record.p[0]), "%s", subcommand);
-    record.p_count = 1;
+    std::snprintf(record.cmd, sizeof(record.cmd), "%s", words[0]);
+    for (; record.p_count < words.size() - 1; record.p_count++)
+        std::snprintf(record.p[record.p_count], sizeof(record.p[0]), "%s",
+                      words[record.p_count + 1]);
     rova_cmd_response answer = {};
     EXPECT_EQ(rova_send_to_app(ROVA_CMD_CARD, &record, &answer), 1);
     return answer;
+}
+
+rova_cmd_response send(const char *cmd, const char *subcommand)
+{
+    return send({cmd, subcommand});
 }
 
 class VcamAppFormat : public testing::Test
@@ -82,10 +92,40 @@ class VcamAppInspection : public VcamAppFormat
 
 TEST_F(VcamAppInspection, CommandsAreLeftToTheLibraryUnlessThereIsAnAnswer)
 {
+    EXPECT_EQ(send("afi_adj", "set").result, 1) << "too few words";
+    camera.write("/virtual/app/answer/afi_adj", "ok\n");
     EXPECT_EQ(send("afi_adj", "set").result, 0);
-    camera.write("/virtual/app/answer/afi_adj", "ng\n");
-    EXPECT_EQ(send("afi_adj", "set").result, 1);
     EXPECT_EQ(camera.calls("app_command").size(), 2U);
+}
+
+TEST_F(VcamAppInspection, TheScanGetsTheSamplesOfTheFileOneASecond)
+{
+    camera.speed(50);
+    camera.write("/virtual/afi/sample.play", "0x6400\n0xc800\n0xe803\n"); // 100, 200, 1000
+    ASSERT_EQ(send({"afi_adj", "set", "DesignedADC", "0", "1000", "x"}).result, 0);
+    EXPECT_TRUE(camera.exists("/virtual/afi/sample.play")) << "nobody waits for a sample";
+    EXPECT_EQ(send({"afi_adj", "set", "scan", "0", "x", "x"}).result, 0);
+    std::vector<std::string> gauges;
+    for (const nlohmann::json &call : camera.calls("factory_osd_draw"))
+        if (call["args"][0] == 70)
+            gauges.push_back(call["args"][1]);
+    ASSERT_GE(gauges.size(), 2U);
+    EXPECT_EQ(gauges.front(), "100,1000,red");
+    EXPECT_EQ(gauges.back(), "1000,1000,green");
+}
+
+TEST_F(VcamAppInspection, AScanThatNoSampleEndsIsEndedWithTheApplication)
+{
+    std::thread sender([&] {
+        EXPECT_EQ(send({"afi_adj", "set", "DesignedADC", "0", "1000", "x"}).result, 0);
+        EXPECT_EQ(send({"afi_adj", "set", "scan", "0", "x", "x"}).result, 1);
+    });
+    EXPECT_TRUE(test::wait_for([&] {
+        return camera.read("/virtual/screen.json").find("0,1000,red") != std::string::npos;
+    }));
+    app.signal(SIGTERM);
+    EXPECT_EQ(app.wait(), 0);
+    sender.join();
 }
 
 TEST(VcamMovie, IsDrivenThroughTheLentFunctions)

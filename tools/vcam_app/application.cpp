@@ -2,6 +2,7 @@
 
 #include "platform/virtual/app.h"
 #include "platform/virtual/capture.h"
+#include "tools/vcam_app/afi.h"
 #include "tools/vcam_app/commands.h"
 #include "tools/vcam_app/movie.h"
 #include "tools/vcam_app/still.h"
@@ -37,6 +38,7 @@ void stop_application()
 {
     virt::end_app_answers();
     rova_stop_app();
+    end_samples();
     rova_stop_ipcc();
     virt::stop_live_view();
     tell_unreleased();

@@ -4,6 +4,7 @@
 #include "platform/virtual/calls.h"
 #include "platform/virtual/keys.h"
 #include "platform/virtual/root.h"
+#include "tools/vcam_app/afi.h"
 #include "tools/vcam_app/still.h"
 
 #include <algorithm>
@@ -37,6 +38,11 @@ bool is_inspection(const std::string &word)
 {
     return std::any_of(std::begin(INSPECTION), std::end(INSPECTION),
                        [&](const char *family) { return same(word, family); });
+}
+
+bool is_scan(const std::vector<std::string> &words)
+{
+    return words.size() > 2 && same(words[0], "afi_adj") && words[2] == "scan";
 }
 
 // The card's folder stays: it is where the card is mounted.
@@ -90,9 +96,12 @@ bool do_it(const std::vector<std::string> &words)
 int run_command(const cmd_data *record, rova_cmd_response *answer)
 {
     const std::vector<std::string> words = virt::command_words(record);
+    end_samples();
     // An answer of the person at the camera goes before that of the library.
     if (is_inspection(words[0]) && !virt::has_app_answer(record)) {
         virt::record("app_command", {"app", words});
+        if (is_scan(words))
+            begin_samples();
         return 0;
     }
     if (virt::app_answer("app", record, answer) == virt::AppAnswer::never)

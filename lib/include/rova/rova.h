@@ -45,7 +45,8 @@ typedef int (*rova_app_exec)(const struct cmd_data *record, struct rova_cmd_resp
 /* Begins to serve it.  1, also when it is served already; 0 when it cannot be, as above. */
 int rova_start_app(rova_app_exec exec);
 
-/* Waits for the command that runs, and ends the channel.  1, also when it is not served. */
+/* Waits for the command that runs, and ends the channel.  One of the library's own that waits for
+ * something of the camera ends at once, with NG.  1, also when it is not served. */
 int rova_stop_app(void);
 
 /*
@@ -98,6 +99,15 @@ struct rova_pim_aframe_info {
  * is copied.  1, or 0 for NULL. */
 int rova_pim_movie_set_frame_info(const struct rova_pim_frame_info *info);
 int rova_pim_aframe_set_frame_info(const struct rova_pim_aframe_info *info);
+
+/*
+ * The autofocus sensor, for the scan of afi_adj.
+ */
+
+/* Stores the sensor's latest sample as the sensor sends it: its value with the two bytes exchanged,
+ * 0x1234 for 0x3412.  The scan looks at the latest one each second.  Before the first it is 0.  Any
+ * thread.  1 while a scan waits for samples, else 0; the sample is kept in any case. */
+int rova_afi_adj_set_sample(uint16_t sample);
 
 /*
  * The factory daemon.
