@@ -224,6 +224,14 @@ limits limits_of(const rova_pim_strip &strip, const rova_pim_box_rules &rules)
             .count = static_cast<uint32_t>(std::clamp<int64_t>(rules.count, 0, area + 1))};
 }
 
+// The first of the flags from .. to - 1 that is so; `to` if none is.
+int32_t find_flag(const uint8_t *flags, int32_t from, int32_t to, int flag)
+{
+    const void *found = std::memchr(flags + from, flag, static_cast<std::size_t>(to - from));
+    return found == nullptr ? to
+                            : static_cast<int32_t>(static_cast<const uint8_t *>(found) - flags);
+}
+
 template <typename T> class Walk
 {
 public:
@@ -315,16 +323,12 @@ template <typename T> bool Walk<T>::visit_row(int32_t y)
     int32_t last = 0, visited = 0;
     std::fill_n(sums_.visited + at_.w, at_.boxes, T{0});
     for (int32_t x = 0; x < at_.boxes; x = last + at_.w) {
-        const auto rest = static_cast<std::size_t>(at_.boxes - x);
-        const void *blank = std::memchr(sums_.in_range + x, 0, rest);
-        const int32_t end =
-            blank == nullptr
-                ? at_.boxes
-                : static_cast<int32_t>(static_cast<const uint8_t *>(blank) - sums_.in_range) + 1;
+        const int32_t blank = find_flag(sums_.in_range, x, at_.boxes, 0);
+        const int32_t end = std::min(blank + 1, at_.boxes);
         hit = visit(x, end, y) || hit;
         visited += end - x;
         last = end - 1;
-        if (blank == nullptr)
+        if (blank == at_.boxes)
             break;
     }
     cover_row(y, visited == at_.boxes);
@@ -338,14 +342,11 @@ template <typename T> bool Walk<T>::visit(int32_t from, int32_t to, int32_t y)
     if (rules_.trace)
         trace(from, to);
     std::fill(sums_.visited + at_.w + from, sums_.visited + at_.w + to, T{1});
-    const uint8_t *end = sums_.hit + to;
-    const uint8_t *hit = std::find(sums_.hit + from, sums_.hit + to, 1);
-    while (hit != end) {
-        const uint8_t *behind = std::find(hit, end, 0);
-        on_hits_(
-            {static_cast<int32_t>(hit - sums_.hit), static_cast<int32_t>(behind - sums_.hit), y});
+    for (int32_t x = find_flag(sums_.hit, from, to, 1); x < to;) {
+        const int32_t behind = find_flag(sums_.hit, x, to, 0);
+        on_hits_({x, behind, y});
         any = true;
-        hit = std::find(behind, end, 1);
+        x = find_flag(sums_.hit, behind, to, 1);
     }
     return any;
 }

@@ -1,0 +1,141 @@
+// The search for colour markers: a sliding box of 12 x 12 over 400 x 400 values that are all
+// visited, and a screen nail's four markers.  Both against the plain search and against one plain
+// read of the values that have to be looked at, from planes that together exceed every cache.
+#include "lib/pim/rova_pim_marker.h"
+#include "tests/lib/pim/marker_chart.h"
+#include "tests/lib/pim/plain_marker.h"
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <random>
+#include <vector>
+
+namespace
+{
+
+constexpr int32_t SIDE = 400;
+constexpr int32_t ARRAY = 12;
+constexpr std::size_t STRIP = SIDE * SIDE;
+constexpr std::size_t STRIPS = 1024; // 160 MB
+
+using Clock = std::chrono::steady_clock;
+
+double seconds_since(Clock::time_point begin)
+{
+    return std::chrono::duration<double>(Clock::now() - begin).count();
+}
+
+// Values around the middle of the range, so that no box is without one.
+const std::vector<uint8_t> &values()
+{
+    static const std::vector<uint8_t> all = [] {
+        std::mt19937 random(1);
+        std::vector<uint8_t> bytes(STRIP * STRIPS);
+        for (uint8_t &byte : bytes)
+            byte = static_cast<uint8_t>(100 + random() % 56);
+        return bytes;
+    }();
+    return all;
+}
+
+const uint8_t *strip(std::size_t turn)
+{
+    return values().data() + turn % STRIPS * STRIP;
+}
+
+uint64_t read_strip(const uint8_t *bytes)
+{
+    uint64_t sum = 0;
+    for (std::size_t i = 0; i < STRIP; i += sizeof(uint64_t)) {
+        uint64_t word;
+        __builtin_memcpy(&word, bytes + i, sizeof(word));
+        sum += word;
+    }
+    return sum;
+}
+
+void walk_strip(const uint8_t *bytes, rova_pim_histogram &histogram)
+{
+    int64_t hits = 0;
+    rova_pim_walk_boxes({{bytes, STRIP}, SIDE, SIDE},
+                        {.w = ARRAY,
+                         .h = ARRAY,
+                         .min = 120,
+                         .max = 255,
+                         .count = 0,
+                         .step = rova_pim_row_step::AFTER_IN_RANGE,
+                         .trace = false},
+                        histogram, [&](const rova_pim_hits &found) { hits += found.to; });
+    benchmark::DoNotOptimize(hits);
+}
+
+void plain_boxes(const uint8_t *bytes, rova_pim_histogram &histogram)
+{
+    int64_t hits = 0;
+    for (int32_t y = 0; y < SIDE - ARRAY; y++) {
+        for (int32_t x = 0; x < SIDE - ARRAY; x++) {
+            int32_t sum = 0, count = 0;
+            for (int32_t j = y; j < y + ARRAY; j++) {
+                for (int32_t i = x; i < x + ARRAY; i++) {
+                    const uint8_t value = bytes[j * SIDE + i];
+                    sum += value;
+                    count += value >= 120;
+                    histogram.counts[value]++;
+                }
+            }
+            hits += sum / (ARRAY * ARRAY) >= 120 && count >= 0;
+        }
+    }
+    benchmark::DoNotOptimize(hits);
+}
+
+template <typename Step> double timed(const Step &step)
+{
+    const Clock::time_point begin = Clock::now();
+    step();
+    return seconds_since(begin);
+}
+
+void BM_SlidingBox(benchmark::State &state)
+{
+    double reading = 0, walking = 0;
+    rova_pim_histogram histogram = {};
+    std::size_t turn = 0;
+    for (auto _ : state) {
+        reading += timed([&] { benchmark::DoNotOptimize(read_strip(strip(turn++))); });
+        const double seconds = timed([&] { walk_strip(strip(turn++), histogram); });
+        walking += seconds;
+        state.SetIterationTime(seconds);
+    }
+    benchmark::DoNotOptimize(histogram);
+    const double plain = timed([&] { plain_boxes(strip(turn), histogram); });
+    const auto rounds = static_cast<double>(state.iterations());
+    state.counters["of_read"] = walking / reading;
+    state.counters["plain_of_read"] = plain * rounds / reading;
+}
+BENCHMARK(BM_SlidingBox)->UseManualTime()->MinTime(1);
+
+// Markers in the middle of a grey picture: most boxes are skipped.
+void BM_ScreenNail(benchmark::State &state)
+{
+    test::Camera camera;
+    test::MarkerPicture picture(CS422_Y_CbCr);
+    picture.paint_markers();
+    rova_pim_buffers_allocate(1600, 1200);
+    test::configure_markers(cfgPm);
+    double searching = 0, plain = 0;
+    for (auto _ : state) {
+        const double seconds =
+            timed([&] { rova_pim_search_screen_nail(picture.image, PIM_COLOUR_CR, 0, cfgPm); });
+        searching += seconds;
+        state.SetIterationTime(seconds);
+        plain +=
+            timed([&] { test::plain_search_screen_nail(picture.image, PIM_COLOUR_CR, 0, cfgPm); });
+    }
+    state.counters["plain_of_fast"] = plain / searching;
+    rova_pim_buffers_free();
+}
+BENCHMARK(BM_ScreenNail)->UseManualTime();
+
+} // namespace
