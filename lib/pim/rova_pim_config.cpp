@@ -8,6 +8,7 @@
 #include <cctype>
 #include <cstdio>
 #include <iterator>
+#include <string_view>
 
 rova_pim_pm_config cfgPm;
 rova_pim_dust_config cfgDust;
@@ -42,7 +43,7 @@ constexpr config_file FILES[] = {
 void rova_pim_lower_name(const char *name, char (&lower)[PIM_LOWER_NAME_SIZE])
 {
     std::snprintf(lower, sizeof(lower), "%s", name);
-    std::ranges::transform(lower, lower,
+    std::ranges::transform(std::string_view(lower), lower,
                            [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
 }
 

@@ -3,6 +3,7 @@
 // One reader at a time, on the command thread; nothing is allocated.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -48,13 +49,22 @@ struct rova_pim_row {
 
 constexpr int rova_pim_row_values(const rova_pim_row &row)
 {
-    int values = 0;
-    for (char c : row.form)
-        values += c == '%';
-    return values;
+    return static_cast<int>(std::ranges::count(row.form, '%'));
 }
 
-// For a static_assert: every row's field holds what the form reads, inside of the record.
+// The label names the values that are shown, and the word where there is one.
+constexpr bool rova_pim_label_fits(const rova_pim_row &row)
+{
+    if (row.label == nullptr)
+        return true;
+    const auto shown = static_cast<int>(row.shown.size / 4);
+    const int values = shown != 0 ? shown : rova_pim_row_values(row);
+    const int words = row.word != nullptr ? 1 : 0;
+    return std::ranges::count(std::string_view(row.label), '%') == values + words;
+}
+
+// For a static_assert: every row's field holds what the form reads, inside of the record, and its
+// label names no more and no less.
 template <std::size_t N>
 constexpr bool rova_pim_rows_are_sound(const rova_pim_row (&rows)[N], std::size_t record_size)
 {
@@ -62,7 +72,8 @@ constexpr bool rova_pim_rows_are_sound(const rova_pim_row (&rows)[N], std::size_
         const std::size_t bytes = static_cast<std::size_t>(rova_pim_row_values(row)) * 4;
         const bool fits = row.form == "%s" ? row.field.size >= 2 && row.field.size <= PIM_LINE_SIZE
                                            : row.field.size == bytes || row.field.size == 0;
-        if (bytes == 0 || !fits || row.field.offset + row.field.size > record_size ||
+        if (bytes == 0 || !fits || !rova_pim_label_fits(row) ||
+            row.field.offset + row.field.size > record_size ||
             row.shown.offset + row.shown.size > record_size || row.shown.size > PIM_ROW_VALUES * 4)
             return false;
     }

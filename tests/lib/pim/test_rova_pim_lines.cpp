@@ -10,6 +10,7 @@
 #include <climits>
 #include <cstdio>
 #include <filesystem>
+#include <unistd.h>
 #include <utility>
 
 namespace
@@ -49,6 +50,16 @@ static_assert(!rova_pim_rows_are_sound(WRONG_SIZE, sizeof(Record)));
 static_assert(!rova_pim_rows_are_sound(NO_FORM, sizeof(Record)));
 static_assert(!rova_pim_rows_are_sound(NO_ROOM_FOR_A_WORD, sizeof(Record)));
 static_assert(!rova_pim_rows_are_sound(OUTSIDE, sizeof(Record)));
+constexpr rova_pim_row NO_WORD[] = {{"%d", FIELD(behind), " N = %d [ %s ]\n", nullptr}};
+constexpr rova_pim_row WORD_TOO_MANY[] = {{"%d", FIELD(behind), " N = %d\n", even_word}};
+constexpr rova_pim_row LABEL_OF_ONE[] = {
+    {"%d %d", ROVA_PIM_FIELDS(Record, numbers[0], numbers[1]), " N = %d\n", nullptr}};
+constexpr rova_pim_row SHOWN_OF_TWO[] = {
+    {"%d", FIELD(behind), " N = %d\n", nullptr, ROVA_PIM_FIELDS(Record, numbers[0], numbers[1])}};
+static_assert(!rova_pim_rows_are_sound(NO_WORD, sizeof(Record)));
+static_assert(!rova_pim_rows_are_sound(WORD_TOO_MANY, sizeof(Record)));
+static_assert(!rova_pim_rows_are_sound(LABEL_OF_ONE, sizeof(Record)));
+static_assert(!rova_pim_rows_are_sound(SHOWN_OF_TWO, sizeof(Record)));
 
 bool fail_read = false; // the next fread
 
@@ -97,6 +108,14 @@ protected:
     }
 };
 
+// The lowest one that is free: a file left open would have taken it.
+int next_descriptor()
+{
+    const int descriptor = dup(STDERR_FILENO);
+    close(descriptor);
+    return descriptor;
+}
+
 std::string size_error(std::size_t size)
 {
     return " FILE SIZE ERROR : " + std::to_string(size) + " - " + FILE_NAME + " \n";
@@ -140,6 +159,16 @@ TEST_F(Lines, AFolderIsNoFile)
     EXPECT_EQ(result, -1);
 }
 
+TEST_F(Lines, AFileOfMoreThan32BitsIsReportedWithTheGreatestSize)
+{
+    camera.write(FILE_NAME, "1\n");
+    std::filesystem::resize_file(camera.path(FILE_NAME), (uintmax_t{1} << 32) + 2);
+    int result = 0;
+    EXPECT_EQ(test::captured_output([&] { result = rova_pim_lines_read(FILE_NAME, lines); }),
+              size_error(INT32_MAX));
+    EXPECT_EQ(result, -1);
+}
+
 TEST_F(Lines, AReadThatEndsEarlyIsReported)
 {
     camera.write(FILE_NAME, "1\n2\n");
@@ -148,6 +177,15 @@ TEST_F(Lines, AReadThatEndsEarlyIsReported)
     EXPECT_EQ(test::captured_output([&] { result = rova_pim_lines_read(FILE_NAME, lines); }),
               "failed to read /mnt/mmc/test.cfg (Input/output error)\n");
     EXPECT_EQ(result, -1);
+}
+
+TEST_F(Lines, TheFileIsClosed)
+{
+    const int next = next_descriptor();
+    EXPECT_EQ(read("1\n"), 0);
+    EXPECT_EQ(next_descriptor(), next);
+    EXPECT_EQ(failing_read(""), size_error(0));
+    EXPECT_EQ(next_descriptor(), next);
 }
 
 TEST_F(Lines, AFileOfTheWholeBufferIsReadAndALongerOneIsNot)
@@ -170,6 +208,9 @@ TEST_F(Lines, TwoHundredLinesAreReadAndMoreAreNot)
         text += std::to_string(i) + "\n";
     EXPECT_EQ(read(text), 0);
     EXPECT_STREQ(pLnData[199], "200");
+    for (int i = 1; i <= 200; i++)
+        ASSERT_EQ(rova_pim_lines_next(lines), 0) << i;
+    EXPECT_STREQ(tLn, "200");
     EXPECT_EQ(failing_read(text + "//\n"), size_error(text.size() + 3));
     EXPECT_TRUE(camera.logged("line 201 is outside of 200 lines of 255 characters"));
 }
@@ -349,4 +390,8 @@ TEST_F(Lines, LabelsArePrintedOfARecord)
     record.numbers[0] = 6;
     record.numbers[1] = 7;
     EXPECT_EQ(test::captured_output([&] { rova_pim_print_rows(TWO, &record); }), " TWO : 6 x 7 \n");
+    constexpr rova_pim_row SHOWN[] = {{"%d", FIELD(numbers[1]), " SHOWN : %d %d \n", nullptr,
+                                       ROVA_PIM_FIELDS(Record, numbers[0], numbers[1])}};
+    EXPECT_EQ(test::captured_output([&] { rova_pim_print_rows(SHOWN, &record); }),
+              " SHOWN : 6 7 \n");
 }
