@@ -338,6 +338,7 @@ TEST_F(MotConfig, LabelsSayWhatAValueMeans)
     expect_label("testMode", "2", " TEST MODE = 2 [ TILT MODE ] \n");
     expect_label("testMode", "-1", " TEST MODE = -1 [ TILT MODE ] \n");
     expect_label("screenOutType", "1", " SCREEN OUTPUT TYPE : 1 [ TV OUT ] \n\n");
+    expect_label("screenOutType", "2", " SCREEN OUTPUT TYPE : 2 [ TV OUT ] \n\n");
     expect_label("WIDE.reversedPima", "1", " REVERSED PIMA = 1 [ REVERSED PIMA ] \n");
     expect_label("WIDE.reversedPima", "2", " REVERSED PIMA = 2 [ NORMAL PIMA ] \n");
 }
@@ -375,17 +376,22 @@ TEST_F(MotConfig, OnlyAUsageOfOneHasAGroup)
 TEST_F(MotConfig, ATelevisionsSizeAndChromaTakeTheLiveViewsPlace)
 {
     for (const char *type : {"1", "2", "-1"}) {
-        ASSERT_EQ(
-            load({{"screenOutType", type}, {"liveTvCbOffset", "111"}, {"liveTvCrOffset", "222"}}),
-            0);
+        ASSERT_EQ(load({{"screenOutType", type},
+                        {"liveTvW", "640 400"},
+                        {"liveTvCbOffset", "111"},
+                        {"liveTvCrOffset", "222"}}),
+                  0);
         EXPECT_EQ(cfg.liveLcdW, 640) << type;
-        EXPECT_EQ(cfg.liveLcdH, 480) << type;
+        EXPECT_EQ(cfg.liveLcdH, 400) << type;
         EXPECT_EQ(cfg.liveLcdCbOffset, 111) << type;
         EXPECT_EQ(cfg.liveLcdCrOffset, 222) << type;
     }
-    ASSERT_EQ(load({{"liveTvCbOffset", "111"}}), 0);
+    ASSERT_EQ(load({{"liveTvW", "640 400"}, {"liveTvCbOffset", "111"}, {"liveTvCrOffset", "222"}}),
+              0);
     EXPECT_EQ(cfg.liveLcdW, 720);
+    EXPECT_EQ(cfg.liveLcdH, 480);
     EXPECT_EQ(cfg.liveLcdCbOffset, 368640);
+    EXPECT_EQ(cfg.liveLcdCrOffset, 368640);
 }
 
 TEST_F(MotConfig, TheLevelsGetTheirDefocusSteps)

@@ -5,7 +5,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
+#include <unistd.h>
 
 namespace
 {
@@ -89,6 +91,18 @@ TEST_F(Debug, TheModesOfFilesPrintNothingWithoutOne)
         EXPECT_EQ(printed("text"), "") << mode;
         EXPECT_EQ(gDbgCnt, 0) << mode;
     }
+}
+
+TEST_F(Debug, TheModesOfFilesPrintNothingWhileTheStateIsZero)
+{
+    for (int32_t mode : {PIM_DEBUG_BUFFERED, PIM_DEBUG_DIRECT}) {
+        open(mode);
+        gDbgFpState = 0;
+        rova_pim_debug("text");
+        EXPECT_EQ(gDbgCnt, 0) << mode;
+        rova_pim_debug_close();
+    }
+    EXPECT_EQ(file(), "");
 }
 
 TEST_F(Debug, ModeTwoPrintsStraightToTheFile)
@@ -177,6 +191,27 @@ TEST_F(Debug, AFileThatCannotBeOpenedLeavesTheSinkWithoutOne)
     rova_pim_debug("lost");
     rova_pim_debug_close();
     EXPECT_EQ(gDbgCnt, 0);
+}
+
+TEST_F(Debug, TheCloseGivesTheDescriptorBack)
+{
+    const int before = dup(STDERR_FILENO);
+    close(before);
+    open(PIM_DEBUG_DIRECT);
+    rova_pim_debug_close();
+    const int behind = dup(STDERR_FILENO);
+    close(behind);
+    EXPECT_EQ(behind, before);
+}
+
+TEST_F(Debug, AWriteThatFailedBeforeIsToldAtTheClose)
+{
+    std::filesystem::create_symlink("/dev/full", camera.path(FILE_NAME));
+    open(PIM_DEBUG_DIRECT);
+    std::setvbuf(gDbgFp, nullptr, _IONBF, 0); // nothing is left for the close to write
+    rova_pim_debug("text\n");
+    rova_pim_debug_close();
+    EXPECT_TRUE(camera.logged("failed to write a text of the picture tests"));
 }
 
 TEST_F(Debug, AFullCardIsToldOnceAtTheClose)

@@ -128,6 +128,18 @@ TEST_F(Result, TheModesOfFilesPrintNothingWithoutOne)
     }
 }
 
+TEST_F(Result, TheModesOfFilesPrintNothingWhileTheStateIsZero)
+{
+    for (int32_t mode : {PIM_RESULT_BUFFERED, PIM_RESULT_DIRECT}) {
+        open(mode);
+        gRstFpState = 0;
+        rova_pim_result_print("text");
+        EXPECT_EQ(gRstCnt, 0) << mode;
+        rova_pim_result_close();
+    }
+    EXPECT_EQ(file(), "");
+}
+
 TEST_F(Result, OtherModesPrintNothing)
 {
     for (int32_t mode : {-1, 3, 99}) {
