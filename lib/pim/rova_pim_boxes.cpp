@@ -163,24 +163,25 @@ ROVA_INLINE void change_inline(T *__restrict cover, const T *__restrict row, int
 
 #define ROVA_KERNELS(name, attribute)                                                              \
     template <typename T>                                                                          \
-    attribute void start_##name(const limits &at, const uint8_t *rows, const row_sums<T> &sums)    \
+    __attribute__(attribute) void start_##name(const limits &at, const uint8_t *rows,              \
+                                               const row_sums<T> &sums)                            \
     {                                                                                              \
         start_inline(at, rows, sums);                                                              \
     }                                                                                              \
     template <typename T>                                                                          \
-    attribute void slide_##name(const limits &at, const uint8_t *gone, const uint8_t *come,        \
-                                const row_sums<T> &sums)                                           \
+    __attribute__(attribute) void slide_##name(const limits &at, const uint8_t *gone,              \
+                                               const uint8_t *come, const row_sums<T> &sums)       \
     {                                                                                              \
         slide_inline(at, gone, come, sums);                                                        \
     }                                                                                              \
     template <typename T>                                                                          \
-    attribute void windows_##name(const T *in, int32_t n, int32_t width, T *out,                   \
-                                  T *const(&scratch)[2])                                           \
+    __attribute__(attribute) void windows_##name(const T *in, int32_t n, int32_t width, T *out,    \
+                                                 T *const(&scratch)[2])                            \
     {                                                                                              \
         sum_windows(in, n, width, out, scratch);                                                   \
     }                                                                                              \
     template <typename T>                                                                          \
-    attribute void change_##name(T *cover, const T *row, int32_t n, bool add)                      \
+    __attribute__(attribute) void change_##name(T *cover, const T *row, int32_t n, bool add)       \
     {                                                                                              \
         change_inline(cover, row, n, add);                                                         \
     }                                                                                              \
@@ -188,15 +189,15 @@ ROVA_INLINE void change_inline(T *__restrict cover, const T *__restrict row, int
     constexpr kernels<T> KERNELS_##name = {start_##name<T>, slide_##name<T>, windows_##name<T>,    \
                                            change_##name<T>};
 
-ROVA_KERNELS(any, )
+ROVA_KERNELS(any, ())
 #ifdef __x86_64__
-ROVA_KERNELS(wide, __attribute__((target("arch=x86-64-v3"))))
+ROVA_KERNELS(wide, (target("avx2")))
 #endif
 
 template <typename T> const kernels<T> &kernels_here()
 {
 #ifdef __x86_64__
-    static const bool wide = __builtin_cpu_supports("x86-64-v3") != 0;
+    static const bool wide = __builtin_cpu_supports("avx2") != 0;
     if (wide)
         return KERNELS_wide<T>;
 #endif
