@@ -228,8 +228,8 @@ TEST(VcamScreen, PngShowsDrawingsOverThePictureThatTheCameraSees)
 {
     const test::Camera camera;
     set_up_screen();
-    camera.write("/virtual/scene/a.ppm",
-                 "P6 2 1 255\n" + std::string("\0\xff\0", 3) + std::string("\xff\xff\0", 3));
+    const std::string green("\0\xff\0", 3), yellow("\xff\xff\0", 3);
+    camera.write("/virtual/scene/a.ppm", "P6 4 1 255\n" + green + green + yellow + yellow);
     EXPECT_EQ(draw(camera).count(0, 480, 0, 0, 255), 720 * 480) << "without drawings";
     factory_osd_draw(FACTORY_OSD_DRAW_RECTANGLE, "10,10,50,50,red");
     const image shown = draw(camera);
