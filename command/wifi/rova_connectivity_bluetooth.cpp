@@ -157,7 +157,7 @@ template <class work_fn> int with_events_unless_off(bt_wait *wait, work_fn work)
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
     char *const no_words[] = {nullptr};
-    sys_execvp(path, no_words);
+    sys_execve(path, no_words, environ);
     ROVA_LOG_ERR("failed to run %s (%s) \n", path, rova_reason());
     _exit(1);
 }

@@ -209,7 +209,7 @@ TEST_F(Bluetooth, RfTestActivationRunsTheScriptOnceTheAdapterIsOn)
     EXPECT_TRUE(camera.logged("parent : forked["));
     EXPECT_TRUE(camera.logged("child is terminated : 0"));
     EXPECT_THAT(camera.call_texts(),
-                Contains(EndsWith("sys_execvp(\"/usr/etc/bluetooth/bt-edutm-on.sh\", [])")));
+                Contains(EndsWith("sys_execve(\"/usr/etc/bluetooth/bt-edutm-on.sh\", [])")));
 }
 
 TEST_F(Bluetooth, RfTestActivationSwitchesOffByTheScriptFirst)
@@ -276,13 +276,16 @@ TEST_F(Bluetooth, RfTestDeactivationSwitchesOffByTheScript)
                             HasSubstr("parent : forked["), "child is terminated : 0",
                             "Bluetooth Event : 2", "RF Test Mode Off result [2]"));
     EXPECT_THAT(steps(camera), ElementsAre("register_callback", "unregister_callback"));
+    EXPECT_THAT(wrap_sleeps(), ElementsAre(500000));
 }
 
 TEST_F(Bluetooth, RfTestDeactivationOfAnAdapterThatIsOffIsOk)
 {
+    wrap_record_sleeps(true);
     EXPECT_EQ(run("bluetooth deactivation rf_test"), OK);
     EXPECT_TRUE(camera.logged("BT is already off!!"));
     EXPECT_FALSE(camera.logged("parent : forked["));
+    EXPECT_THAT(wrap_sleeps(), ElementsAre(500000));
 }
 
 TEST_F(Bluetooth, RfTestDeactivationDependsOnTheEventAlone)
@@ -306,8 +309,10 @@ TEST_F(Bluetooth, RfTestDeactivationDependsOnTheEventAlone)
 TEST_F(Bluetooth, RfTestDeactivationWithoutAProcessIsRefused)
 {
     radio("adapter", "1");
+    wrap_record_sleeps(true);
     wrap_fail("fork", -1, ENOMEM);
     EXPECT_EQ(run("bluetooth deactivation rf_test"), NG);
+    EXPECT_THAT(wrap_sleeps(), IsEmpty());
     EXPECT_TRUE(camera.logged("RF Test Mode Off error : -1"));
     EXPECT_THAT(steps(camera), ElementsAre("register_callback", "unregister_callback"));
 }
@@ -353,11 +358,45 @@ TEST_F(Bluetooth, SearchThatFindsNothingIsEndedByItsTimer)
     EXPECT_EQ(camera.calls("bluetooth_cancel_discovery").size(), 1U);
 }
 
+// The first device is found after twice the delay.
+TEST_F(Bluetooth, ASearchLastsTenSecondsOfTheCamera)
+{
+    in_range(ONE);
+    camera.speed(10);
+    radio("delay", "3000");
+    EXPECT_EQ(run("bluetooth search search_with_ack", ROVA_CMD_PTP),
+              number_answer(true, "0x00040001"));
+    radio("delay", "7500");
+    EXPECT_EQ(run("bluetooth search search_with_ack", ROVA_CMD_PTP),
+              number_answer(true, "0x00040000"));
+}
+
+TEST_F(Bluetooth, AnotherEventEndsASearchWithoutSuccess)
+{
+    in_range(ONE);
+    camera.speed(1);
+    radio("delay", "never");
+    auto answer = start("bluetooth search search_with_ack");
+    ASSERT_TRUE(
+        wait_for([&] { return !camera.calls("bluetooth_start_custom_discovery").empty(); }));
+    radio("event", "9");
+    ASSERT_TRUE(hears("Bluetooth Event : 9"));
+    radio("event", "2 0");
+    EXPECT_EQ(answer.get(), NG);
+    EXPECT_TRUE(camera.logged("Bluetooth Search result [2]"));
+    EXPECT_EQ(g_dev_cnt, 1) << "counted as soon as it is found";
+    radio("delay", "0");
+    EXPECT_EQ(run("bluetooth search search_with_ack", ROVA_CMD_PTP),
+              number_answer(true, "0x00040001"))
+        << "the next one counts its own";
+}
+
 TEST_F(Bluetooth, EachSearchCountsItsOwnDevices)
 {
     in_range(ONE);
     EXPECT_EQ(run("bluetooth search search_with_ack", ROVA_CMD_PTP),
               number_answer(true, "0x00040001"));
+    EXPECT_EQ(g_dev_cnt, 0) << "the answer has taken them";
     EXPECT_EQ(run("bluetooth search search_with_ack", ROVA_CMD_PTP),
               number_answer(true, "0x00040001"));
     radio("devices", "");
