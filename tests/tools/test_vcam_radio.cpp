@@ -139,7 +139,12 @@ TEST(VcamRadio, WhatIsNotRightIsRefusedAndChangesNothing)
     refused({"bluetooth", "adapter", "2"}, "one of off on");
     refused({"bluetooth", "adapter", "on", "off"}, "one of off on");
     refused({"wifi", "driver", "vendor"}, "one of none test station");
-    refused({"wifi", "rssi", "loud"}, "a number");
+    refused({"wifi", "rssi", "loud"}, "wifi rssi takes a number of nine digits at most\n");
+    refused({"bluetooth", "result", "4294967296"}, "a number of nine digits");
+    refused({"bluetooth", "delay", "1000000000"}, "milliseconds or never");
+    refused({"bluetooth", "event", "1000000000"}, "the number of an event");
+    refused({"bluetooth", "event", "1", "-1000000000"}, "the number of an event");
+    refused({"wifi", "access_points", "5 -1000000000 net"}, "2.4 or 5");
     refused({"nfc", "delay", "-1"}, "milliseconds or never");
     refused({"bluetooth", "event", "2", "good"}, "the number of an event");
     refused({"bluetooth", "devices", "01:23:45:67:89 short"}, "an address with colons");
@@ -156,6 +161,8 @@ TEST(VcamRadio, ListsItsItemsWithTheirWords)
     EXPECT_THAT(listed,
                 testing::IsSupersetOf({"bluetooth adapter off on", "bluetooth devices none",
                                        "wifi rssi", "wifi mode idle tx rx", "nfc chip off on"}));
+    EXPECT_EQ(vcam({"radio", "nfc", "--list"}).out, "nfc manager stopped started\nnfc chip off on\n"
+                                                    "nfc delay\nnfc result\nnfc tag\n");
 }
 
 TEST(VcamRadio, StateTellsOfTheRadiosThatHaveBeenToldSomething)

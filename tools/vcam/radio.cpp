@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <optional>
+#include <ranges>
 #include <regex>
 
 namespace vcam
@@ -57,7 +58,7 @@ constexpr radio_item ITEMS[] = {
     // clang-format on
 };
 
-// What a value has to look like, and what it counts.
+// What a value has to look like, and what it counts.  Nine digits are what every reader holds.
 struct form_row {
     radio_form form;
     const char *pattern;
@@ -69,14 +70,16 @@ constexpr form_row FORMS[] = {
     // clang-format off
     {flag,    "[01]",                      "one of",                                     ""},
     {choice,  "[a-z]+",                    "one of",                                     ""},
-    {number,  "-?[0-9]+",                  "a number",                                   ""},
-    {signal,  "-?[0-9]+",                  "a number",                                   "dBm"},
-    {delay,   "[0-9]+|never",              "milliseconds or never",                      "ms"},
-    {event,   "[0-9]+( -?[0-9]+)?",        "the number of an event, and its result",     ""},
+    {number,  "-?[0-9]{1,9}",              "a number of nine digits at most",            ""},
+    {signal,  "-?[0-9]{1,9}",              "a number of nine digits at most",            "dBm"},
+    {delay,   "[0-9]{1,9}|never",          "milliseconds or never",                      "ms"},
+    {event,   "[0-9]{1,9}( -?[0-9]{1,9})?",
+                                           "the number of an event, and its result",     ""},
     {text,    "[^\n]*",                    "a line of text",                             ""},
     {device,  "([0-9A-Fa-f]{2}:){5}[0-9A-Fa-f]{2}( [^\n]*)?",
                                            "an address with colons, a blank and a name", ""},
-    {network, "(2\\.4|5) -?[0-9]+ [^\n]+", "2.4 or 5, the signal in dBm, and a name",    ""},
+    {network, "(2\\.4|5) -?[0-9]{1,9} [^\n]+",
+                                           "2.4 or 5, the signal in dBm, and a name",    ""},
     // clang-format on
 };
 
@@ -122,12 +125,18 @@ std::string meaning_of(const radio_item &item, const std::string &value)
     return value == "never" ? "" : form_of(item).unit;
 }
 
+// The items of a radio, or of all.
+auto items_of(const std::string &radio)
+{
+    return std::views::filter(
+        ITEMS, [radio](const radio_item &item) { return radio.empty() || radio == item.radio; });
+}
+
 void show(const std::string &radio)
 {
     state_table table;
-    for (const radio_item &item : ITEMS)
-        if (radio.empty() || radio == item.radio)
-            add_radio_item(table, item);
+    for (const radio_item &item : items_of(radio))
+        add_radio_item(table, item);
     print_table(std::move(table));
 }
 
@@ -137,9 +146,9 @@ void show(const radio_item &item)
         std::puts(line.c_str());
 }
 
-void list()
+void list(const std::string &radio)
 {
-    for (const radio_item &item : ITEMS) {
+    for (const radio_item &item : items_of(radio)) {
         const std::string words = is_list(item) ? NONE : item.words;
         std::printf("%s %s%s%s\n", item.radio, item.name, words.empty() ? "" : " ", words.c_str());
     }
@@ -162,8 +171,8 @@ void check(const radio_item &item, const std::string &value)
     if (is_word && std::regex_match(value, std::regex(form_of(item).pattern)))
         return;
     std::string wanted = form_of(item).wanted;
-    if (!words.empty())
-        wanted += " " + CLI::detail::join(words, " ");
+    if (*item.words != '\0')
+        wanted += std::string(" ") + item.words;
     throw failure(std::string(item.radio) + " " + item.name + " takes " + wanted);
 }
 
@@ -233,7 +242,7 @@ int verb_radio(const invocation &in, CLI::App &app)
     app.add_flag("--list", list_names, "Print the radios' items and their words instead");
     in.parse(app);
     if (list_names) {
-        list();
+        list(radio);
         return OK;
     }
     open_camera(in.dir);
