@@ -197,6 +197,23 @@ TEST_F(Bluetooth, DeactivationThatFailsIsRefused)
     EXPECT_TRUE(camera.logged("Bluetooth Deactivation result [3]"));
 }
 
+TEST_F(Bluetooth, AnotherEventEndsADeactivationWithoutSuccess)
+{
+    radio("adapter", "1");
+    radio("delay", "never");
+    add_script("bt-edutm-off.sh", "#!/bin/sh\n");
+    auto answer = start("bluetooth deactivation normal");
+    ASSERT_TRUE(wait_for([&] { return !camera.calls("bluetooth_disable_adapter").empty(); }));
+    radio("event", "1 0");
+    EXPECT_EQ(answer.get(), NG);
+    EXPECT_TRUE(camera.logged("Bluetooth Deactivation result [0]"));
+    answer = start("bluetooth deactivation rf_test");
+    ASSERT_TRUE(hears("child is terminated : 0"));
+    radio("event", "1 0");
+    EXPECT_EQ(answer.get(), NG);
+    EXPECT_TRUE(camera.logged("RF Test Mode Off result [0]"));
+}
+
 // ------------------------------------------------------------------------- RF and audio test
 
 TEST_F(Bluetooth, RfTestActivationRunsTheScriptOnceTheAdapterIsOn)
