@@ -16,7 +16,8 @@ namespace
 {
 
 constexpr int32_t BRIGHTEST = 255;
-constexpr int32_t NARROW_AREA = 256; // values whose sum fits in 16 bits
+constexpr int32_t NARROW_AREA = 256;                 // values whose sum fits in 16 bits
+constexpr int64_t WIDE_AREA = INT32_MAX / BRIGHTEST; // and in 32
 constexpr std::size_t PARTS = 4; // of the histogram: equal neighbours need not wait for each other
 
 // Arrays of the strip's width and a box's, T wide enough for a box's sum.
@@ -194,11 +195,11 @@ ROVA_KERNELS(any, ())
 ROVA_KERNELS(wide, (target("avx2")))
 #endif
 
-template <typename T> const kernels<T> &kernels_here()
+template <typename T> const kernels<T> &kernels_here([[maybe_unused]] bool portable)
 {
 #ifdef __x86_64__
     static const bool wide = __builtin_cpu_supports("avx2") != 0;
-    if (wide)
+    if (wide && !portable)
         return KERNELS_wide<T>;
 #endif
     return KERNELS_any<T>;
@@ -239,7 +240,7 @@ public:
     Walk(const rova_pim_strip &strip, const rova_pim_box_rules &rules,
          const rova_pim_hit_function &on_hits)
         : strip_(strip), rules_(rules), on_hits_(on_hits), at_(limits_of(strip, rules)),
-          run_(kernels_here<T>())
+          run_(kernels_here<T>(rules.portable))
     {
     }
     bool prepare();
@@ -420,6 +421,10 @@ int rova_pim_walk_boxes(const rova_pim_strip &strip, const rova_pim_box_rules &r
 {
     if (rules.w <= 0 || rules.h <= 0 || rules.w >= strip.w || rules.h >= strip.h)
         return 0;
+    if (int64_t{rules.w} * rules.h > WIDE_AREA) {
+        rova_pim_report("no sums of boxes of %d x %d\n", rules.w, rules.h);
+        return -1;
+    }
     if (rules.w * rules.h <= NARROW_AREA)
         return walk_boxes<uint16_t>(strip, rules, histogram, on_hits);
     return walk_boxes<uint32_t>(strip, rules, histogram, on_hits);

@@ -20,7 +20,8 @@ struct rova_pim_box_rules {
     int32_t max;
     int64_t count; // so many values of a hit have to lie in the range
     rova_pim_row_step step;
-    bool trace; // print each box's mean and its values in range
+    bool trace;            // print each box's mean and its values in range
+    bool portable = false; // with instructions that any processor has, for tests
 };
 
 // Hits side by side in a row: boxes whose first corner is at from .. to - 1.
@@ -39,6 +40,7 @@ using rova_pim_hit_function = std::function<void(const rova_pim_hits &hits)>;
 // Visits the boxes in rows, from the first, and in a row from its left.  Behind a box with no value
 // in range the next one stands beside it, else one value on.  Boxes that would touch the strip's
 // last column or row are left out.  All values of all boxes visited are counted in `histogram`, and
-// the hits told in order.  0, or -1 with a report: no memory for the sums.
+// the hits told in order.  0, or -1 with a report: boxes whose sum would not fit in 32 bits, or no
+// memory for the sums.
 int rova_pim_walk_boxes(const rova_pim_strip &strip, const rova_pim_box_rules &rules,
                         rova_pim_histogram &histogram, const rova_pim_hit_function &on_hits);
