@@ -141,8 +141,6 @@ int find_areas(const rova_pim_marker_search &search, const rova_pim_pm_config &c
                rova_pim_box (&areas)[PIM_MARKERS])
 {
     const rova_pim_point limit = rova_pim_chroma_limit(search);
-    rova_pim_debug(" COLOR MARKER'S WINDOW COORDINATE !!! \n");
-    rova_pim_debug(" IMAGE SIZE = %4d x %4d \n", search.image.width, search.image.height);
     for (int k = 0; k < PIM_MARKERS; k++) {
         areas[k] = rova_pim_marker_area(search, k, cfg);
         if (!rova_pim_area_is_inside(areas[k], limit)) {
@@ -151,9 +149,7 @@ int find_areas(const rova_pim_marker_search &search, const rova_pim_pm_config &c
             return -1;
         }
     }
-    for (int k = 0; k < PIM_MARKERS; k++)
-        rova_pim_debug(" [%d] COLOR MAKER'S WINDOW : (%5d , %5d) , %5d x %5d \n", k, areas[k].x0,
-                       areas[k].y0, areas[k].w, areas[k].h);
+    rova_pim_print_marker_areas(search, areas);
     return 0;
 }
 
@@ -287,6 +283,16 @@ rova_pim_box rova_pim_marker_area(const rova_pim_marker_search &search, int32_t 
 bool rova_pim_area_is_inside(const rova_pim_box &area, const rova_pim_point &limit)
 {
     return area.x0 <= limit.x && area.y0 <= limit.y && area.x1 <= limit.x && area.y1 <= limit.y;
+}
+
+void rova_pim_print_marker_areas(const rova_pim_marker_search &search,
+                                 const rova_pim_box (&areas)[PIM_MARKERS])
+{
+    rova_pim_debug(" COLOR MARKER'S WINDOW COORDINATE !!! \n");
+    rova_pim_debug(" IMAGE SIZE = %4d x %4d \n", search.image.width, search.image.height);
+    for (int k = 0; k < PIM_MARKERS; k++)
+        rova_pim_debug(" [%d] COLOR MAKER'S WINDOW : (%5d , %5d) , %5d x %5d \n", k, areas[k].x0,
+                       areas[k].y0, areas[k].w, areas[k].h);
 }
 
 int rova_pim_walk_marker(const rova_pim_marker_search &search, const rova_pim_box &area,

@@ -53,6 +53,8 @@ rova_pim_box rova_pim_marker_area(const rova_pim_marker_search &search, int32_t 
 // True when the area ends in the picture, whose last chroma values are at `limit`.
 bool rova_pim_area_is_inside(const rova_pim_box &area, const rova_pim_point &limit);
 rova_pim_point rova_pim_chroma_limit(const rova_pim_marker_search &search);
+void rova_pim_print_marker_areas(const rova_pim_marker_search &search,
+                                 const rova_pim_box (&areas)[PIM_MARKERS]);
 
 // Walks boxes over an area's values: the hits, and the histogram of all.  `count` is the least
 // number of values in range.  0, or -1 with a report: the picture or the buffer has no room for the

@@ -45,8 +45,6 @@ void find_areas(const rova_pim_marker_search &search, rova_pim_pm_config &cfg,
                 rova_pim_box (&areas)[PIM_MARKERS])
 {
     const rova_pim_point limit = rova_pim_chroma_limit(search);
-    rova_pim_debug(" COLOR MARKER'S WINDOW COORDINATE !!! \n");
-    rova_pim_debug(" IMAGE SIZE = %4d x %4d \n", search.image.width, search.image.height);
     for (int k = 0; k < PIM_MARKERS; k++) {
         areas[k] = rova_pim_marker_area(search, k, cfg);
         cfg.iCmFoundFlag[k] = rova_pim_area_is_inside(areas[k], limit) ? 1 : 0;
@@ -54,9 +52,7 @@ void find_areas(const rova_pim_marker_search &search, rova_pim_pm_config &cfg,
             rova_pim_report(" COLOR MARKER EXCEED IMAGE RANGE [%d].... %5d x %5d > %5d x %d \n", k,
                             areas[k].x1, areas[k].y1, limit.x, limit.y);
     }
-    for (int k = 0; k < PIM_MARKERS; k++)
-        rova_pim_debug(" [%d] COLOR MAKER'S WINDOW : (%5d , %5d) , %5d x %5d \n", k, areas[k].x0,
-                       areas[k].y0, areas[k].w, areas[k].h);
+    rova_pim_print_marker_areas(search, areas);
 }
 
 int32_t centre_of(int32_t factor, int64_t begin, int64_t area, int64_t end)
