@@ -80,8 +80,7 @@ public:
         cfg.arrayH = chance(80) ? number(1, 14) : number(15, 40);
         cfg.arrayCount = number(-1, cfg.arrayW * cfg.arrayH + 1) / number(1, 4);
         cfg.dbgLevel[2] = chance(20);
-        cfg.scrSearchW = cfg.lvSearchW = number(0, 700);
-        cfg.scrSearchH = cfg.lvSearchH = number(0, 500);
+        set_sizes(cfg);
         for (rova_pim_chart_config &chart : cfg.chart) {
             chart.colorMin = number(-20, 280);
             chart.colorMax = chart.colorMin + number(-10, 150);
@@ -106,6 +105,21 @@ public:
     }
 
 private:
+    // No size of the configuration is another one's, or the picture's own, or divides another.
+    void set_sizes(rova_pim_pm_config &cfg)
+    {
+        cfg.imageW = number(1200, 2000);
+        cfg.imageH = number(900, 1500);
+        for (int32_t *size : {&cfg.screenW, &cfg.screenH, &cfg.liveLcdW, &cfg.liveLcdH})
+            *size = number(250, 450);
+        cfg.scrSearchW = number(0, 700);
+        cfg.scrSearchH = number(0, 500);
+        cfg.lvSearchW = number(50, 800);
+        cfg.lvSearchH = number(50, 600);
+        for (int32_t *offset : {&cfg.scrCbOffset, &cfg.scrCrOffset, &cfg.liveLcdCrOffset})
+            *offset -= 2 * number(0, 3);
+    }
+
     std::mt19937 random_;
 };
 
@@ -571,8 +585,12 @@ TEST_F(LiveView, TheColourChoosesTheChart)
     search(7);
     EXPECT_THAT(text, HasSubstr(" CHART = MID \n COLOR = RED \n"));
     picture.paint_markers(25, 10);
+    for (int chart : {0, 1})
+        std::ranges::fill(cfg.chart[chart].cm, rova_pim_point{0, 0});
+    cfg.chart[2].orgWin[9].lx = 160;
     search(7);
     EXPECT_EQ(cfg.liveResult, 1);
+    EXPECT_EQ(cfg.scrWin[9].w, 41);
 }
 
 TEST_F(LiveView, TheDebugFileIsOpenForTheSearch)

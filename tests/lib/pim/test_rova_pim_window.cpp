@@ -138,16 +138,31 @@ TEST_F(Window, OffsetAndSizeScaleWithTheMarkers)
 TEST_F(Window, InTheLiveViewTheyScaleByTheConfiguredSizes)
 {
     cfg.liveLcdW = 720;
+    cfg.liveLcdH = 240;
     cfg.chart[0].orgWin[4] = {101, -33, 85, 41};
     place_live();
     const rova_pim_box &window = windows[4];
     EXPECT_EQ(window.x0, 100 + 101 * 720 / 1600);
-    EXPECT_EQ(window.y0, 222 - 33 * 300 / 1200);
+    EXPECT_EQ(window.y0, 222 - 33 * 240 / 1200);
     EXPECT_EQ(window.w, 85 * 720 / 1600 + 1);
-    EXPECT_EQ(window.h, 41 * 300 / 1200 + 1);
+    EXPECT_EQ(window.h, 41 * 240 / 1200 + 1);
     EXPECT_THAT(text, testing::StartsWith(" WIDE CHART \n RED COLOR \n [ 0 ] ("));
     place_live(2, PIM_COLOUR_CB);
     EXPECT_THAT(text, testing::StartsWith(" MID CHART \n BLUE COLOR \n"));
+}
+
+TEST_F(Window, EachChartHasItsOwnOffsetsAndDistance)
+{
+    for (int32_t chart : {1, 2}) {
+        cfg.chart[chart].orgWin[3] = {40 * chart, 30, 16, 12};
+        cfg.chart[chart].cmDist = {400 * chart, 300};
+        EXPECT_EQ(place(chart), 0);
+        expect_at(3, 96 + 40 * 207 / 400, 70 + 30 * 154 / 300);
+        EXPECT_EQ(windows[3].w, 16 * 207 / 400 / chart + 1);
+        EXPECT_EQ(place_live(chart), 0);
+        expect_at(3, 96 + 40 * chart / 4, 70 + 30 / 4);
+        EXPECT_EQ(windows[3].h, 12 / 4 + 1);
+    }
 }
 
 TEST_F(Window, WhatLiesBeforeThePictureIsCutOff)
