@@ -228,8 +228,8 @@ TEST_F(Debug, AReportGoesToTheSinkAndAsOneLineToTheLog)
 {
     gDbgPrintOnOff = PIM_DEBUG_STDOUT;
     EXPECT_EQ(test::captured_output(report_chart), " WRONG 3 : chart \n\n");
-    EXPECT_TRUE(camera.logged("WRONG 3 : chart"));
-    EXPECT_FALSE(camera.logged(" WRONG 3 : chart \n"));
+    EXPECT_THAT(test::lines_of(camera.platform_log()),
+                testing::ElementsAre(testing::EndsWith("mWRONG 3 : chart\x1B[m")));
 }
 
 TEST_F(Debug, AReportIsLoggedWhereTheSinkPrintsNothing)
