@@ -43,7 +43,7 @@ int64_t gain(const wedge_part &part, reference ref, bool fail)
 
 // Cut towards 0; what no integer holds becomes the greatest or the least, what is no number the
 // least.
-int32_t truncate(float value)
+int32_t towards_zero(float value)
 {
     constexpr float TOO_MUCH = 2147483648.0F; // one above INT32_MAX
     if (std::isnan(value) || value <= -TOO_MUCH)
@@ -64,7 +64,7 @@ int32_t magnified(int32_t value, int32_t least, int32_t chart, int32_t length,
                         cfg.imageW, static_cast<double>(cfg.chartHeight[chart]), length);
         return least;
     }
-    return truncate(size * cfg.effectivePixel / drawn);
+    return towards_zero(size * cfg.effectivePixel / drawn);
 }
 
 int32_t corrected_value(int32_t value, reference ref, int32_t chart, const rova_pim_pm_config &cfg)
