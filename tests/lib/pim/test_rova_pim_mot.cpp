@@ -135,6 +135,15 @@ TEST_F(Process, AChartOfNoPicturesIsRefused)
     EXPECT_FALSE(camera.exists("/mnt/mmc/debug.txt"));
 }
 
+// Only a size of 0 keeps a chart out; with one below, every picture is over the count.
+TEST_F(Process, AChartOfLessThanNoPicturesDropsThem)
+{
+    cfg.chart[1].rangeSize = -1;
+    EXPECT_THAT(process(1), HasSubstr(" Y-VALUE = 120 (  480,  240,  100 x  100 ) \n\n ERROR ~!!!! "
+                                      ": EXCESS the Number of Picture [ TELE : 0 / -1 ]\n"));
+    EXPECT_EQ(cfg.result[1].picCount, 0);
+}
+
 TEST_F(Process, AChartThatThereIsNoneOfIsRefused)
 {
     for (int32_t chart : {3, -1, INT_MAX, INT_MIN}) {
@@ -209,15 +218,25 @@ TEST_F(Process, TheBrightnessIsThatOfThePatch)
     EXPECT_EQ(cfg.yValueNow, 199); // 199.9999
 }
 
+TEST_F(Process, BehindThePatchThePictureBufferIsClear)
+{
+    lose_a_marker();
+    const std::span<uint8_t> buffer = rova_pim_picture_buffer();
+    std::ranges::fill(buffer, uint8_t{77});
+    process();
+    EXPECT_THAT(buffer.first(101 * 101), Each(120));
+    EXPECT_THAT(buffer.subspan(101 * 101), Each(0));
+}
+
 TEST_F(Process, ThePatchFollowsTheSizeOfThePicture)
 {
     cfg.imageW = cfg.imageH = 0;
     EXPECT_THAT(process(), HasSubstr(" Y-VALUE = 120 (    0,    0,  100 x  100 ) \n\n"));
     EXPECT_EQ(result, -1); // no markers with these sizes
-    cfg.imageW = 1000;
+    cfg.imageW = 999;
     cfg.imageH = 999;
     lose_a_marker();
-    EXPECT_THAT(process(), HasSubstr(" Y-VALUE = 120 (  300,  199,  100 x  100 ) \n\n"));
+    EXPECT_THAT(process(), HasSubstr(" Y-VALUE = 120 (  299,  199,  100 x  100 ) \n\n"));
 }
 
 TEST_F(Process, APatchOutsideOfThePictureHasNoBrightness)
@@ -367,6 +386,15 @@ TEST_F(Getters, TheVerdictsAreThoseOfTheRunAndItsCharts)
     cfg.finalResult = 1;
     cfg.result[1].okCount = 3;
     EXPECT_EQ(get(), " FINAL RESULT = 1 [ OK ] \n RESULT = 1 [ OK ] : 1 [ OK ] : -99 [ - ]  \n");
+}
+
+TEST_F(Getters, AChartOfLessThanNoPicturesPassesByItsCount)
+{
+    cfg.chart[0].rangeSize = cfg.chart[1].rangeSize = -1;
+    cfg.result[0].okCount = 2;
+    cfg.result[1].okCount = 1;
+    get();
+    EXPECT_THAT(verdicts.chart, ElementsAre(1, -99, 0));
 }
 
 TEST_F(Getters, WithoutATableOfAllChartsThereIsNoVerdict)

@@ -95,6 +95,8 @@ TEST_F(Qa, DirectRowsReachTheFileOneByOne)
 TEST_F(Qa, AKeptRowIsAloneAndTheTitleThatOfTheFirst)
 {
     print_mode(PIM_RESULT_KEPT);
+    say(pRstData, "before");
+    gRstCnt = 6;
     write(91);
     EXPECT_STREQ(pPtpTile, TITLE);
     EXPECT_EQ(std::string(pRstData), row(91));
@@ -126,7 +128,7 @@ TEST_F(Qa, EveryRowBeginsWithEmptyColumns)
 
 TEST_F(Qa, TheShootingDataArePrintedWhereAskedFor)
 {
-    cfg.dbgLevel[0] = 1;
+    cfg.dbgLevel[0] = -1;
     EXPECT_EQ(write(91), " File Name = IMG_0012.JPG \n F No.     = 28/10 \n"
                          " Shttr     = 1/60sec \n ISO       = 100 \n 35mm      = 24mm \n");
 }
@@ -143,6 +145,16 @@ TEST_F(Qa, ValuesAtOrBelowTheFloorTakeIt)
     EXPECT_THAT(cfg.motOrgValue,
                 testing::ElementsAre(1000, 1000, 1100, 1100, 1108, 1100, 1407, 1407, 1407, 1407));
     EXPECT_EQ(cfg.qaResult, 0);
+}
+
+// A window is judged by the floor that it takes.
+TEST_F(Qa, AFloorAtThePassLevelPasses)
+{
+    std::ranges::fill(cfg.motValue, 0);
+    std::fill_n(cfg.chart[0].okLevel, 2, 1000);
+    std::fill(cfg.chart[0].okLevel + 2, cfg.chart[0].okLevel + PIM_WINDOWS, 1100);
+    write_again(91);
+    EXPECT_EQ(cfg.qaResult, 1);
 }
 
 TEST_F(Qa, TheFloorsAndLevelsAreThoseOfTheChart)

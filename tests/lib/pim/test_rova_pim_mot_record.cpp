@@ -107,6 +107,18 @@ TEST_F(Record, TheLeastSideIsAtMost9999)
     EXPECT_EQ(cfg.result[0].minSide[1], -18);
 }
 
+TEST_F(Record, TheLeastSideIsThatOfAnyWindow)
+{
+    for (int i = 2; i < PIM_WINDOWS; i++) {
+        std::ranges::fill(cfg.motValue, 1400);
+        cfg.motValue[0] = cfg.motValue[1] = 1000;
+        cfg.motValue[i] = 1200;
+        cfg.result[0].picCount = 0;
+        rova_pim_mot_record(0, cfg);
+        EXPECT_EQ(cfg.result[0].minSide[0], 1200) << "window " << i;
+    }
+}
+
 TEST_F(Record, SumsStayWithinTheRecordsNumbers)
 {
     std::ranges::fill(cfg.motValue, INT_MAX);
@@ -136,6 +148,9 @@ TEST_F(Record, EveryWindowIsPrinted)
                                         " Direction : 1 [ Right-->Left ] \n"
                                         " Position  : 1 [ Side ] \n"
                                         " >>>> MOT Value = 1409 \n\n"));
+    cfg.chart[0].dir[9] = cfg.chart[0].pos[9] = -1;
+    EXPECT_THAT(record(1600, 1400), HasSubstr(" Direction : -1 [ Right-->Left ] \n"
+                                              " Position  : -1 [ Side ] \n"));
 }
 
 TEST_F(Record, APictureOverTheCountTouchesNothing)

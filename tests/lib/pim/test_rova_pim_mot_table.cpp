@@ -125,8 +125,11 @@ TEST_F(Table, OfOneChartIsKeptByItsLastRow)
     print_mode(PIM_RESULT_KEPT);
     std::ranges::fill(pRstData, 'x');
     pRstData[sizeof(pRstData) - 1] = '\0';
+    gRstCnt = 5;
+    say(pPtpTilefromEEPROM, "of all charts");
     write();
     EXPECT_STREQ(pPtpTile, ONE_TITLE);
+    EXPECT_STREQ(pPtpTilefromEEPROM, "of all charts");
     EXPECT_EQ(std::string(pRstData), rows("")[4] + "\n");
     EXPECT_EQ(gRstCnt, 0);
     EXPECT_TRUE(camera.exists(test::MOT_RESULT));
@@ -144,6 +147,16 @@ TEST_F(Table, OfAllChartsIsKeptWhole)
     EXPECT_EQ(std::string(pRstData), table("", ",NG,"));
     EXPECT_EQ(gRstCnt, static_cast<int32_t>(table("", ",NG,").size()));
     EXPECT_FALSE(camera.exists(test::MOT_RESULT));
+}
+
+TEST_F(Table, TheLongestTitleIsKeptWhole)
+{
+    cfg.chartUsage[2] = 1;
+    print_mode(PIM_RESULT_DIRECT);
+    write();
+    print_mode(PIM_RESULT_KEPT);
+    write();
+    EXPECT_EQ(pPtpTile, lines_of(file())[0] + "\n");
 }
 
 TEST_F(Table, OtherModesWriteNoRow)
@@ -182,6 +195,11 @@ TEST_F(Table, AMidChartHasItsColumns)
     EXPECT_EQ(lines_of(file())[0],
               " TIME,WIDE,AF LOG,TELE,AF LOG,MID,AF LOG,Defect_Result, TOTAL ");
     EXPECT_STREQ(pPtpTilefromEEPROM, "WIDE,AF LOG,TELE,AF LOG,MID,AF LOG,");
+    cfg.resultType = -1;
+    cfg.chartUsage[2] = 2;
+    camera.remove(test::MOT_RESULT);
+    write();
+    EXPECT_EQ(file(), table(ALL_TITLE, ",NG,"));
 }
 
 // The usage 1 0 1: the tele chart keeps its columns.
@@ -234,6 +252,15 @@ TEST_F(Table, AChartOfNoPicturesHasNoValues)
                 testing::EndsWith("   0,1502," + repeated("   0,", 10) + "  92,-,,  "));
     EXPECT_THAT(tele.win[2], Each(0));
     EXPECT_THAT(tele.org[2], Each(0));
+}
+
+// Only a size of 0 takes the values; the mark follows the passes.
+TEST_F(Table, AChartOfLessThanNoPicturesKeepsItsValues)
+{
+    cfg.chart[0].rangeSize = -1; // with a best level
+    write();
+    EXPECT_THAT(lines_of(file())[3], HasSubstr("2409,  92,OK,0,"));
+    EXPECT_THAT(lines_of(file())[4], HasSubstr("1409,  93,-,,  "));
 }
 
 TEST_F(Table, ARangeOfAnyNumbersIsNoneOfTheLevels)
@@ -312,6 +339,7 @@ TEST_F(Table, TheSummaryIsPrintedWhereAskedFor)
                         " BestAfLevel =   0 -99 -99 \n"
                         " RstCnt      =   3   1   0 \n"
                         " RangeSize   =   3   1   0 \n");
+    cfg.dbgLevel[1] = -1;
     EXPECT_THAT(write(2), HasSubstr("= 2 [ MID. ] "));
     EXPECT_THAT(write(7), HasSubstr("= 7 [ - ] "));
 }
@@ -322,9 +350,11 @@ TEST_F(Table, AFileThatCannotBeOpenedIsReportedAndNothingWritten)
         for (const char *path : {"", "/mnt/mmc/missing/result.csv"}) {
             cfg.resultType = type;
             say(cfg.resultFile, path);
-            std::snprintf(pPtpTile, sizeof(pPtpTile), "of before");
+            say(pPtpTile, "of before");
+            say(pPtpTilefromEEPROM, "of before");
             EXPECT_EQ(write(), " FILE OPEN ERROR : " + std::string(path) + " \n\n");
             EXPECT_STREQ(pPtpTile, "");
+            EXPECT_STREQ(pPtpTilefromEEPROM, type == 1 ? "" : "of before");
             EXPECT_STREQ(pRstData, "");
             EXPECT_EQ(gMallocFlag, 1);
             EXPECT_EQ(cfg.finalResult, PIM_NO_RESULT);
@@ -377,6 +407,17 @@ TEST_F(Table, EveryChartWithPicturesHasToPassOften)
     cfg.chart[2].okCntCondition = 1;
     write();
     EXPECT_EQ(cfg.finalResult, 1);
+}
+
+TEST_F(Table, AChartOfLessThanNoPicturesIsJudged)
+{
+    cfg.resultType = 1;
+    cfg.chart[0].rangeSize = cfg.result[0].picCount = -1;
+    cfg.chart[0].okCntCondition = 3;
+    cfg.chart[1].okCntCondition = 0;
+    write();
+    EXPECT_EQ(cfg.result[0].okCount, 2);
+    EXPECT_EQ(cfg.finalResult, 0);
 }
 
 // Numbers that are far too long for the buffer: a file has them all, a kept text ends with what it
