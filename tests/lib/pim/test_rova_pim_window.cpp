@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <string>
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -183,6 +184,10 @@ TEST_F(Window, WhatLiesBeforeThePictureIsCutOff)
                                 " [ 2 : PIMA ] Invalid Y's Position ~~~ ! \n"
                                 " [ 2 ] (   0,    0) (  96,   70) :   97 x   71 \n\n"));
     EXPECT_THAT(text, Not(HasSubstr("[ 3 : PIMA ]")));
+    cfg.chart[0].orgWin[2] = {-384, -280, 400, 320}; // at 0, 0
+    place_live();
+    EXPECT_THAT(text, AllOf(HasSubstr(" [ 2 ] (   0,    0) ( 100,   80) :  101 x   81 \n\n"),
+                            Not(HasSubstr("Invalid"))));
 }
 
 TEST_F(Window, AnotherChartPlacesNothing)
