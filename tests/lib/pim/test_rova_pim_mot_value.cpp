@@ -182,6 +182,19 @@ TEST_F(MotValue, IsMagnifiedInSinglePrecisionAndInOrder)
     cfg->centerPimaHeight[1] = 1.84F;
     value(15, 10, 410);
     EXPECT_EQ(values(), "1125 2277");
+    // One more where other factors are multiplied first: heights above, then below the line.
+    chart.ref[0] = 0;
+    chart.ref[1] = 10000;
+    cfg->effectivePixel = 300;
+    cfg->orgAbsPima[0].w = 99;
+    cfg->chartHeight[1] = 1.3F;
+    cfg->centerPimaHeight[1] = 1.43F;
+    value(1488, 0, 10000);
+    EXPECT_EQ(values(), "1488 2479");
+    cfg->chartHeight[1] = 1.03F;
+    cfg->centerPimaHeight[1] = 1.01F;
+    value(1682, 0, 10000);
+    EXPECT_EQ(values(), "1682 2498");
 }
 
 TEST_F(MotValue, ASizeOfZeroIsReportedAndGivesTheLeastValue)

@@ -183,6 +183,7 @@ TEST_F(RangeSearch, TheSidesAreSearchedInFrontOfTheWedge)
     EXPECT_THAT(search(with_sides(0, 3), 0), ElementsAre(3, 16, 1, 6, 0));
     EXPECT_THAT(search(with_sides(0, 3), 1), ElementsAre(3, 16, 0, 8, 0));
     EXPECT_THAT(search(with_sides(17, 20), 1), ElementsAre(3, 16, 1, 6, 0));
+    EXPECT_THAT(search(with_sides(17, 20), -1), ElementsAre(3, 16, 1, 6, 0));
     EXPECT_THAT(search(with_sides(17, 20), 0), ElementsAre(3, 16, 0, 8, 0));
 }
 

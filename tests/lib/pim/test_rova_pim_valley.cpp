@@ -81,6 +81,9 @@ TEST_F(Valley, ARiseThatIsTooSmallCountsTowardsTheNextOne)
     cfg->sucValleyDepth = 20;
     EXPECT_EQ(count({100, 80, 90, 70, 80}), 1);
     EXPECT_EQ(count({100, 80, 90, 70, 79}), 0);
+    // Rises and falls of several steps.
+    EXPECT_EQ(count({100, 88, 76, 88, 100}), 1);
+    EXPECT_EQ(count({100, 112, 124, 123}), 1);
 }
 
 // The fall of 30 went into the first valley; one of 5 is left before the second.
@@ -100,6 +103,11 @@ TEST_F(Valley, TheOffsetLeavesOutBothEnds)
     EXPECT_EQ(count(line), 0);
     cfg->lineDataOffset = 3; // none
     EXPECT_EQ(count(line), 0);
+    cfg->sucValleyDepth = 0;
+    EXPECT_EQ(count(line), 0);
+    cfg->lineDataOffset = 2; // no depth is asked before the fall, nor at the end
+    EXPECT_EQ(count(line), 2);
+    cfg->sucValleyDepth = 10;
     cfg->lineDataOffset = 1; // without the fall into the valley
     EXPECT_EQ(count({100, 50, 50, 50, 100}), 0);
 }
@@ -164,6 +172,21 @@ TEST_F(Valley, SpikesInTheOuterQuartersAreSmoothed)
     }
     const Line eleven = level_with(11, {{1, 20}, {8, 20}});
     EXPECT_EQ(cleaned(eleven), eleven);
+}
+
+// Three quarters of 14 are 10, three times a quarter is 9.
+TEST_F(Valley, TheLastQuarterBeginsWhereThreeAreOver)
+{
+    EXPECT_EQ(cleaned(level_with(14, {{10, 20}})), Line(14, 100));
+    const Line before = level_with(14, {{9, 20}});
+    EXPECT_EQ(cleaned(before), before);
+}
+
+// The mean is 93 with the spike, and 100 without it.
+TEST_F(Valley, SpikesAreSmoothedBeforePeaksAreCut)
+{
+    cfg->meadLoop = 1;
+    EXPECT_EQ(cleaned(level_with(12, {{1, 20}})), Line(12, 100));
 }
 
 TEST_F(Valley, ASpikeIsMoreThanSeventyFromBothNeighbours)
@@ -362,6 +385,27 @@ TEST_F(Walk, TheFirstRoundLooksAtTheMiddleOnly)
                 testing::StartsWith(" (Y, Resol, CntS/F) = (    2 ,"));
     EXPECT_THAT(trace(Strip(30, from_to(11, 19)).rows(), 2, 19, 1),
                 testing::StartsWith(" (Y, Resol, CntS/F) = (   11 ,"));
+}
+
+// Half a step is cut: from 5 of 10 on to 7, or back to 3.  The linear part begins at the last
+// offset that was resolved, also where an earlier one lay further on.
+TEST_F(Walk, EachRoundMovesByHalfAStep)
+{
+    const auto begins = [&](const std::set<int32_t> &resolved, int32_t end) {
+        return trace(Strip(30, resolved).rows(), 2, end, 0).substr(0, 31);
+    };
+    cfg->binaryTreeLevel = 2;
+    EXPECT_EQ(begins(from_to(2, 20), 12), " (Y, Resol, CntS/F) = (    9 , ");
+    EXPECT_EQ(begins(from_to(2, 6), 12), " (Y, Resol, CntS/F) = (    5 , ");
+    cfg->binaryTreeLevel = 3; // 8, not 12, 6
+    EXPECT_EQ(begins(from_to(2, 12), 18), " (Y, Resol, CntS/F) = (    8 , ");
+}
+
+TEST_F(Walk, TheStripsOutermostLinesCount)
+{
+    cfg->failCnt = 1;
+    EXPECT_EQ(walk(Strip(16, from_to(0, 15)), 0, 15, 0), 15);
+    EXPECT_EQ(walk(Strip(16, from_to(0, 15)), 0, 15, 1), 0);
 }
 
 // 8, 12, 18: beyond the far end, and resolved there too.

@@ -2,6 +2,7 @@
 
 #include "lib/pim/rova_pim_buffers.h"
 #include "lib/pim/rova_pim_debug.h"
+#include "tests/lib/pim/plain_wedge.h"
 #include "tests/lib/pim/planes.h"
 #include "tests/support/camera.h"
 #include "tests/support/text.h"
@@ -11,6 +12,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
+#include <random>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -174,6 +176,15 @@ TEST_F(ScreenNail, AWindowsDirectionSaysWhereItsSidesAre)
     EXPECT_EQ(corners(cfg->scrPima[0]), "5,1 25,6 21x6");
     EXPECT_EQ(corners(cfg->scrPima[2]), "5,2 25,6 21x5");
     EXPECT_EQ(corners(cfg->scrPima[4]), "5,1 25,6 21x6");
+}
+
+TEST_F(ScreenNail, TheDirectionIsThatOfTheChart)
+{
+    screen.fill({46, 11, 49, 11}, INK);
+    cfg->chart[1].dir[2] = 1;
+    EXPECT_EQ(rova_pim_find_wedges(screen.image(), 1, *cfg), 0);
+    EXPECT_EQ(corners(cfg->scrPima[0]), "5,1 25,6 21x6");
+    EXPECT_EQ(corners(cfg->scrPima[2]), "5,2 25,6 21x5");
 }
 
 TEST_F(ScreenNail, AnImplausibleBoxIsMarkedAndTheNextIsNot)
@@ -393,6 +404,10 @@ TEST_F(FullImage, AnotherChartHasItsOwnNumbers)
     measure(full, 2);
     EXPECT_EQ(cfg->motOrgValue[0], 1220); // 444 x 55 / 111
     EXPECT_EQ(cfg->motValue[0], 1000);    // 824 is below the least
+    cfg->chart[2].dir[0] = 1;
+    place(0, {100, 50, 199, 69});
+    measure(full, 2);
+    EXPECT_EQ(cfg->posFound[0], 111); // its end is not resolved
 }
 
 // Defaults are no lines of the box: 0, and its length.
@@ -704,4 +719,147 @@ TEST_F(Wedge, IsFoundInTheScreenNailAndMeasuredInTheFullImage)
         EXPECT_EQ(cfg->posFound[i], 200) << i;
         EXPECT_EQ(cfg->motValue[i], 1997) << i; // 2000 x 200 / 401
     }
+}
+
+namespace
+{
+
+// A chart nobody would print: bars, sides and stripes of any brightness, some noise, and any
+// configuration.  The full image is three times the screen nail.
+class RandomChart
+{
+public:
+    static constexpr int32_t W = 160, H = 120, SCALE = 3;
+    Picture screen{W, H};
+    Picture full{W * SCALE, H *SCALE};
+
+    explicit RandomChart(uint32_t seed) : random_(seed) {}
+
+    void configure(rova_pim_pm_config &cfg)
+    {
+        cfg.imageW = W * SCALE;
+        cfg.imageH = H * SCALE;
+        for (int32_t *level : {&cfg.dbgLevel[0], &cfg.testMode, &cfg.orgResultData, &cfg.meadLoop})
+            *level = number(0, 2);
+        cfg.sucValleyDepth = number(0, 60);
+        cfg.sucValleyN = number(1, 3);
+        cfg.failCnt = number(0, 9);
+        cfg.binaryTreeLevel = number(0, 7);
+        cfg.lineDataOffset = number(0, 4);
+        cfg.effectivePixel = real(50, 400);
+        for (rova_pim_chart_config &chart : cfg.chart) {
+            for (int i : {0, 2}) {
+                chart.ref[i] = number(0, 2000);
+                chart.ref[i + 1] = chart.ref[i] + number(-100, 2000);
+            }
+            for (int i = 0; i < PIM_WINDOWS; i++) {
+                chart.dir[i] = number(-1, 1);
+                chart.pos[i] = number(-1, 1);
+            }
+        }
+        for (int i = 0; i < PIM_CHARTS; i++) {
+            cfg.chartHeight[i] = real(1, 3);
+            cfg.centerPimaHeight[i] = real(1, 3);
+        }
+    }
+    void draw(rova_pim_pm_config &cfg)
+    {
+        noise(screen, W, H);
+        noise(full, W * SCALE, H * SCALE);
+        for (rova_pim_box &window : cfg.scrWin) {
+            const int32_t w = number(3, 60), h = number(3, 40);
+            const int32_t x = number(10, W - 11 - w), y = number(10, H - 11 - h);
+            window = box_of(x, y, x + w - 1, y + h - 1);
+            draw_wedge(window, w > h);
+        }
+    }
+    int32_t number(int32_t from, int32_t to)
+    {
+        return std::uniform_int_distribution(from, to)(random_);
+    }
+
+private:
+    float real(float from, float to) { return std::uniform_real_distribution(from, to)(random_); }
+    void noise(Picture &picture, int32_t w, int32_t h)
+    {
+        for (int32_t y = 0; y < h; y++) {
+            for (int32_t x = 0; x < w; x++)
+                picture.set(x, y, number(PAPER - 3, PAPER + 3));
+        }
+    }
+    // One line across the window, in both pictures.
+    void bar(const rova_pim_box &window, bool lying, int32_t at, int32_t level)
+    {
+        rova_pim_rect part = {window.x0, window.y0, window.x1, window.y1};
+        if (lying)
+            part.x0 = part.x1 = window.x0 + at;
+        else
+            part.y0 = part.y1 = window.y0 + at;
+        screen.fill(part, level);
+        full.fill({part.x0 * SCALE, part.y0 * SCALE, part.x1 * SCALE + 2, part.y1 * SCALE + 2},
+                  level);
+    }
+    // Lines of less and less contrast.
+    void stripes(const rova_pim_box &window, bool lying, int32_t from, int32_t to)
+    {
+        const int32_t across = (lying ? window.h : window.w) * SCALE, width = number(1, 4);
+        for (int32_t i = from * SCALE; i < to * SCALE; i++) {
+            const int32_t contrast = number(80, 100) - 80 * (i - from * SCALE) / (to * SCALE);
+            for (int32_t j = 0; j < across; j++) {
+                const int level = PAPER + (j / width % 2 == 0 ? contrast : -contrast);
+                full.set(window.x0 * SCALE + (lying ? i : j), window.y0 * SCALE + (lying ? j : i),
+                         level);
+            }
+        }
+    }
+    void draw_wedge(const rova_pim_box &window, bool lying)
+    {
+        const int32_t length = std::max(window.w, window.h);
+        const int32_t first = number(0, length / 3), last = number(length / 2 + 1, length - 1);
+        stripes(window, lying, first, last);
+        bar(window, lying, first, number(0, PAPER));
+        bar(window, lying, last, number(0, PAPER));
+        const rova_pim_rect side = {window.x0, window.y0, window.x1, window.y0};
+        if (lying && number(0, 1) == 1)
+            screen.fill(side, number(0, PAPER));
+    }
+
+    std::mt19937 random_;
+};
+
+} // namespace
+
+TEST_F(Wedge, OfAnyPictureIsWhatThePlainSearchSays)
+{
+    int values = 0, corrected = 0, plausible = 0;
+    for (uint32_t seed = 1; seed <= 60; seed++) {
+        RandomChart random(seed);
+        *cfg = {};
+        random.configure(*cfg);
+        random.draw(*cfg);
+        const int32_t chart = random.number(0, 2);
+        const auto plain = std::make_unique<rova_pim_pm_config>(*cfg);
+        gDbgPrintOnOff = PIM_DEBUG_STDOUT;
+        const std::string text = test::captured_output([&] {
+            EXPECT_EQ(rova_pim_find_wedges(random.screen.image(), chart, *cfg), 0);
+            EXPECT_EQ(rova_pim_measure_wedges(random.full.image(), chart, *cfg), 0);
+        });
+        const std::string told = test::captured_output([&] {
+            test::plain_find_wedges(random.screen.image(), chart, *plain);
+            test::plain_measure_wedges(random.full.image(), chart, *plain);
+        });
+        ASSERT_TRUE(text == told) << seed;
+        ASSERT_EQ(std::memcmp(cfg.get(), plain.get(), sizeof(*cfg)), 0) << seed;
+        for (int i = 0; i < PIM_WINDOWS; i++) {
+            const auto &ref = cfg->chart[chart].ref;
+            const int32_t least = ref[cfg->chart[chart].pos[i] == 0 ? 0 : 2];
+            values += cfg->motOrgValue[i] > least;
+            corrected += cfg->motValue[i] != cfg->motOrgValue[i] && cfg->motValue[i] > least;
+            plausible += cfg->rangeFail[i] == 0;
+        }
+    }
+    // Of 600.
+    EXPECT_GT(plausible, 150);
+    EXPECT_GT(values, 100);
+    EXPECT_GT(corrected, 20);
 }
