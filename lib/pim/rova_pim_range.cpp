@@ -3,8 +3,6 @@
 #include "lib/pim/rova_pim_config.h"
 #include "lib/pim/rova_pim_debug.h"
 
-#include <algorithm>
-#include <cinttypes>
 #include <cstdlib>
 #include <optional>
 
