@@ -38,6 +38,7 @@ void end_stills()
 {
     rova_pim_unregister_image_set_callback_id(regPim, CAPTURE_STILL_ID);
     rova_pim_unregister_callback_client();
+    regPim = 0; // a later client may get the same handle
 }
 
 // False, with nothing left registered, when the capture service refuses.
@@ -79,7 +80,7 @@ bool write_csv(const char *filename, rova_resp_stream *stream)
     const std::string title = without_line_feed(pPtpTile);
     const std::string data = without_line_feed(pRstData);
     rova_pim_print("pimCsvTitle %s, pimCsvData %s \n", title.c_str(), data.c_str());
-    const rova_csv_handle handle = rova_csv_create(filename, title.c_str());
+    rova_csv_handle handle = rova_csv_create(filename, title.c_str());
     const bool written = rova_csv_write(handle, "%s", data.c_str()) == 1;
     return rova_csv_close(handle, stream) == 1 && written;
 }
@@ -142,11 +143,9 @@ int rova_pim_answer(rova_cmd_response *answer, bool ok)
     return 1;
 }
 
-// A record that came over the channel may claim more parameters than there is room for.
 const char *rova_pim_param(const cmd_data *record, uint32_t index)
 {
-    const bool given = index < std::min<uint32_t>(record->p_count, ROVA_CMD_PARAM_MAX);
-    return given ? record->p[index] : "";
+    return index < record->p_count ? record->p[index] : "";
 }
 
 bool rova_pim_param_is(const cmd_data *record, uint32_t index, const char *word)
@@ -174,12 +173,12 @@ bool rova_pim_may_wait()
 
 bool rova_pim_wait_for(const std::atomic<int32_t> &flag, useconds_t interval_us, unsigned int limit)
 {
-    for (unsigned int looks = 0; (limit == 0 || looks < limit) && rova_pim_may_wait(); looks++) {
-        if (flag != 0)
-            return true;
+    for (unsigned int sleeps = 0; flag == 0; sleeps++) {
+        if ((limit != 0 && sleeps == limit) || !rova_pim_may_wait())
+            return false;
         sys_usleep(interval_us);
     }
-    return false;
+    return true;
 }
 
 bool rova_pim_load_config(const char *name, int32_t *status, bool stills)

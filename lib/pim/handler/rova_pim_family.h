@@ -41,7 +41,7 @@ int rova_pim_set_family_mode(const cmd_data *record, rova_cmd_response *answer, 
 // Whether a wait may go on: the application is not about to end the channel, and the daemon is not
 // asked to stop.
 bool rova_pim_may_wait();
-// Looks at a flag, with a sleep behind each look that finds it 0, at most `limit` times if that is
+// Looks at a flag, with a sleep before each look but the first, at most `limit` sleeps if that is
 // not 0.  Whether the flag was found set; false also as soon as the wait may not go on.
 bool rova_pim_wait_for(const std::atomic<int32_t> &flag, useconds_t interval_us,
                        unsigned int limit = 0);

@@ -5,6 +5,7 @@
 #include "lib/rova_app_table.h"
 #include "platform/virtual/capture.h"
 #include "tests/lib/pim/mot_file.h"
+#include "tests/support/wrap.h"
 
 #include <cstdio>
 #include <cstring>
@@ -45,6 +46,7 @@ HandlerTest::~HandlerTest()
 {
     run("mot display_result off");
     virt::stop_capture();
+    wrap_clear();
 }
 
 int HandlerTest::run(const std::string &line)

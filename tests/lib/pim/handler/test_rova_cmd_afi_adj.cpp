@@ -1,10 +1,13 @@
 #include "common/rova_util.h"
 #include "lib/pim/rova_pim.h"
+#include "lib/rova_app_table.h"
 #include "lib/rova_app_thread.h"
 #include "platform/vconf.h"
 #include "tests/lib/pim/handler/handler_test.h"
+#include "tests/support/wrap.h"
 
 #include <climits>
+#include <cstdlib>
 #include <rova/rova.h>
 #include <thread>
 
@@ -52,7 +55,43 @@ protected:
     }
 };
 
+int run_at_start(const std::string &line)
+{
+    rova_cmd_response answer = {};
+    const cmd_data record = test::line_record("afi_adj set " + line);
+    rova_app_cmd_exec(rova_app_cmds(), &record, &answer);
+    return answer.result;
+}
+
+// Whether, in a process of its own, nothing has been set: the waiting time as the log tells it, and
+// a margin of 50 about the value 0, for which the sample is 0 at first.
+[[noreturn]] void look_at_defaults()
+{
+    bool good = false;
+    {
+        test::Camera camera;
+        camera.speed(1000);
+        good = run_at_start("row 3 x x") == OK && camera.logged("wait_time = 50 ") &&
+               run_at_start("scan 5 x x") == OK && camera.logged("   1 :    0,    0,    0, 0x0000");
+        rova_afi_adj_set_sample(51 << 8);
+        std::thread hand([&] {
+            test::wait_for([&] { return camera.logged("   2 : "); });
+            rova_afi_adj_set_sample(50 << 8);
+        });
+        good = run_at_start("scan 5 x x") == OK && good;
+        hand.join();
+        good = good && camera.logged("0x0033,       51") && camera.logged("0x0032,       50");
+    }
+    std::exit(good ? EXIT_SUCCESS : EXIT_FAILURE);
+}
+
 } // namespace
+
+TEST(AfiAdjAtStart, MarginAndWaitingTimeAreFifty)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(look_at_defaults(), testing::ExitedWithCode(EXIT_SUCCESS), "");
+}
 
 TEST_F(AfiAdj, EachKeySetsItsValuesAndLogsThem)
 {
@@ -153,7 +192,10 @@ TEST_F(AfiAdj, AScanOfAValueInTheMarginIsGreenAtOnce)
 {
     for (const int value : {950, 1000, 1050}) {
         set_value(value);
+        test::wrap_clear();
+        test::wrap_record_sleeps(true);
         EXPECT_EQ(run("afi_adj set scan 3 x x"), OK) << value;
+        EXPECT_THAT(test::wrap_sleeps(), ElementsAre(1000U)) << "a second of the camera's";
         EXPECT_THAT(new_drawings(),
                     ElementsAre("60 0", "70 " + std::to_string(value) + ",1000,green", "60 0"));
     }
