@@ -22,13 +22,7 @@ constexpr char START[] =
 constexpr char END[] =
     " <<<<< MOT  END.... >>>>>                                                        \n";
 
-constexpr int FIRST_SIDE = 2;
 constexpr int32_t PATCH = 100; // pixels of the patch whose brightness is measured, both ways
-
-bool is_chart(int32_t chart)
-{
-    return chart >= 0 && chart < PIM_CHARTS;
-}
 
 void print_banner(const char *middle)
 {
@@ -40,9 +34,8 @@ void print_banner(const char *middle)
 // The record as a picture finds it: what is not measured has the chart's least value.
 void reset_picture(int32_t chart, rova_pim_pm_config &cfg)
 {
-    const auto &ref = cfg.chart[chart].ref;
     for (int i = 0; i < PIM_WINDOWS; i++)
-        cfg.motValue[i] = cfg.motOrgValue[i] = ref[i < FIRST_SIDE ? 0 : 2];
+        cfg.motValue[i] = cfg.motOrgValue[i] = rova_pim_mot_floor(cfg.chart[chart], i);
     for (auto *boxes : {&cfg.scrPima, &cfg.orgWin, &cfg.orgRelPima, &cfg.orgAbsPima})
         std::ranges::fill(*boxes, rova_pim_box{});
     std::ranges::fill(cfg.posFound, 0);
@@ -127,13 +120,13 @@ int32_t chart_verdict(int32_t chart, const rova_pim_pm_config &cfg)
 
 const char *rova_pim_mot_chart_word(int32_t chart)
 {
-    return is_chart(chart) ? CHART_WORDS[chart] : "-";
+    return rova_pim_mot_is_chart(chart) ? CHART_WORDS[chart] : "-";
 }
 
 int MOT_Resol_Process(const rova_pim_image &screen, const rova_pim_image &full, int32_t chart,
                       int32_t colour, rova_pim_pm_config &cfg)
 {
-    if (is_chart(chart) && cfg.chart[chart].rangeSize == 0) {
+    if (rova_pim_mot_is_chart(chart) && cfg.chart[chart].rangeSize == 0) {
         rova_pim_report(" WRONG !!! : [ %s ] Range Size = %d  \n", CHART_WORDS[chart], 0);
         return -1;
     }
@@ -143,7 +136,7 @@ int MOT_Resol_Process(const rova_pim_image &screen, const rova_pim_image &full, 
     cfg.nowChart = chart;
     cfg.nowCS = screen.iCS;
     int result = -1;
-    if (is_chart(chart))
+    if (rova_pim_mot_is_chart(chart))
         result = process(screen, full, chart, colour, cfg);
     else
         rova_pim_report(" <<<<< INVALID INPUT PARAMTER\n");

@@ -31,6 +31,20 @@ std::array<int32_t, PIM_CHARTS> GetMotBestLevels(const rova_pim_pm_config &cfg);
 
 // -- the steps, with a chart from 0 to 2
 
+inline constexpr int32_t PIM_FOCUS = 2;  // the index of level 0
+inline constexpr int PIM_FIRST_SIDE = 2; // of the windows; those before are at the centre
+
+constexpr bool rova_pim_mot_is_chart(int32_t chart)
+{
+    return chart >= 0 && chart < PIM_CHARTS;
+}
+
+// The least value of a window.
+constexpr int32_t rova_pim_mot_floor(const rova_pim_chart_config &config, int window)
+{
+    return config.ref[window < PIM_FIRST_SIDE ? 0 : 2];
+}
+
 // "WIDE", "TELE" or "MID."; "-" for another.
 const char *rova_pim_mot_chart_word(int32_t chart);
 

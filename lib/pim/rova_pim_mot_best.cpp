@@ -1,12 +1,11 @@
 #include "lib/pim/rova_pim_mot_best.h"
 
+#include "lib/pim/rova_pim_mot.h"
+
 #include <algorithm>
 
 namespace
 {
-
-constexpr int32_t FOCUS = 2; // the index of level 0
-constexpr int FIRST_SIDE = 2;
 
 using level_values = int32_t[PIM_LEVELS];
 
@@ -49,10 +48,10 @@ public:
     {
     }
 
-    bool spare(int i) const { return result_.win[FOCUS][i] >= int64_t{alpha_} + levels_[i]; }
+    bool spare(int i) const { return result_.win[PIM_FOCUS][i] >= int64_t{alpha_} + levels_[i]; }
     bool all_sides_spare() const
     {
-        for (int i = FIRST_SIDE; i < PIM_WINDOWS; i++) {
+        for (int i = PIM_FIRST_SIDE; i < PIM_WINDOWS; i++) {
             if (!spare(i))
                 return false;
         }
@@ -62,7 +61,7 @@ public:
     candidate gaining(int32_t k) const
     {
         bool good = result_.ok[k] == 1 && gains(k, 0) && gains(k, 1);
-        for (int i = FIRST_SIDE; i < PIM_WINDOWS; i++)
+        for (int i = PIM_FIRST_SIDE; i < PIM_WINDOWS; i++)
             good = good && (spare(i) || gains(k, i));
         return {k, good};
     }
@@ -70,7 +69,7 @@ public:
 private:
     bool gains(int32_t k, int i) const
     {
-        return result_.win[k][i] >= int64_t{result_.win[FOCUS][i]} + beta_;
+        return result_.win[k][i] >= int64_t{result_.win[PIM_FOCUS][i]} + beta_;
     }
 
     const ChartResult &result_;
@@ -89,12 +88,12 @@ int32_t nearest_passing(const ChartResult &result)
 int32_t best_by_margins(int32_t chart, const rova_pim_pm_config &cfg)
 {
     const ChartResult &result = cfg.result[chart];
-    if (result.ok[FOCUS] != 1)
+    if (result.ok[PIM_FOCUS] != 1)
         return nearest_passing(result);
     const Margins margins(chart, cfg);
     if (margins.all_sides_spare())
-        return FOCUS;
-    return choose(result, margins.gaining(1), margins.gaining(3), FOCUS);
+        return PIM_FOCUS;
+    return choose(result, margins.gaining(1), margins.gaining(3), PIM_FOCUS);
 }
 
 // -- by keys
@@ -102,7 +101,7 @@ int32_t best_by_margins(int32_t chart, const rova_pim_pm_config &cfg)
 // None is farther than any level.
 int32_t distance(int32_t k)
 {
-    return std::max(k - FOCUS, FOCUS - k);
+    return std::max(k - PIM_FOCUS, PIM_FOCUS - k);
 }
 
 int32_t best_by_keys(const ChartResult &result, const level_values &first,

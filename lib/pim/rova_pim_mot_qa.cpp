@@ -11,8 +11,6 @@ int32_t rova_pim_mot_qa_rows;
 namespace
 {
 
-constexpr int FIRST_SIDE = 2;
-
 constexpr char TITLE[] =
     " FILE    , F.Num, SHTTR , ISO, 35mm F.Len , CN_H , CN_V , LT_H , LT_V , LB_H , LB_V , RT_H , "
     "RT_V , RB_H , RB_V , Y-VAL, RESULT \n";
@@ -69,7 +67,7 @@ void judge(const rova_pim_chart_config &config, rova_pim_pm_config &cfg)
 {
     int passed = 0;
     for (int i = 0; i < PIM_WINDOWS; i++) {
-        const int32_t floor = config.ref[i < FIRST_SIDE ? 0 : 2];
+        const int32_t floor = rova_pim_mot_floor(config, i);
         if (cfg.motValue[i] <= floor)
             cfg.motValue[i] = cfg.motOrgValue[i] = floor;
         if (cfg.motValue[i] >= config.okLevel[i])

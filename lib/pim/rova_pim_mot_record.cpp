@@ -10,8 +10,6 @@
 namespace
 {
 
-constexpr int32_t FOCUS = 2; // the index of level 0
-constexpr int FIRST_SIDE = 2;
 constexpr int32_t SIDE_LIMIT = 9999; // no least side value is above
 
 // The sum of the windows from `from` to `to` - 1, at most what the record keeps.
@@ -34,7 +32,7 @@ int32_t next_index(int32_t chart, const rova_pim_pm_config &cfg)
                         taken, config.rangeSize);
         return PIM_NO_RESULT;
     }
-    const int64_t k = int64_t{taken} + FOCUS + config.afStart;
+    const int64_t k = int64_t{taken} + PIM_FOCUS + config.afStart;
     if (k < 0 || k >= PIM_LEVELS) {
         rova_pim_report(" no AF level for picture %d of [ %s ] from %d on\n", taken + 1, word,
                         config.afStart);
@@ -64,10 +62,10 @@ void record_level(int32_t k, const rova_pim_chart_config &config, const rova_pim
     const auto &values = result.win[k];
     std::ranges::copy(cfg.motValue, result.win[k]);
     std::ranges::copy(cfg.motOrgValue, result.org[k]);
-    result.cen[k] = sum_of(values, 0, FIRST_SIDE);
-    result.sid[k] = sum_of(values, FIRST_SIDE, PIM_WINDOWS);
+    result.cen[k] = sum_of(values, 0, PIM_FIRST_SIDE);
+    result.sid[k] = sum_of(values, PIM_FIRST_SIDE, PIM_WINDOWS);
     result.minSide[k] =
-        std::min(SIDE_LIMIT, *std::min_element(values + FIRST_SIDE, std::end(values)));
+        std::min(SIDE_LIMIT, *std::min_element(values + PIM_FIRST_SIDE, std::end(values)));
     const bool passes = std::ranges::equal(values, config.okLevel, std::ranges::greater_equal());
     result.ok[k] = passes ? 1 : 0;
     result.afStep[k] = gMotExifInfo.afStep;
@@ -92,7 +90,7 @@ void choose_best(int32_t chart, rova_pim_pm_config &cfg)
     const int32_t k = rova_pim_mot_best_index(chart, cfg);
     const bool found = k != PIM_NO_RESULT;
     cfg.bestIndex = k;
-    result.bestLevel = found ? k - FOCUS : PIM_NO_RESULT;
+    result.bestLevel = found ? k - PIM_FOCUS : PIM_NO_RESULT;
     result.bestAfStep = found ? config.defocus[k] : PIM_NO_RESULT;
     result.bestRemapped = found ? config.remappedAfLevel[k] : PIM_NO_RESULT;
     if (config.bestDefocusAlgorithm != PIM_BEST_BY_MARGINS)

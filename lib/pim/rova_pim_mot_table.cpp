@@ -12,9 +12,7 @@
 namespace
 {
 
-constexpr int32_t FOCUS = 2; // the index of level 0
 constexpr int32_t USED = 1;
-constexpr int FIRST_SIDE = 2;
 
 // The titles of a chart's columns in the two kinds of table.
 struct chart_title {
@@ -29,11 +27,6 @@ constexpr chart_title TITLES[PIM_CHARTS] = {
     {"MID ," COLUMNS "M-BEST,", "MID,AF LOG,"},
 };
 #undef COLUMNS
-
-bool is_chart(int32_t chart)
-{
-    return chart >= 0 && chart < PIM_CHARTS;
-}
 
 bool of_all_charts(const rova_pim_pm_config &cfg)
 {
@@ -66,7 +59,7 @@ bool is_due(int32_t chart, const rova_pim_pm_config &cfg)
 {
     if (of_all_charts(cfg))
         return is_complete(0, cfg) && is_complete(1, cfg) && is_complete(2, cfg);
-    if (is_chart(chart))
+    if (rova_pim_mot_is_chart(chart))
         return is_complete(chart, cfg);
     rova_pim_report(" Wrong Chart ~~ !! : %d \n", chart);
     return false;
@@ -125,7 +118,7 @@ void judge(rova_pim_pm_config &cfg)
 
 bool in_range(int32_t k, const rova_pim_chart_config &config)
 {
-    return k > int64_t{config.afStart} + 1 && k <= int64_t{config.afEnd} + FOCUS;
+    return k > int64_t{config.afStart} + 1 && k <= int64_t{config.afEnd} + PIM_FOCUS;
 }
 
 // No value that is shown lies below the floor; levels that no picture was meant for have none.
@@ -133,7 +126,7 @@ void normalise(int32_t k, const rova_pim_chart_config &config, ChartResult &resu
 {
     const bool shown = in_range(k, config) && config.rangeSize != 0;
     for (int i = 0; i < PIM_WINDOWS; i++) {
-        const int32_t floor = config.ref[i < FIRST_SIDE ? 0 : 2];
+        const int32_t floor = rova_pim_mot_floor(config, i);
         if (!shown)
             result.win[k][i] = result.org[k][i] = 0;
         else if (result.win[k][i] <= floor)
@@ -159,7 +152,7 @@ void print_chart(int32_t k, int32_t chart, rova_pim_pm_config &cfg)
         rova_pim_mot_print_value(result.win[k][i], result.org[k][i], cfg);
     rova_pim_result_print("%4d,", result.yValue[k]);
     rova_pim_result_print("%s", level_word(k, config, result));
-    if (result.bestLevel == k - FOCUS)
+    if (result.bestLevel == k - PIM_FOCUS)
         rova_pim_result_print("%d,", result.bestLevel);
     else
         rova_pim_result_print(",  ");
