@@ -68,10 +68,15 @@ TEST_F(Record, TheLevelsGoUpFromTheFirstOne)
     cfg.chart[0].afStart = -1;
     cfg.chart[0].afEnd = 1;
     cfg.chart[0].rangeSize = 3;
-    for (int32_t value : {1600, 1700, 1800})
+    for (int32_t value : {1600, 1700, 1800}) {
+        gMotExifInfo.afStep = value + 1;
+        cfg.yValueNow = value + 2;
         record(value, value);
+    }
     const ChartResult &result = cfg.result[0];
     EXPECT_THAT(result.ok, ElementsAre(0, 1, 1, 1, 0));
+    EXPECT_THAT(result.afStep, ElementsAre(0, 1601, 1701, 1801, 0));
+    EXPECT_THAT(result.yValue, ElementsAre(0, 1602, 1702, 1802, 0));
     EXPECT_EQ(result.win[1][0], 1600);
     EXPECT_EQ(result.win[2][0], 1700);
     EXPECT_EQ(result.win[3][0], 1800);
