@@ -239,7 +239,7 @@ TEST_F(AfiAdj, ExtremesOfTargetAndMarginAreComparedAsTheyStand)
 {
     run("afi_adj set DesignedADC 7 -2147483648 x");
     run("afi_adj set ADCMargin 2147483647 x x");
-    set_value(0);
+    set_value(1);
     EXPECT_EQ(scan("afi_adj set scan 3 x x", [] { vconf_set_int(ROVA_KEY_STOP_CMD, 1); }), NG);
     vconf_set_int(ROVA_KEY_STOP_CMD, 0);
     run("afi_adj set DesignedADC 7 2147483647 x");
