@@ -157,6 +157,21 @@ TEST_F(PimBoxes, TheBrightestBoxesOfAnySizeFitTheirSums)
     }
 }
 
+TEST_F(PimBoxes, NoValueLiesInARangeBesideAllValues)
+{
+    values.assign(20 * 20, 0);
+    std::fill_n(values.begin(), 200, uint8_t{255});
+    const rova_pim_strip strip = {values, 20, 20};
+    for (auto [min, max] : {std::pair(-3, -1), {256, 300}, {200, 100}}) {
+        rova_pim_box_rules rules = any_rules(4, 4);
+        rules.min = min;
+        rules.max = max;
+        const Walked plain = PlainWalk(strip, rules);
+        EXPECT_TRUE(plain.hits.empty());
+        EXPECT_TRUE(walk(strip, rules, false) == plain) << min;
+    }
+}
+
 TEST_F(PimBoxes, BoxesTooLargeForASumOf32BitsAreRefused)
 {
     values.assign(2904 * 2904, 255);

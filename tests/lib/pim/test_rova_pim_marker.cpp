@@ -299,6 +299,17 @@ TEST_F(ScreenNail, AreasWithinTwiceTheArrayAreMerged)
     EXPECT_THAT(text.substr(0, text.find(" BEST")), Not(HasSubstr("[ 1] = S(")));
 }
 
+TEST_F(ScreenNail, TwiceTheArrayItselfIsTooFarForAGroup)
+{
+    cfg.arrayW = cfg.arrayH = cfg.arrayCount = 1;
+    for (auto [x, y] : {std::pair(45, 70), {47, 70}, {45, 72}})
+        picture.paint(x, y, 1, 1);
+    search();
+    EXPECT_THAT(text, HasSubstr("        [ 0] = S(   25 ,   25 ) E(   25 ,   25 ) =       1 \n"
+                                "        [ 1] = S(   27 ,   25 ) E(   27 ,   25 ) =       1 \n"
+                                "        [ 2] = S(   25 ,   27 ) E(   25 ,   27 ) =       1 \n"));
+}
+
 TEST_F(ScreenNail, AreasFurtherApartCompeteAndTheFirstGreatestWins)
 {
     picture.paint(25, 70, 8, 8);
