@@ -36,6 +36,14 @@ struct image {
         }
         return found;
     }
+    // The column of the first pixel of this colour in the row; -1 without one.
+    int first(int y, const std::vector<int> &color) const
+    {
+        for (int x = 0; x < width; x++)
+            if (at(x, y) == color)
+                return x;
+        return -1;
+    }
 };
 
 image load(const std::string &path)
@@ -198,6 +206,9 @@ TEST(VcamScreen, PngShowsTheTableOfResults)
     EXPECT_GT(shown.count(290, 345, 0, 255, 0), 100) << "OK";
     EXPECT_GT(shown.count(290, 345, 255, 0, 0), 100) << "NG";
     EXPECT_GT(shown.count(290, 345, 255, 255, 255), 10) << "none";
+    const int ok = shown.first(316, {0, 255, 0}), ng = shown.first(316, {255, 0, 0});
+    EXPECT_TRUE(ok > 60 && ok < 300) << "WIDE at " << ok;
+    EXPECT_TRUE(ng > 300 && ng < 480) << "TELE at " << ng;
 }
 
 TEST(VcamScreen, PngShowsTheGaugeWithItsValueBesideTheTarget)
