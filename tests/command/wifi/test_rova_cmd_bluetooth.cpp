@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -262,6 +263,19 @@ TEST_F(Bluetooth, WhatBecomesOfTheOnScriptDoesNotCount)
     }
     for (const char *status : {"256", "768", "9", "15"})
         EXPECT_TRUE(camera.logged(std::string("child is terminated : ") + status)) << status;
+}
+
+// The daemon blocks its ending signals in all threads.
+TEST_F(Bluetooth, AScriptCanBeEndedByASignalThatTheDaemonBlocks)
+{
+    sigset_t ending, before;
+    sigemptyset(&ending);
+    sigaddset(&ending, SIGTERM);
+    ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &ending, &before), 0);
+    add_script("bt-edutm-on.sh", "#!/bin/sh\nkill -TERM $$\nexit 3\n");
+    EXPECT_EQ(run("bluetooth rf_test activation"), OK);
+    EXPECT_TRUE(camera.logged("child is terminated : 15"));
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 TEST_F(Bluetooth, RfTestActivationWithoutAProcessIsRefused)
