@@ -141,9 +141,9 @@ int rova_cmd_bluetooth_le_test_2(uint32_t cmd_type, cmd_data *record)
 
 bool __set_bt_address(const std::string &text)
 {
-    for (const char letter : text)
-        if (letter != ':')
-            ROVA_LOG_RADIO("%c", letter);
+    for (std::size_t at = 0; at < text.size(); at++)
+        if (at % 3 != 2) // the colons between its pairs are not the address's own
+            ROVA_LOG_RADIO("%c", text[at]);
     const bool written = rova_driver_file_write(MAC_FILE, text);
     if (written)
         ROVA_LOG_RADIO("mac_address : %s\n", text.c_str());

@@ -13,7 +13,6 @@
 #include <cstring>
 #include <platform/sys.h>
 #include <platform/wlan.h>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -505,10 +504,11 @@ bool is_region(const char *text)
 
 bool write_region_file(const char *text)
 {
-    const bool written = rova_driver_file_write(REGION_FILE, text);
-    if (written)
-        ROVA_LOG_RADIO("country code [%s]\n", text);
-    return written;
+    const rova_file file = rova_driver_file_open(REGION_FILE);
+    if (!file)
+        return false;
+    ROVA_LOG_RADIO("country code [%s]\n", text);
+    return rova_driver_file_put(file, REGION_FILE, text);
 }
 
 int rova_cmd_wifi_set_country_channel_5g(uint32_t cmd_type, cmd_data *record)

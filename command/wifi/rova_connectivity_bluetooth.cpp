@@ -253,7 +253,6 @@ bool start_discovery(const bt_wait *wait)
 
 int take_search_result(int result)
 {
-    ROVA_LOG_RADIO("Bluetooth Search result [%d]\n", result);
     if (result == SEARCH_FOUND)
         ROVA_LOG_RADIO("BT_FIND_SUCCESS");
     if (result == SEARCH_FOUND_NONE)
@@ -268,11 +267,13 @@ int search(bt_wait *wait, int mode)
     bt_search_mode = mode == 1 ? 0 : 1;
     bt_found_count = 0;
     bt_discovery_timer = 0;
-    return with_events(wait, [mode](const bt_wait *events) {
-        if (mode == 1 && !start_discovery(events))
+    const int failed = with_events(wait, [mode](const bt_wait *events) {
+        if ((mode == 1 && !start_discovery(events)) || !events->bt_main_loop->run())
             return 1;
-        return events->bt_main_loop->run() ? take_search_result(events->bt_result) : 1;
+        ROVA_LOG_RADIO("Bluetooth Search result [%d]\n", events->bt_result);
+        return 0;
     });
+    return failed != 0 ? failed : take_search_result(wait->bt_result);
 }
 
 int deactivate(bt_wait *wait, int)

@@ -84,6 +84,7 @@ int rova_mac_addr_get(const rova_mac_addr &address, uint32_t cmd_type, const cmd
     const bool good = tell(address, text);
     if (good)
         rova_csv_write(csv, "%s", text.c_str());
-    rova_csv_close(csv, &stream);
+    if (good || csv != nullptr)
+        rova_csv_close(csv, &stream);
     return rova_cmd_answer(cmd_type, good, &stream);
 }

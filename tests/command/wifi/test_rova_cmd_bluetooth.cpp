@@ -359,6 +359,17 @@ TEST_F(Bluetooth, AudioTestsAlwaysFail)
 
 // ------------------------------------------------------------------------- search
 
+TEST_F(Bluetooth, SearchIsJudgedWhenItsCallbackIsTakenBack)
+{
+    in_range(ONE);
+    camera.fault("bluetooth_unregister_callback", "-1");
+    EXPECT_EQ(run("bluetooth search search_with_ack"), OK);
+    const auto messages = new_messages();
+    const auto judged = std::ranges::find(messages, "BT_FIND_SUCCESS");
+    ASSERT_NE(judged, messages.end());
+    EXPECT_THAT(*(judged - 1), HasSubstr("bluetooth_unregister_callback"));
+}
+
 TEST_F(Bluetooth, SearchEndsAtTheFirstDevice)
 {
     in_range(std::string(ONE) + "\n" + TWO);
@@ -648,6 +659,19 @@ TEST_F(Bluetooth, AddrSetWritesItemAndFile)
     EXPECT_THAT(told({"factory_osd_text_set"}),
                 Contains(HasSubstr("SET BT MAC: OK[0123456789AB]")));
     EXPECT_EQ(camera.calls("pref_save").size(), 1U);
+}
+
+TEST_F(Bluetooth, AddrSetLogsEachCharacterOfTheAddress)
+{
+    for (const std::string address : {"0123456789AB", "01:23:45:67:"}) {
+        new_messages();
+        EXPECT_THAT(run("bluetooth addr_set " + address), EndsWith(OK));
+        std::string letters;
+        for (const std::string &message : new_messages())
+            if (message.size() == 1)
+                letters += message;
+        EXPECT_EQ(letters, address);
+    }
 }
 
 TEST_F(Bluetooth, AddrSetChecksItsWord)

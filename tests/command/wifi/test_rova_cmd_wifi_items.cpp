@@ -81,8 +81,10 @@ TEST_F(Wifi, FilesOnAFullDiskAreRefused)
     EXPECT_THAT(run("wifi addr_set 0123456789AB"), EndsWith(NG));
     EXPECT_TRUE(camera.logged("failed to write /opt/etc/.mac.info (No space left on device)"));
     EXPECT_TRUE(camera.logged("SET WiFi MAC: ERROR2[0123456789AB]"));
+    new_messages();
     EXPECT_THAT(run("wifi set_country_channel_5g KR"), EndsWith(NG));
-    EXPECT_TRUE(camera.logged("SET C.CH 5GHz: ERROR2[KR]"));
+    EXPECT_THAT(new_messages(),
+                testing::IsSupersetOf({"country code [KR]", "SET C.CH 5GHz: ERROR2[KR]"}));
 }
 
 TEST_F(Wifi, AddrGetTellsTheAddress)
@@ -118,6 +120,16 @@ TEST_F(Wifi, AddrGetOfAnAddressNeverSetIsRefused)
     EXPECT_THAT(run("wifi addr_get", ROVA_CMD_PTP),
                 EndsWith("resp : NG <ptp> 0x10000002, 0x00000001, 0x00010000 \n"));
     EXPECT_EQ(camera.key_string("memory/private/pmode_stream"), "/tmp/wifi_addr.csv");
+}
+
+TEST_F(Wifi, AddrGetOfAnUnreadableAddressWithoutACardSaysNothingOfItsTable)
+{
+    camera.fault("pref_get_addr", "0");
+    camera.remove("/sdcard");
+    const std::string told = run("wifi addr_get");
+    EXPECT_THAT(told, EndsWith(NG));
+    EXPECT_THAT(told, testing::Not(testing::HasSubstr("csv_close")));
+    EXPECT_TRUE(camera.logged("WiFi MAC in NAND [0]= "));
 }
 
 TEST_F(Wifi, AddrGetOfAnAddressInPartIsRefused)
