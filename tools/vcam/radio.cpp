@@ -8,8 +8,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <optional>
-#include <ranges>
 #include <regex>
 
 namespace vcam
@@ -126,10 +126,13 @@ std::string meaning_of(const radio_item &item, const std::string &value)
 }
 
 // The items of a radio, or of all.
-auto items_of(const std::string &radio)
+std::vector<radio_item> items_of(const std::string &radio)
 {
-    return std::views::filter(
-        ITEMS, [radio](const radio_item &item) { return radio.empty() || radio == item.radio; });
+    std::vector<radio_item> items;
+    std::ranges::copy_if(ITEMS, std::back_inserter(items), [&](const radio_item &item) {
+        return radio.empty() || radio == item.radio;
+    });
+    return items;
 }
 
 void show(const std::string &radio)
