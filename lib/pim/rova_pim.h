@@ -93,8 +93,8 @@ void CheckMain(int32_t mainGWidth, int32_t mainGHeight, int32_t mainWidth, int32
                int32_t screenWidth, int32_t screenHeight, uint32_t screenY, uint32_t screenC,
                int32_t chart, int32_t reserved, int32_t fileNumber);
 
-// The capture service's callback for stills (rova_pim_avcs.h has the live view's).  A still's buffers
-// are given back and gCaptureDone is set in any case.
+// The capture service's callback for stills (rova_pim_avcs.h has the live view's).  A still's
+// buffers are given back and gCaptureDone is set in any case.
 void rova_pim_capture_data_receiver(uint32_t id, const capture_still *still);
 
 // From a JPEG's name, which ends in four digits and four characters of extension, to the next

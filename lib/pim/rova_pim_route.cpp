@@ -25,7 +25,7 @@ struct still_route {
     const char *enabled_text;
     bool (*enabled)();
     void (*print_disabled)();
-    bool screen_nail; // the test looks at the screen nail too
+    bool screen_nail;   // the test looks at the screen nail too
     rova_pim_test test; // NULL: not part of this build
 };
 

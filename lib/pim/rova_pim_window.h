@@ -1,5 +1,5 @@
-// The windows of a chart: those to search its markers in, and those of its wedges, reckoned from the
-// markers found.
+// The windows of a chart: those to search its markers in, and those of its wedges, reckoned from
+// the markers found.
 #pragma once
 
 #include "lib/pim/rova_pim_config.h"
