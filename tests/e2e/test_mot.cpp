@@ -298,6 +298,8 @@ TEST(Mot, TheExampleConfigurationFitsTheUsualChart)
     ASSERT_EQ(drawing.status, 0) << drawing.err;
     const nlohmann::json chart = nlohmann::json::parse(drawing.out);
     station.write("/sdcard/mot_lumen1.cfg", e2e::example_mot_config());
+    // The wait for the still is of camera time; a picture of this size may take a slow PC seconds.
+    station.write("/virtual/speed", "1");
     station.write("/lines.adj", ONE_STILL);
     EXPECT_EQ(station.vcam({"run", station.path("/lines.adj")}).status, 0);
     const MotTable table = station.csv();
