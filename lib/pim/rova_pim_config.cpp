@@ -3,6 +3,9 @@
 #include "common/rova_log.h"
 #include "lib/pim/rova_pim.h"
 #include "lib/pim/rova_pim_debug.h"
+#include "lib/pim/rova_pim_dust.h"
+#include "lib/pim/rova_pim_movie_test.h"
+#include "lib/pim/rova_pim_noise.h"
 
 #include <algorithm>
 #include <cctype>
@@ -13,6 +16,7 @@
 rova_pim_pm_config cfgPm;
 rova_pim_dust_config cfgDust;
 rova_pim_noise_config cfgNoise;
+rova_pim_movie_config cfgMovie;
 int32_t cmWinW;
 int32_t cmWinH;
 

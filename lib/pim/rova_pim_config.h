@@ -162,17 +162,7 @@ struct rova_pim_pm_config {
 };
 static_assert(sizeof(rova_pim_pm_config) == 7280);
 
-struct rova_pim_dust_config {
-    int32_t RunDustFunc; // 1: the test runs
-};
-
-struct rova_pim_noise_config {
-    int32_t RunNoiseFunc; // 1: the test runs
-};
-
 extern rova_pim_pm_config cfgPm;
-extern rova_pim_dust_config cfgDust;
-extern rova_pim_noise_config cfgNoise;
 
 // Size of the last marker search, in pixels of the full image.  No part of the record: the next
 // load sees it.

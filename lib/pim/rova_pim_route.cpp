@@ -3,7 +3,9 @@
 #include "common/rova_log.h"
 #include "lib/pim/rova_pim_config.h"
 #include "lib/pim/rova_pim_debug.h"
+#include "lib/pim/rova_pim_dust.h"
 #include "lib/pim/rova_pim_mot.h"
+#include "lib/pim/rova_pim_noise.h"
 #include "lib/pim/rova_pim_raw.h"
 
 #include <algorithm>

@@ -2,6 +2,8 @@
 
 #include "lib/pim/rova_pim_avcs.h"
 #include "lib/pim/rova_pim_config.h"
+#include "lib/pim/rova_pim_dust.h"
+#include "lib/pim/rova_pim_noise.h"
 #include "lib/rova_app_thread.h"
 #include "platform/virtual/capture.h"
 #include "tests/lib/pim/planes.h"
@@ -148,8 +150,10 @@ struct Pim : testing::Test {
         still.afStep = 1520;
         cfgPm = {};
         cfgPm.developMode = 1;
-        cfgDust = {.RunDustFunc = 1};
-        cfgNoise = {.RunNoiseFunc = 1};
+        cfgDust = {};
+        cfgDust.RunDustFunc = 1;
+        cfgNoise = {};
+        cfgNoise.RunNoiseFunc = 1;
         tested().clear();
         given_back().clear();
         g_in_test = nullptr;
