@@ -42,3 +42,10 @@ struct rova_pim_rgb_sums {
 // share a pair of bytes Cb, Cr.
 void rova_pim_add_rgb(const uint8_t *luma, const uint8_t *chroma, std::size_t pairs,
                       rova_pim_rgb_sums &sums);
+
+// The same for blocks of all the rows, one for each of `sums`: the first begins at the first bytes
+// of both planes, each further one `step` bytes behind the one before in both.  `step` is even
+// unless there is but one block; `chroma` has as many rows as `luma`.
+void rova_pim_add_rgb_blocks(const rova_pim_rows &luma, const rova_pim_rows &chroma,
+                             std::size_t step, std::size_t pairs,
+                             std::span<rova_pim_rgb_sums> sums);
