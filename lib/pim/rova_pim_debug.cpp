@@ -14,33 +14,7 @@ char pDbgData[8192];
 namespace
 {
 
-// A piece that no empty buffer holds goes to the file by itself.
-void print_buffered(const char *fmt, va_list args) __attribute__((format(printf, 1, 0)));
-void print_buffered(const char *fmt, va_list args)
-{
-    va_list again;
-    va_copy(again, args);
-    if (rova_pim_sink_append(pDbgData, gDbgCnt, fmt, args) != 0) {
-        rova_pim_sink_flush(pDbgData, gDbgCnt, gDbgFp);
-        va_list direct;
-        va_copy(direct, again);
-        if (rova_pim_sink_append(pDbgData, gDbgCnt, fmt, again) != 0)
-            std::vfprintf(gDbgFp, fmt, direct);
-        va_end(direct);
-    }
-    va_end(again);
-}
-
-void print(const char *fmt, va_list args) __attribute__((format(printf, 1, 0)));
-void print(const char *fmt, va_list args)
-{
-    if (gDbgPrintOnOff == PIM_DEBUG_STDOUT)
-        std::vprintf(fmt, args);
-    else if (gDbgPrintOnOff == PIM_DEBUG_BUFFERED && gDbgFpState != 0)
-        print_buffered(fmt, args);
-    else if (gDbgPrintOnOff == PIM_DEBUG_DIRECT && gDbgFpState != 0)
-        std::vfprintf(gDbgFp, fmt, args);
-}
+const rova_pim_text_sink SINK = {gDbgPrintOnOff, gDbgFp, gDbgFpState, gDbgCnt, pDbgData};
 
 std::string_view without_blanks(std::string_view text)
 {
@@ -63,22 +37,20 @@ void rova_pim_print(const char *fmt, ...)
 
 int rova_pim_debug_open(const char *path)
 {
-    rova_pim_sink_flush(pDbgData, gDbgCnt, gDbgFp);
-    return rova_pim_sink_open(path, gDbgFp, gDbgFpState);
+    return rova_pim_text_open(SINK, path);
 }
 
 void rova_pim_debug(const char *fmt, ...)
 {
     va_list args;
     va_start(args, fmt);
-    print(fmt, args);
+    rova_pim_text_print(SINK, fmt, args);
     va_end(args);
 }
 
 void rova_pim_debug_close()
 {
-    rova_pim_sink_flush(pDbgData, gDbgCnt, gDbgFp);
-    rova_pim_sink_close(gDbgFp, gDbgFpState);
+    rova_pim_text_close(SINK);
 }
 
 void rova_pim_report_at(const rova_log_site &site, const char *fmt, ...)

@@ -1,11 +1,35 @@
 #include "lib/pim/rova_pim_sink.h"
 
 #include "common/rova_log.h"
+#include "lib/pim/rova_pim_debug.h"
 #include "platform/sys.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+
+namespace
+{
+
+// A piece that no empty buffer holds goes to the file by itself.
+void print_buffered(const rova_pim_text_sink &sink, const char *fmt, va_list args)
+    __attribute__((format(printf, 2, 0)));
+void print_buffered(const rova_pim_text_sink &sink, const char *fmt, va_list args)
+{
+    va_list again;
+    va_copy(again, args);
+    if (rova_pim_sink_append(sink.buffer, sink.held, fmt, args) != 0) {
+        rova_pim_sink_flush(sink.buffer, sink.held, sink.stream);
+        va_list direct;
+        va_copy(direct, again);
+        if (rova_pim_sink_append(sink.buffer, sink.held, fmt, again) != 0)
+            std::vfprintf(sink.stream, fmt, direct);
+        va_end(direct);
+    }
+    va_end(again);
+}
+
+} // namespace
 
 int rova_pim_sink_append(std::span<char> buffer, int32_t &held, const char *fmt, va_list args)
 {
@@ -46,4 +70,26 @@ void rova_pim_sink_close(std::FILE *&stream, int32_t &state)
     }
     stream = nullptr;
     state = 0;
+}
+
+int rova_pim_text_open(const rova_pim_text_sink &sink, const char *path)
+{
+    rova_pim_sink_flush(sink.buffer, sink.held, sink.stream);
+    return rova_pim_sink_open(path, sink.stream, sink.state);
+}
+
+void rova_pim_text_print(const rova_pim_text_sink &sink, const char *fmt, va_list args)
+{
+    if (sink.mode == PIM_DEBUG_STDOUT)
+        std::vprintf(fmt, args);
+    else if (sink.mode == PIM_DEBUG_BUFFERED && sink.state != 0)
+        print_buffered(sink, fmt, args);
+    else if (sink.mode == PIM_DEBUG_DIRECT && sink.state != 0)
+        std::vfprintf(sink.stream, fmt, args);
+}
+
+void rova_pim_text_close(const rova_pim_text_sink &sink)
+{
+    rova_pim_sink_flush(sink.buffer, sink.held, sink.stream);
+    rova_pim_sink_close(sink.stream, sink.state);
 }
