@@ -28,6 +28,11 @@ int read_mot(const char *path, const char *project)
     return rova_pim_read_config_mot(path, &cfgPm, project);
 }
 
+int read_noise(const char *path, const char *project)
+{
+    return rova_pim_read_config_noise(path, &cfgNoise, project);
+}
+
 // A test's file; the path takes the project's name in lower case.
 struct config_file {
     int32_t mode;
@@ -38,7 +43,7 @@ struct config_file {
 constexpr config_file FILES[] = {
     {PI_MODE_MOT, "/mnt/mmc/mot_%s.cfg", read_mot},
     {PI_MODE_DUST, "/mnt/mmc/dust_%s.cfg", nullptr},
-    {PI_MODE_NOISE, "/mnt/mmc/noise_%s.cfg", nullptr},
+    {PI_MODE_NOISE, "/mnt/mmc/noise_%s.cfg", read_noise},
     {PI_MODE_MOVIE, "/mnt/mmc/movie_%s.cfg", nullptr},
 };
 

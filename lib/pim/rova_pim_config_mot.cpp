@@ -2,35 +2,16 @@
 #include "lib/pim/rova_pim_buffers.h"
 #include "lib/pim/rova_pim_config.h"
 #include "lib/pim/rova_pim_debug.h"
-#include "lib/pim/rova_pim_lines.h"
-#include "lib/pim/rova_pim_result.h"
+#include "lib/pim/rova_pim_reader.h"
 #include "lib/pim/rova_pim_window.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace
 {
 
-constexpr char RULE[] =
-    " ================================================================================\n";
-constexpr char START[] =
-    " <<<<< CONFIG. START.... >>>>>                                                   \n";
-constexpr char END[] =
-    " <<<<< CONFIG. END .... >>>>>                                                    \n";
-
 constexpr int32_t USED = 1;
 constexpr const char *CHARTS[PIM_CHARTS] = {"WIDE", "TELE", "MID "};
-
-const char *on_if_set(int32_t value)
-{
-    return value != 0 ? "ON" : "OFF";
-}
-
-const char *on_if_one(int32_t value)
-{
-    return value == 1 ? "ON" : "OFF";
-}
 
 const char *result_print_word(int32_t value)
 {
@@ -49,11 +30,6 @@ const char *test_mode_word(int32_t value)
     return value == 1 ? "QA MODE" : "TILT MODE";
 }
 
-const char *screen_out_word(int32_t value)
-{
-    return value == 0 ? "LCD OUT" : "TV OUT";
-}
-
 const char *reversed_pima_word(int32_t value)
 {
     return value == 1 ? "REVERSED PIMA" : "NORMAL PIMA";
@@ -70,7 +46,7 @@ constexpr rova_pim_row MODEL_ROW[] = {
 
 constexpr rova_pim_row DEBUG_ROWS[] = {
     {"%d", ONE(argMode),  " ARG. MODE = %d \n", nullptr},
-    {"%d", ONE(dbgPrint), " DBG_PRINT = %d [%s]\n", on_if_set},
+    {"%d", ONE(dbgPrint), " DBG_PRINT = %d [%s]\n", rova_pim_on_if_set},
 };
 
 constexpr rova_pim_row RESULT_ROW[] = {
@@ -84,14 +60,14 @@ constexpr rova_pim_row DEBUG_FILE_ROW[] = {
 constexpr rova_pim_row RUN_ROWS[] = {
     {"%s", ONE(resultFile),        " Output File Name for Test Result : %s \n\n", nullptr},
     {"%d", ONE(resultType),        " RESULT TYPE = %d [ %s ]\n", result_type_word},
-    {"%d", ONE(developMode),       " MOT MODE = %d [ %s ] \n\n", on_if_one},
-    {"%d", ONE(avcsMode),          " AVCS MODE = %d [ %s ] \n\n", on_if_one},
-    {"%d", ONE(saveJpeg),          " Save JPEG Image = %d [ %s ] \n\n", on_if_one},
-    {"%d", ONE(saveRaw),           " Save Raw  Image = %d [ %s ] \n\n", on_if_one},
-    {"%d", ONE(writeDefocus),      " Write Defocus Level = %d [ %s ] \n\n", on_if_one},
-    {"%d", ONE(orgResultData),     " Org. Result Data = %d [ %s ] \n\n", on_if_one},
-    {"%d", ONE(cmWindowDrawing),   " Color Marker Window Drawing = %d [ %s ] \n", on_if_one},
-    {"%d", ONE(pimaWindowDrawing), " PIMA Window Drawing = %d [ %s ] \n", on_if_one},
+    {"%d", ONE(developMode),       " MOT MODE = %d [ %s ] \n\n", rova_pim_on_if_one},
+    {"%d", ONE(avcsMode),          " AVCS MODE = %d [ %s ] \n\n", rova_pim_on_if_one},
+    {"%d", ONE(saveJpeg),          " Save JPEG Image = %d [ %s ] \n\n", rova_pim_on_if_one},
+    {"%d", ONE(saveRaw),           " Save Raw  Image = %d [ %s ] \n\n", rova_pim_on_if_one},
+    {"%d", ONE(writeDefocus),      " Write Defocus Level = %d [ %s ] \n\n", rova_pim_on_if_one},
+    {"%d", ONE(orgResultData),     " Org. Result Data = %d [ %s ] \n\n", rova_pim_on_if_one},
+    {"%d", ONE(cmWindowDrawing),   " Color Marker Window Drawing = %d [ %s ] \n", rova_pim_on_if_one},
+    {"%d", ONE(pimaWindowDrawing), " PIMA Window Drawing = %d [ %s ] \n", rova_pim_on_if_one},
     {"%d %d %d %d %d %d %d %d", ONE(dbgLevel),
      " Debugging Print Level = %d %d %d %d %d %d %d %d\t\n\n", nullptr},
     {"%d %d %d %d %d %d %d %d", ONE(dbgOption),
@@ -111,7 +87,7 @@ constexpr rova_pim_row RUN_ROWS[] = {
     {"%d %d", MORE(liveTvW, liveTvH),   " Live View Image Size [ TV  OUT ] : %d x %d \n\n", nullptr},
     {"%d %d", MORE(liveLcdW, liveLcdH), " Live View Image Size [ LCD OUT ] : %d x %d \n\n", nullptr},
     {"%d %d", MORE(lcdW, lcdH),         " LCD Size : %d x %d \n\n", nullptr},
-    {"%d", ONE(screenOutType), " SCREEN OUTPUT TYPE : %d [ %s ] \n\n", screen_out_word},
+    {"%d", ONE(screenOutType), " SCREEN OUTPUT TYPE : %d [ %s ] \n\n", rova_pim_screen_word},
 };
 
 constexpr rova_pim_row OFFSET_ROWS[] = {
@@ -210,55 +186,15 @@ static_assert(rova_pim_rows_are_sound(MARKER_ROWS, sizeof(rova_pim_chart_config)
 static_assert(rova_pim_rows_are_sound(WINDOW_ROWS, sizeof(rova_pim_chart_config)));
 static_assert(rova_pim_rows_are_sound(LEVEL_ROWS, sizeof(rova_pim_chart_config)));
 
-// A file may hold any numbers: sums are made in 64 bits and cut to what a record keeps.
-int32_t narrow(int64_t value)
-{
-    return static_cast<int32_t>(value);
-}
-
-int check_model(const char *project, const char *model)
-{
-    if (std::strcmp(project, model) == 0)
-        return 0;
-    rova_pim_report(" MODEL NUMBER IS WRONG.....!!!!  %s : %s \n", project, model);
-    return -1;
-}
-
-void print_banner(const char *middle)
-{
-    rova_pim_debug(RULE);
-    rova_pim_debug("%s", middle);
-    rova_pim_debug(RULE);
-}
-
-// The first five lines are printed when there is a file to print to, the engine's version with the
-// model's name, which the sink of an earlier load would not show.
-void print_head(const rova_pim_pm_config &cfg)
-{
-    print_banner(START);
-    rova_pim_debug(" MODEL NUM = %s : VER = %s \n\n", cfg.strModelName, PIM_VERSION);
-    rova_pim_print_rows(MODEL_ROW, &cfg);
-    rova_pim_print_rows(DEBUG_ROWS, &cfg);
-    rova_pim_print_rows(RESULT_ROW, &cfg);
-    rova_pim_print_rows(DEBUG_FILE_ROW, &cfg);
-}
-
-int read_head(rova_pim_lines &lines, rova_pim_pm_config &cfg, const char *project)
-{
-    if (rova_pim_read_rows(lines, MODEL_ROW, &cfg) != 0 ||
-        check_model(project, cfg.strModelName) != 0 ||
-        rova_pim_read_rows(lines, DEBUG_ROWS, &cfg) != 0)
-        return -1;
-    gDbgPrintOnOff = cfg.dbgPrint;
-    if (rova_pim_read_rows(lines, RESULT_ROW, &cfg) != 0)
-        return -1;
-    gRstPrintOpt = cfg.rstPrint;
-    if (rova_pim_read_rows(lines, DEBUG_FILE_ROW, &cfg) != 0)
-        return -1;
-    rova_pim_open_debug_file(cfg);
-    print_head(cfg);
-    return 0;
-}
+constexpr rova_pim_reader READER = {
+    .record = " pCfgPm     = %s \n",
+    .wrong_model = " MODEL NUMBER IS WRONG.....!!!!  %s : %s \n",
+    .version = " MODEL NUM = %s : VER = %s \n\n",
+    .model = MODEL_ROW,
+    .debug = DEBUG_ROWS,
+    .result = RESULT_ROW,
+    .file = DEBUG_FILE_ROW,
+};
 
 // On a television the live view has its size and its chroma.
 void use_tv_size(rova_pim_pm_config &cfg)
@@ -290,7 +226,7 @@ int read_settings(rova_pim_lines &lines, rova_pim_pm_config &cfg)
 
 void derive_levels(rova_pim_chart_config &chart, ChartResult &result)
 {
-    const int32_t back = narrow(-int64_t{chart.cz});
+    const int32_t back = rova_pim_narrow(-int64_t{chart.cz});
     const int32_t defocus[PIM_LEVELS] = {back, back, 0, chart.cz, chart.cz};
     std::ranges::copy(defocus, chart.defocus);
     for (int k = 0; k < PIM_LEVELS; k++) {
@@ -352,45 +288,24 @@ void reset_results(rova_pim_pm_config &cfg)
     cfg.finalResult = PIM_NO_RESULT;
 }
 
-int read_all(rova_pim_lines &lines, rova_pim_pm_config &cfg, const char *project)
+int read_body(rova_pim_lines &lines, rova_pim_pm_config &cfg)
 {
-    if (read_head(lines, cfg, project) != 0 || read_settings(lines, cfg) != 0 ||
-        read_charts(lines, cfg) != 0 || rova_pim_buffers_allocate(cfg.imageW, cfg.imageH) != 0)
+    if (read_settings(lines, cfg) != 0 || read_charts(lines, cfg) != 0 ||
+        rova_pim_buffers_allocate(cfg.imageW, cfg.imageH) != 0)
         return -1;
     cfg.configLoaded = 1;
     reset_results(cfg);
-    print_banner(END);
     return 0;
-}
-
-bool all_given(const char *path, const rova_pim_pm_config *cfg, const char *project)
-{
-    if (path != nullptr && cfg != nullptr && project != nullptr)
-        return true;
-    rova_pim_report(" Read Config Error ~~~ !!! \n");
-    rova_pim_report(" inCfg        = %s \n", path != nullptr ? path : "NULL");
-    rova_pim_report(" pCfgPm     = %s \n", cfg != nullptr ? "OK" : "NULL");
-    rova_pim_report(" strModelName = %s \n", project != nullptr ? project : "NULL");
-    return false;
 }
 
 } // namespace
 
 void rova_pim_open_debug_file(const rova_pim_pm_config &cfg)
 {
-    if (cfg.dbgPrint != 0 && rova_pim_debug_open(cfg.debugFile) != 0)
-        rova_pim_report(" Can Not Open Debug File : %s \n", cfg.debugFile);
+    rova_pim_open_debug(cfg.dbgPrint, cfg.debugFile);
 }
 
 int rova_pim_read_config_mot(const char *path, rova_pim_pm_config *cfg, const char *project)
 {
-    rova_pim_lines lines;
-    if (!all_given(path, cfg, project))
-        return -1;
-    *cfg = {};
-    if (rova_pim_lines_read(path, lines) != 0)
-        return -1;
-    const int result = read_all(lines, *cfg, project);
-    rova_pim_debug_close();
-    return result;
+    return rova_pim_read_record(READER, path, cfg, project, read_body);
 }

@@ -198,6 +198,11 @@ int rova_pim_lines_next(rova_pim_lines &lines)
     return report_size(lines.size, lines.path);
 }
 
+void rova_pim_line_word(std::span<char> word)
+{
+    take_word(tLn, word);
+}
+
 int rova_pim_read_rows(rova_pim_lines &lines, std::span<const rova_pim_row> rows, void *record)
 {
     row_values values;

@@ -52,6 +52,19 @@ constexpr int rova_pim_row_values(const rova_pim_row &row)
     return static_cast<int>(std::ranges::count(row.form, '%'));
 }
 
+// How many values a label names; "%%" prints itself.
+constexpr int rova_pim_label_values(std::string_view label)
+{
+    int values = 0;
+    for (std::size_t i = 0; (i = label.find('%', i)) != std::string_view::npos; i++) {
+        if (label.substr(i, 2) == "%%")
+            i++;
+        else
+            values++;
+    }
+    return values;
+}
+
 // The label names the values that are shown, and the word where there is one.
 constexpr bool rova_pim_label_fits(const rova_pim_row &row)
 {
@@ -60,7 +73,7 @@ constexpr bool rova_pim_label_fits(const rova_pim_row &row)
     const auto shown = static_cast<int>(row.shown.size / 4);
     const int values = shown != 0 ? shown : rova_pim_row_values(row);
     const int words = row.word != nullptr ? 1 : 0;
-    return std::ranges::count(std::string_view(row.label), '%') == values + words;
+    return rova_pim_label_values(row.label) == values + words;
 }
 
 // For a static_assert: every row's field holds what the form reads, inside of the record, and its
@@ -86,6 +99,9 @@ int rova_pim_lines_read(const char *path, rova_pim_lines &lines);
 
 // Whether a line holds values; else it is a comment or empty.
 bool rova_pim_is_value_line(std::string_view line);
+
+// The first word of the line in hand.
+void rova_pim_line_word(std::span<char> word);
 
 // Takes the next value line into tLn.  0, or -1 with a report when there is none.
 int rova_pim_lines_next(rova_pim_lines &lines);

@@ -64,7 +64,6 @@ TEST_F(Config, APathTakes87Characters)
 TEST_F(Config, ModesOfLaterReadersAreRefused)
 {
     const std::pair<int32_t, const char *> files[] = {{PI_MODE_DUST, "/mnt/mmc/dust_lumen1.cfg"},
-                                                      {PI_MODE_NOISE, "/mnt/mmc/noise_lumen1.cfg"},
                                                       {PI_MODE_MOVIE, "/mnt/mmc/movie_lumen1.cfg"}};
     for (const auto &[mode, file] : files) {
         EXPECT_EQ(load(mode), -1) << mode;
