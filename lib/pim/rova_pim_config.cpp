@@ -1,6 +1,5 @@
 #include "lib/pim/rova_pim_config.h"
 
-#include "common/rova_log.h"
 #include "lib/pim/rova_pim.h"
 #include "lib/pim/rova_pim_debug.h"
 #include "lib/pim/rova_pim_dust.h"
@@ -28,23 +27,33 @@ int read_mot(const char *path, const char *project)
     return rova_pim_read_config_mot(path, &cfgPm, project);
 }
 
+int read_dust(const char *path, const char *project)
+{
+    return rova_pim_read_config_dust(path, &cfgDust, project);
+}
+
 int read_noise(const char *path, const char *project)
 {
     return rova_pim_read_config_noise(path, &cfgNoise, project);
+}
+
+int read_movie(const char *path, const char *project)
+{
+    return rova_pim_read_config_movie(path, &cfgMovie, project);
 }
 
 // A test's file; the path takes the project's name in lower case.
 struct config_file {
     int32_t mode;
     const char *path;
-    int (*read)(const char *path, const char *project); // NULL: not part of this build
+    int (*read)(const char *path, const char *project);
 };
 
 constexpr config_file FILES[] = {
     {PI_MODE_MOT, "/mnt/mmc/mot_%s.cfg", read_mot},
-    {PI_MODE_DUST, "/mnt/mmc/dust_%s.cfg", nullptr},
+    {PI_MODE_DUST, "/mnt/mmc/dust_%s.cfg", read_dust},
     {PI_MODE_NOISE, "/mnt/mmc/noise_%s.cfg", read_noise},
-    {PI_MODE_MOVIE, "/mnt/mmc/movie_%s.cfg", nullptr},
+    {PI_MODE_MOVIE, "/mnt/mmc/movie_%s.cfg", read_movie},
 };
 
 } // namespace
@@ -65,9 +74,5 @@ int rova_pim_read_config(const char *project, const char *lower)
         return -1;
     }
     std::snprintf(path, sizeof(path), file->path, lower != nullptr ? lower : "");
-    if (file->read == nullptr) {
-        ROVA_LOG_ERR("the reader of %s is not part of this build\n", path);
-        return -1;
-    }
     return file->read(lower != nullptr ? path : nullptr, project);
 }

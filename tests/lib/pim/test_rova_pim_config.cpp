@@ -61,17 +61,6 @@ TEST_F(Config, APathTakes87Characters)
     EXPECT_FALSE(camera.logged("/mnt/mmc/mot_" + std::string(75, 'a')));
 }
 
-TEST_F(Config, ModesOfLaterReadersAreRefused)
-{
-    const std::pair<int32_t, const char *> files[] = {{PI_MODE_DUST, "/mnt/mmc/dust_lumen1.cfg"},
-                                                      {PI_MODE_MOVIE, "/mnt/mmc/movie_lumen1.cfg"}};
-    for (const auto &[mode, file] : files) {
-        EXPECT_EQ(load(mode), -1) << mode;
-        EXPECT_TRUE(
-            camera.logged(std::string("the reader of ") + file + " is not part of this build"));
-    }
-}
-
 TEST_F(Config, OtherModesHaveNoFile)
 {
     gDbgPrintOnOff = PIM_DEBUG_STDOUT;
