@@ -34,12 +34,13 @@ public:
     Process &operator=(const Process &) = delete;
 
     pid_t pid() const { return pid_; }
-    void signal(int number) const;
+    void signal(int number);
     bool running();
     int wait(double seconds = 60); // exit status, 128 + signal, or -1 when it does not end
 
 private:
     pid_t pid_;
+    int sent_ = 0; // the last signal
     int status_ = -1;
     bool ended_ = false;
 };
