@@ -1,5 +1,6 @@
 // Sums of columns slide down, sums of boxes are made of them, and a value counts in the histogram
 // as often as boxes cover it: each value is looked at a few times, whatever the size of the box.
+// Small boxes are counted in narrow numbers, of which more fit into a step of the processor's.
 #include "lib/pim/rova_pim_boxes.h"
 
 #include "lib/pim/rova_pim_debug.h"
@@ -9,6 +10,7 @@
 #include <cstring>
 #include <iterator>
 #include <memory>
+#include <utility>
 
 #define ROVA_INLINE inline __attribute__((always_inline))
 
@@ -16,22 +18,30 @@ namespace
 {
 
 constexpr int32_t BRIGHTEST = 255;
-constexpr int32_t NARROW_AREA = 256;                 // values whose sum fits in 16 bits
-constexpr int64_t WIDE_AREA = INT32_MAX / BRIGHTEST; // and in 32
-constexpr std::size_t PARTS = 4; // of the histogram: equal neighbours need not wait for each other
+constexpr int64_t WIDE_AREA = INT32_MAX / BRIGHTEST; // values whose sum fits in 32 bits
+constexpr std::size_t PARTS = 4; // of a histogram: equal neighbours need not wait for each other
 
-// Arrays of the strip's width and a box's, T wide enough for a box's sum.
-template <typename T> struct row_sums {
-    T *column; // sums of the box's height
-    T *column_in_range;
-    T *box; // sums of whole boxes
-    T *box_in_range;
-    T *scratch[2];
-    uint8_t *in_range; // 1 where a box has values in range
+// The numbers for a box of up to AREA values: `sum` for that of them, `count` for how many there
+// are and one more.
+struct narrow {
+    using sum = uint16_t;
+    using count = uint8_t;
+    static constexpr int32_t AREA = 254;
+};
+struct wide {
+    using sum = uint32_t;
+    using count = uint32_t;
+};
+
+// Arrays of the strip's width and a box's.
+template <typename N> struct row_sums {
+    typename N::sum *column; // sums of the box's height
+    typename N::sum *box;    // sums of whole boxes
+    typename N::sum *sum_scratch[2];
+    typename N::count *column_in_range;
+    typename N::count *box_in_range;
+    typename N::count *count_scratch[2];
     uint8_t *hit;
-    T *visited; // 1 where a box was visited, behind a box's width of zeros
-    T *full;    // how many boxes cover each column where all are visited
-    T *cover;   // how many cover each value of the row in hand
 };
 
 struct limits {
@@ -44,26 +54,29 @@ struct limits {
     uint32_t count;
 };
 
-template <typename T>
-ROVA_INLINE void add_row(const limits &at, const uint8_t *__restrict row, T *__restrict column,
-                         T *__restrict in_range)
+template <typename N>
+ROVA_INLINE void add_row(const limits &at, const uint8_t *__restrict row,
+                         typename N::sum *__restrict column, typename N::count *__restrict in_range)
 {
     for (int32_t x = 0; x < at.columns; x++) {
-        column[x] = static_cast<T>(column[x] + row[x]);
-        in_range[x] = static_cast<T>(in_range[x] + ((row[x] >= at.min) & (row[x] <= at.max)));
+        column[x] = static_cast<typename N::sum>(column[x] + row[x]);
+        in_range[x] =
+            static_cast<typename N::count>(in_range[x] + ((row[x] >= at.min) & (row[x] <= at.max)));
     }
 }
 
-template <typename T>
+template <typename N>
 ROVA_INLINE void move_row(const limits &at, const uint8_t *__restrict gone,
-                          const uint8_t *__restrict come, T *__restrict column,
-                          T *__restrict in_range)
+                          const uint8_t *__restrict come, typename N::sum *__restrict column,
+                          typename N::count *__restrict in_range)
 {
+    const uint8_t min = at.min, max = at.max;
+    for (int32_t x = 0; x < at.columns; x++)
+        column[x] = static_cast<typename N::sum>(column[x] + come[x] - gone[x]);
     for (int32_t x = 0; x < at.columns; x++) {
-        column[x] = static_cast<T>(column[x] + come[x] - gone[x]);
-        const int before = (gone[x] >= at.min) & (gone[x] <= at.max);
-        const int now = (come[x] >= at.min) & (come[x] <= at.max);
-        in_range[x] = static_cast<T>(in_range[x] + now - before);
+        const int before = (gone[x] >= min) & (gone[x] <= max);
+        const int now = (come[x] >= min) & (come[x] <= max);
+        in_range[x] = static_cast<typename N::count>(in_range[x] + now - before);
     }
 }
 
@@ -104,49 +117,39 @@ ROVA_INLINE void sum_windows(const T *in, int32_t n, int32_t width, T *out, T *c
     }
 }
 
-template <typename T>
-ROVA_INLINE void judge(const limits &at, const T *__restrict box, const T *__restrict box_in_range,
-                       uint8_t *__restrict in_range, uint8_t *__restrict hit)
+template <typename N>
+ROVA_INLINE void judge(const limits &at, const typename N::sum *__restrict box,
+                       const typename N::count *__restrict box_in_range, uint8_t *__restrict hit)
 {
-    const T min = static_cast<T>(at.min_sum), max = static_cast<T>(at.max_sum);
-    const T count = static_cast<T>(at.count);
-    for (int32_t x = 0; x < at.boxes; x++) {
-        in_range[x] = box_in_range[x] != 0;
+    const auto min = static_cast<typename N::sum>(at.min_sum);
+    const auto max = static_cast<typename N::sum>(at.max_sum);
+    const auto count = static_cast<typename N::count>(at.count);
+    for (int32_t x = 0; x < at.boxes; x++)
         hit[x] = (box[x] >= min) & (box[x] <= max) & (box_in_range[x] >= count);
-    }
 }
 
-template <typename T> ROVA_INLINE void judge_boxes(const limits &at, const row_sums<T> &sums)
+template <typename N> ROVA_INLINE void judge_boxes(const limits &at, const row_sums<N> &sums)
 {
-    sum_windows(sums.column, at.boxes, at.w, sums.box, sums.scratch);
-    sum_windows(sums.column_in_range, at.boxes, at.w, sums.box_in_range, sums.scratch);
-    judge(at, sums.box, sums.box_in_range, sums.in_range, sums.hit);
+    sum_windows(sums.column, at.boxes, at.w, sums.box, sums.sum_scratch);
+    sum_windows(sums.column_in_range, at.boxes, at.w, sums.box_in_range, sums.count_scratch);
+    judge<N>(at, sums.box, sums.box_in_range, sums.hit);
 }
 
-// The walk's inner loops, for the processor at hand.
-template <typename T> struct kernels {
-    void (*start)(const limits &at, const uint8_t *rows, const row_sums<T> &sums);
-    void (*slide)(const limits &at, const uint8_t *gone, const uint8_t *come,
-                  const row_sums<T> &sums);
-    void (*windows)(const T *in, int32_t n, int32_t width, T *out, T *const (&scratch)[2]);
-    void (*change)(T *cover, const T *row, int32_t n, bool add);
-};
-
-template <typename T>
-ROVA_INLINE void start_inline(const limits &at, const uint8_t *rows, const row_sums<T> &sums)
+template <typename N>
+ROVA_INLINE void start_inline(const limits &at, const uint8_t *rows, const row_sums<N> &sums)
 {
-    std::fill_n(sums.column, at.columns, T{0});
-    std::fill_n(sums.column_in_range, at.columns, T{0});
+    std::fill_n(sums.column, at.columns, typename N::sum{0});
+    std::fill_n(sums.column_in_range, at.columns, typename N::count{0});
     for (int32_t y = 0; y < at.h; y++)
-        add_row(at, rows + std::ptrdiff_t{y} * at.columns, sums.column, sums.column_in_range);
+        add_row<N>(at, rows + std::ptrdiff_t{y} * at.columns, sums.column, sums.column_in_range);
     judge_boxes(at, sums);
 }
 
-template <typename T>
+template <typename N>
 ROVA_INLINE void slide_inline(const limits &at, const uint8_t *gone, const uint8_t *come,
-                              const row_sums<T> &sums)
+                              const row_sums<N> &sums)
 {
-    move_row(at, gone, come, sums.column, sums.column_in_range);
+    move_row<N>(at, gone, come, sums.column, sums.column_in_range);
     judge_boxes(at, sums);
 }
 
@@ -162,16 +165,27 @@ ROVA_INLINE void change_inline(T *__restrict cover, const T *__restrict row, int
     }
 }
 
+// The walk's inner loops, for the processor at hand.
+template <typename N> struct kernels {
+    using count = typename N::count;
+    void (*start)(const limits &at, const uint8_t *rows, const row_sums<N> &sums);
+    void (*slide)(const limits &at, const uint8_t *gone, const uint8_t *come,
+                  const row_sums<N> &sums);
+    void (*windows)(const count *in, int32_t n, int32_t width, count *out,
+                    count *const (&scratch)[2]);
+    void (*change)(count *cover, const count *row, int32_t n, bool add);
+};
+
 #define ROVA_KERNELS(name, attribute)                                                              \
-    template <typename T>                                                                          \
+    template <typename N>                                                                          \
     __attribute__(attribute) void start_##name(const limits &at, const uint8_t *rows,              \
-                                               const row_sums<T> &sums)                            \
+                                               const row_sums<N> &sums)                            \
     {                                                                                              \
         start_inline(at, rows, sums);                                                              \
     }                                                                                              \
-    template <typename T>                                                                          \
+    template <typename N>                                                                          \
     __attribute__(attribute) void slide_##name(const limits &at, const uint8_t *gone,              \
-                                               const uint8_t *come, const row_sums<T> &sums)       \
+                                               const uint8_t *come, const row_sums<N> &sums)       \
     {                                                                                              \
         slide_inline(at, gone, come, sums);                                                        \
     }                                                                                              \
@@ -186,23 +200,24 @@ ROVA_INLINE void change_inline(T *__restrict cover, const T *__restrict row, int
     {                                                                                              \
         change_inline(cover, row, n, add);                                                         \
     }                                                                                              \
-    template <typename T>                                                                          \
-    constexpr kernels<T> KERNELS_##name = {start_##name<T>, slide_##name<T>, windows_##name<T>,    \
-                                           change_##name<T>};
+    template <typename N>                                                                          \
+    constexpr kernels<N> KERNELS_##name = {start_##name<N>, slide_##name<N>,                       \
+                                           windows_##name<typename N::count>,                      \
+                                           change_##name<typename N::count>};
 
 ROVA_KERNELS(any, ())
 #ifdef __x86_64__
-ROVA_KERNELS(wide, (target("avx2")))
+ROVA_KERNELS(avx2, (target("avx2")))
 #endif
 
-template <typename T> const kernels<T> &kernels_here([[maybe_unused]] bool portable)
+template <typename N> const kernels<N> &kernels_here([[maybe_unused]] bool portable)
 {
 #ifdef __x86_64__
-    static const bool wide = __builtin_cpu_supports("avx2") != 0;
-    if (wide && !portable)
-        return KERNELS_wide<T>;
+    static const bool has_avx2 = __builtin_cpu_supports("avx2") != 0;
+    if (has_avx2 && !portable)
+        return KERNELS_avx2<N>;
 #endif
-    return KERNELS_any<T>;
+    return KERNELS_any<N>;
 }
 
 // A range that holds no value becomes one that no value and no mean lies in.
@@ -226,21 +241,50 @@ limits limits_of(const rova_pim_strip &strip, const rova_pim_box_rules &rules)
             .count = static_cast<uint32_t>(std::clamp<int64_t>(rules.count, 0, area + 1))};
 }
 
-// The first of the flags from .. to - 1 that is so; `to` if none is.
-int32_t find_flag(const uint8_t *flags, int32_t from, int32_t to, int flag)
+// The first of from .. to - 1 that is `wanted`; `to` if none is.
+template <typename T> int32_t find_number(const T *numbers, int32_t from, int32_t to, T wanted)
 {
-    const void *found = std::memchr(flags + from, flag, static_cast<std::size_t>(to - from));
+    return static_cast<int32_t>(std::find(numbers + from, numbers + to, wanted) - numbers);
+}
+int32_t find_number(const uint8_t *numbers, int32_t from, int32_t to, uint8_t wanted)
+{
+    const void *found = std::memchr(numbers + from, wanted, static_cast<std::size_t>(to - from));
     return found == nullptr ? to
-                            : static_cast<int32_t>(static_cast<const uint8_t *>(found) - flags);
+                            : static_cast<int32_t>(static_cast<const uint8_t *>(found) - numbers);
 }
 
-template <typename T> class Walk
+using histogram_parts = uint32_t[PARTS][256];
+
+// Each value counts as often as `weight` says of its column, `from` to `to` - 1.
+template <typename Weight>
+void count_values(const uint8_t *values, int32_t from, int32_t to, const Weight &weight,
+                  histogram_parts &parts)
+{
+    constexpr auto STEP = static_cast<int32_t>(PARTS);
+    int32_t x = from;
+    for (; x + STEP <= to; x += STEP) {
+        for (int32_t k = 0; k < STEP; k++)
+            parts[k][values[x + k]] += weight(x + k);
+    }
+    for (; x < to; x++)
+        parts[0][values[x]] += weight(x);
+}
+
+void add_parts(const histogram_parts &parts, uint32_t times, rova_pim_histogram &histogram)
+{
+    for (const auto &part : parts) {
+        for (std::size_t value = 0; value < std::size(part); value++)
+            histogram.counts[value] += times * part[value];
+    }
+}
+
+template <typename N> class Walk
 {
 public:
     Walk(const rova_pim_strip &strip, const rova_pim_box_rules &rules,
          const rova_pim_hit_function &on_hits)
         : strip_(strip), rules_(rules), on_hits_(on_hits), at_(limits_of(strip, rules)),
-          run_(kernels_here<T>(rules.portable))
+          run_(kernels_here<N>(rules.portable))
     {
     }
     bool prepare();
@@ -248,112 +292,143 @@ public:
     void add_to(rova_pim_histogram &histogram) const;
 
 private:
+    using sum = typename N::sum;
+    using count = typename N::count;
+
     int32_t walk_block(int32_t first);
     bool visit_row(int32_t y);
+    int32_t visit_some(int32_t y, bool &hit);
     bool visit(int32_t from, int32_t to, int32_t y);
     void trace(int32_t from, int32_t to) const;
-    void cover_row(int32_t y, bool all);
-    void count_row(int32_t y, int32_t first, int32_t last);
+    void cover_row(int32_t y);
+    void uncover_row(int32_t y);
+    void count_row(int32_t y);
+    void count_below(int32_t y, int32_t first, int32_t last);
 
     const uint8_t *row(int32_t y) const
     {
         return strip_.pixels.data() + std::ptrdiff_t{y} * strip_.w;
     }
-    // How many of the boxes of a visited row cover each column; kept for a box's height.
-    T *covered(int32_t y) const { return ring_ + std::ptrdiff_t{y % rules_.h} * strip_.w; }
+    std::size_t slot(int32_t y) const { return static_cast<std::size_t>(y % rules_.h); }
+    bool is_whole(int32_t y) const { return whole_[slot(y)] != 0; }
+    // How many of the boxes of a partly visited row cover each column; kept for a box's height.
+    count *covered(int32_t y) const { return ring_ + slot(y) * static_cast<std::size_t>(strip_.w); }
 
     const rova_pim_strip &strip_;
     const rova_pim_box_rules &rules_;
     const rova_pim_hit_function &on_hits_;
     limits at_;
-    const kernels<T> &run_;
+    const kernels<N> &run_;
     std::unique_ptr<void, decltype(&std::free)> numbers_{nullptr, std::free};
-    row_sums<T> sums_ = {};
-    T *ring_ = nullptr;
-    uint32_t parts_[PARTS][256] = {};
+    row_sums<N> sums_ = {};
+    count *visited_ = nullptr; // 1 where a box was visited, behind a box's width of zeros
+    count *full_ = nullptr;    // how many boxes of a row cover each column where all are visited
+    count *cover_ = nullptr;   // how many of the rows of boxes in hand do
+    count *ring_ = nullptr;
+    uint8_t *whole_ = nullptr; // 1 where all boxes of a row were visited; in the ring's order
+    int32_t whole_rows_ = 0;   // of the rows in hand
+    histogram_parts counts_ = {};
+    histogram_parts most_ = {}; // of values that are in as many boxes as a value can be
 };
 
-template <typename T> bool Walk<T>::prepare()
+template <typename N> bool Walk<N>::prepare()
 {
-    constexpr std::size_t ARRAYS = 9; // of row_sums
-    const auto w = static_cast<std::size_t>(strip_.w), room = w + static_cast<std::size_t>(at_.w);
-    const std::size_t all = ARRAYS * room + w * static_cast<std::size_t>(at_.h);
-    numbers_.reset(std::malloc(all * sizeof(T) + 2 * w));
+    const auto w = static_cast<std::size_t>(strip_.w), h = static_cast<std::size_t>(at_.h);
+    const std::size_t room = w + static_cast<std::size_t>(at_.w);
+    sum **const sums[] = {&sums_.column, &sums_.box, &sums_.sum_scratch[0], &sums_.sum_scratch[1]};
+    count **const counts[] = {&sums_.column_in_range,
+                              &sums_.box_in_range,
+                              &sums_.count_scratch[0],
+                              &sums_.count_scratch[1],
+                              &visited_,
+                              &full_,
+                              &cover_};
+    const std::size_t sum_bytes = std::size(sums) * room * sizeof(sum);
+    const std::size_t count_bytes = (std::size(counts) * room + w * h) * sizeof(count);
+    const std::size_t all = sum_bytes + count_bytes + w + h;
+    numbers_.reset(std::calloc(1, all));
     if (!numbers_)
         return false;
-    T *next = static_cast<T *>(numbers_.get());
-    std::fill_n(next, all, T{0});
-    for (T **array :
-         {&sums_.column, &sums_.column_in_range, &sums_.box, &sums_.box_in_range, &sums_.scratch[0],
-          &sums_.scratch[1], &sums_.visited, &sums_.full, &sums_.cover}) {
-        *array = next;
-        next += room;
-    }
-    ring_ = next;
-    sums_.in_range = reinterpret_cast<uint8_t *>(next + w * static_cast<std::size_t>(at_.h));
-    sums_.hit = sums_.in_range + w;
+    auto *next_sum = static_cast<sum *>(numbers_.get());
+    for (sum **array : sums)
+        *array = std::exchange(next_sum, next_sum + room);
+    auto *next_count = reinterpret_cast<count *>(next_sum);
+    for (count **array : counts)
+        *array = std::exchange(next_count, next_count + room);
+    ring_ = std::exchange(next_count, next_count + w * h);
+    sums_.hit = reinterpret_cast<uint8_t *>(next_count);
+    whole_ = sums_.hit + w;
     for (int32_t x = 0; x < strip_.w; x++)
-        sums_.full[x] = static_cast<T>(std::min({x + 1, at_.w, at_.boxes, strip_.w - 1 - x}));
+        full_[x] = static_cast<count>(std::min({x + 1, at_.w, at_.boxes, strip_.w - 1 - x}));
     return true;
 }
 
-template <typename T> void Walk<T>::walk()
+template <typename N> void Walk<N>::walk()
 {
     for (int32_t y = 0; y < strip_.h - at_.h;)
         y = walk_block(y);
 }
 
 // The rows from `first` on that follow each other; returns the row to go on with.
-template <typename T> int32_t Walk<T>::walk_block(int32_t first)
+template <typename N> int32_t Walk<N>::walk_block(int32_t first)
 {
     run_.start(at_, row(first), sums_);
     int32_t y = first;
     while (visit_row(y) && y + 1 < strip_.h - at_.h) {
-        count_row(y, first, y);
+        count_below(y, first, y);
         run_.slide(at_, row(y), row(y + at_.h), sums_);
         y++;
     }
     for (int32_t k = 0; k < at_.h; k++)
-        count_row(y + k, first, y);
+        count_below(y + k, first, y);
     return y + at_.h;
 }
 
 // True when the row below it is next.
-template <typename T> bool Walk<T>::visit_row(int32_t y)
+template <typename N> bool Walk<N>::visit_row(int32_t y)
 {
     bool hit = false;
-    int32_t last = 0, visited = 0;
-    std::fill_n(sums_.visited + at_.w, at_.boxes, T{0});
+    int32_t last = at_.boxes - 1; // visited
+    whole_[slot(y)] = find_number(sums_.box_in_range, 0, last, count{0}) == last;
+    if (is_whole(y))
+        hit = visit(0, at_.boxes, y);
+    else
+        last = visit_some(y, hit);
+    cover_row(y);
+    return rules_.step == rova_pim_row_step::AFTER_HIT ? hit : sums_.box_in_range[last] != 0;
+}
+
+// Behind a box with no value in range the next ones are skipped.  Returns the last one visited.
+template <typename N> int32_t Walk<N>::visit_some(int32_t y, bool &hit)
+{
+    int32_t last = 0;
+    std::fill_n(visited_ + at_.w, at_.boxes, count{0});
     for (int32_t x = 0; x < at_.boxes; x = last + at_.w) {
-        const int32_t blank = find_flag(sums_.in_range, x, at_.boxes, 0);
+        const int32_t blank = find_number(sums_.box_in_range, x, at_.boxes, count{0});
         const int32_t end = std::min(blank + 1, at_.boxes);
         hit = visit(x, end, y) || hit;
-        visited += end - x;
+        std::fill(visited_ + at_.w + x, visited_ + at_.w + end, count{1});
         last = end - 1;
-        if (blank == at_.boxes)
-            break;
     }
-    cover_row(y, visited == at_.boxes);
-    return rules_.step == rova_pim_row_step::AFTER_HIT ? hit : sums_.in_range[last] != 0;
+    return last;
 }
 
 // The boxes from .. to - 1 of the row; true when there was a hit.
-template <typename T> bool Walk<T>::visit(int32_t from, int32_t to, int32_t y)
+template <typename N> bool Walk<N>::visit(int32_t from, int32_t to, int32_t y)
 {
     bool any = false;
     if (rules_.trace)
         trace(from, to);
-    std::fill(sums_.visited + at_.w + from, sums_.visited + at_.w + to, T{1});
-    for (int32_t x = find_flag(sums_.hit, from, to, 1); x < to;) {
-        const int32_t behind = find_flag(sums_.hit, x, to, 0);
+    for (int32_t x = find_number(sums_.hit, from, to, 1); x < to;) {
+        const int32_t behind = find_number(sums_.hit, x, to, 0);
         on_hits_({x, behind, y});
         any = true;
-        x = find_flag(sums_.hit, behind, to, 1);
+        x = find_number(sums_.hit, behind, to, 1);
     }
     return any;
 }
 
-template <typename T> void Walk<T>::trace(int32_t from, int32_t to) const
+template <typename N> void Walk<N>::trace(int32_t from, int32_t to) const
 {
     for (int32_t x = from; x < to; x++)
         rova_pim_debug(" pA = %d pCnt = %d \n",
@@ -361,49 +436,56 @@ template <typename T> void Walk<T>::trace(int32_t from, int32_t to) const
                        static_cast<int32_t>(sums_.box_in_range[x]));
 }
 
-template <typename T> void Walk<T>::cover_row(int32_t y, bool all)
+template <typename N> void Walk<N>::cover_row(int32_t y)
 {
-    const T *boxes = sums_.full;
-    if (!all) {
-        // The last column is in no box.
-        run_.windows(sums_.visited + 1, strip_.w - 1, at_.w, sums_.box, sums_.scratch);
-        boxes = sums_.box;
-    }
-    std::copy_n(boxes, strip_.w - 1, covered(y));
-    run_.change(sums_.cover, boxes, strip_.w - 1, true);
+    if (is_whole(y))
+        whole_rows_++;
+    else // the last column is in no box
+        run_.windows(visited_ + 1, strip_.w - 1, at_.w, covered(y), sums_.count_scratch);
+    run_.change(cover_, is_whole(y) ? full_ : covered(y), strip_.w - 1, true);
 }
 
-// A row of values that no box of a row below `last` will cover; `first` begins the block.
-template <typename T> void Walk<T>::count_row(int32_t y, int32_t first, int32_t last)
+template <typename N> void Walk<N>::uncover_row(int32_t y)
 {
-    const uint8_t *values = row(y);
-    const T *cover = sums_.cover;
-    int32_t x = 0;
-    for (; x + static_cast<int32_t>(PARTS) < strip_.w; x += static_cast<int32_t>(PARTS)) {
-        for (std::size_t k = 0; k < PARTS; k++)
-            parts_[k][values[static_cast<std::size_t>(x) + k]] +=
-                cover[static_cast<std::size_t>(x) + k];
-    }
-    for (; x < strip_.w - 1; x++)
-        parts_[0][values[x]] += cover[x];
+    if (is_whole(y))
+        whole_rows_--;
+    run_.change(cover_, is_whole(y) ? full_ : covered(y), strip_.w - 1, false);
+}
+
+// Where all boxes around were visited, all columns but those near the ends are in as many boxes.
+template <typename N> void Walk<N>::count_row(int32_t y)
+{
+    const int32_t end = strip_.w - 1;
+    const int32_t ramp = whole_rows_ == at_.h ? std::min(at_.w, at_.boxes) - 1 : end;
+    const auto weight = [this](int32_t x) { return cover_[x]; };
+    count_values(row(y), 0, ramp, weight, counts_);
+    if (ramp == end)
+        return;
+    count_values(
+        row(y), ramp, end - ramp, [](int32_t) { return 1U; }, most_);
+    count_values(row(y), end - ramp, end, weight, counts_);
+}
+
+// Counts a row of values that no box of a row below `last` will cover; `first` begins the block.
+template <typename N> void Walk<N>::count_below(int32_t y, int32_t first, int32_t last)
+{
+    count_row(y);
     const int32_t gone = y - at_.h + 1;
     if (gone >= first && gone <= last)
-        run_.change(sums_.cover, covered(gone), strip_.w - 1, false);
+        uncover_row(gone);
 }
 
-template <typename T> void Walk<T>::add_to(rova_pim_histogram &histogram) const
+template <typename N> void Walk<N>::add_to(rova_pim_histogram &histogram) const
 {
-    for (const auto &part : parts_) {
-        for (std::size_t value = 0; value < std::size(part); value++)
-            histogram.counts[value] += part[value];
-    }
+    add_parts(counts_, 1, histogram);
+    add_parts(most_, static_cast<uint32_t>(std::min(at_.w, at_.boxes) * at_.h), histogram);
 }
 
-template <typename T>
+template <typename N>
 int walk_boxes(const rova_pim_strip &strip, const rova_pim_box_rules &rules,
                rova_pim_histogram &histogram, const rova_pim_hit_function &on_hits)
 {
-    Walk<T> walk(strip, rules, on_hits);
+    Walk<N> walk(strip, rules, on_hits);
     if (!walk.prepare()) {
         rova_pim_report("no memory for boxes of %d x %d in %d x %d\n", rules.w, rules.h, strip.w,
                         strip.h);
@@ -425,7 +507,7 @@ int rova_pim_walk_boxes(const rova_pim_strip &strip, const rova_pim_box_rules &r
         rova_pim_report("no sums of boxes of %d x %d\n", rules.w, rules.h);
         return -1;
     }
-    if (rules.w * rules.h <= NARROW_AREA)
-        return walk_boxes<uint16_t>(strip, rules, histogram, on_hits);
-    return walk_boxes<uint32_t>(strip, rules, histogram, on_hits);
+    if (rules.w * rules.h <= narrow::AREA)
+        return walk_boxes<narrow>(strip, rules, histogram, on_hits);
+    return walk_boxes<wide>(strip, rules, histogram, on_hits);
 }

@@ -454,7 +454,7 @@ TEST_F(ScreenNail, WithoutMemoryForSumsItIsRefused)
 {
     picture.paint_markers();
     gDbgPrintOnOff = 0;
-    test::wrap_fail("malloc", 0, ENOMEM);
+    test::wrap_fail("calloc", 0, ENOMEM);
     const int result = rova_pim_search_screen_nail(picture.image, PIM_COLOUR_CR, 0, cfg);
     test::wrap_clear();
     EXPECT_EQ(result, -1);
