@@ -64,10 +64,9 @@ void rova_pim_mot_write_qa_row(int32_t chart, rova_pim_pm_config &cfg);
 extern int32_t rova_pim_mot_qa_rows;
 
 // What table and rows have in common, to the result sink: the end of the title, which a kept text
-// hands over to pPtpTile; a window's value; the empty columns before a row.
+// hands over to pPtpTile; a window's value.
 void rova_pim_mot_end_title(const rova_pim_pm_config &cfg);
 void rova_pim_mot_print_value(int32_t value, int32_t org, const rova_pim_pm_config &cfg);
-void rova_pim_mot_print_empty_columns(const rova_pim_pm_config &cfg);
 
 // Opens the result file.  0, or -1 with a report.
 int rova_pim_mot_open_result(const rova_pim_pm_config &cfg);

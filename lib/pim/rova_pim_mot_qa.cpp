@@ -39,7 +39,7 @@ int begin_row(const rova_pim_pm_config &cfg)
         rova_pim_result_print("%s", TITLE);
         rova_pim_mot_end_title(cfg);
     }
-    rova_pim_mot_print_empty_columns(cfg);
+    rova_pim_result_print_empty_columns(cfg.dbgOption[0]);
     return 0;
 }
 

@@ -175,7 +175,7 @@ void print_rows(rova_pim_pm_config &cfg)
     const bool last_stays = !of_all_charts(cfg) && cfg.rstPrint == PIM_RESULT_KEPT;
     for (int32_t k = 0; k < PIM_LEVELS; k++) {
         if (k > 0)
-            rova_pim_mot_print_empty_columns(cfg);
+            rova_pim_result_print_empty_columns(cfg.dbgOption[0]);
         print_row(k, cfg);
         if (last_stays)
             rova_pim_result_restart();
@@ -190,20 +190,6 @@ void rova_pim_mot_print_value(int32_t value, int32_t org, const rova_pim_pm_conf
         rova_pim_result_print("(%4d) %4d,", org, value);
     else
         rova_pim_result_print("%4d,", value);
-}
-
-// As one piece: a full buffer refuses it once and not for each column.
-void rova_pim_mot_print_empty_columns(const rova_pim_pm_config &cfg)
-{
-    constexpr int32_t MOST = sizeof(pRstData) - 1;
-    const int32_t columns = std::max(cfg.dbgOption[0], 0);
-    if (columns > MOST) {
-        rova_pim_report("refused %d empty columns in the result: more than %d\n", columns, MOST);
-        return;
-    }
-    char text[MOST + 1] = {};
-    std::fill_n(text, columns, ',');
-    rova_pim_result_print("%s", text);
 }
 
 void rova_pim_mot_end_title(const rova_pim_pm_config &cfg)

@@ -73,6 +73,7 @@ struct rova_pim_movie_config {
     rova_pim_frame_record frame[PIM_MOVIE_FRAMES];
     rova_pim_audio_record audio[PIM_MOVIE_FRAMES];
     int32_t tableDone; // 1: the result table has been written
+    int32_t refused;   // frames that were due and could not be judged
 };
 
 extern rova_pim_movie_config cfgMovie;
@@ -84,10 +85,44 @@ int rova_pim_read_config_movie(const char *path, rova_pim_movie_config *cfg, con
 int32_t GetMovieDebugValue7();
 
 // Judges a frame in CS420_Y_CbCr, with rows of `width` bytes; dumps it as the configuration says.
-// `y` is null or the first of width * height * 3 / 2 bytes.
+// `y` is the first of width * height * 3 / 2 bytes; null, and a size that there is no room for
+// below 4 GiB, are reported and refused.
 void CheckMovie(const uint8_t *y, int32_t width, int32_t height, int32_t frame);
-// 1 passed, 0 failed.
+// 1 passed, 0 failed.  From the 65th on it counts without a record.
 int checkAudio(const rova_pim_aframe_info &info);
 
-// `final` is 1, 0 or PIM_NO_RESULT; the colours are 0 where one of their frames failed, else 1.
+// `final` is 1, 0 or PIM_NO_RESULT; the colours are 0 where one of their recorded frames failed,
+// else 1.
 void GetMovieResult(int32_t *final, int32_t *red, int32_t *blue);
+
+// -- the steps
+
+// What the configuration says of one colour's frames.
+struct rova_pim_movie_part {
+    const char *word;
+    int32_t colour; // PIM_COLOUR_CR red, PIM_COLOUR_CB blue
+    int32_t plane;  // bytes from a frame's first
+    int32_t start, num, inc;
+    int32_t min, max;
+    int32_t off; // in pixels, in both directions
+    int32_t diffX, diffY;
+};
+rova_pim_movie_part rova_pim_movie_red(const rova_pim_movie_config &cfg);
+rova_pim_movie_part rova_pim_movie_blue(const rova_pim_movie_config &cfg);
+
+// The number of its last frame.
+constexpr int64_t rova_pim_movie_last(const rova_pim_movie_part &part)
+{
+    return part.start + int64_t{part.inc} * (int64_t{part.num} - 1);
+}
+
+// Red and blue frames checked since the process began; a load does not begin anew.
+extern int32_t rova_pim_movie_done[2];
+
+// Judges a frame, and writes the table behind the last one.  0, or -1: it failed or was refused.
+int rova_pim_movie_test_frame(int32_t frame, const rova_pim_image &image,
+                              rova_pim_movie_config &cfg);
+
+// Appends the table to the result file, once, behind the last frame of both colours; a file that
+// cannot be opened is reported.
+void rova_pim_movie_write_table(int32_t frame, rova_pim_movie_config &cfg);

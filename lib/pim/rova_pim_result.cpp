@@ -3,6 +3,7 @@
 #include "lib/pim/rova_pim_debug.h"
 #include "lib/pim/rova_pim_sink.h"
 
+#include <algorithm>
 #include <cstdarg>
 
 int32_t gRstPrintOpt;
@@ -53,6 +54,13 @@ int rova_pim_result_open(const char *path)
     return rova_pim_sink_open(path, gRstFp, gRstFpState);
 }
 
+int32_t rova_pim_result_size()
+{
+    if (gRstFp == nullptr || std::fseek(gRstFp, 0, SEEK_END) != 0)
+        return -1;
+    return static_cast<int32_t>(std::ftell(gRstFp));
+}
+
 void rova_pim_result_clear()
 {
     rova_pim_sink_flush(pRstData, gRstCnt, nullptr);
@@ -69,6 +77,19 @@ void rova_pim_result_print(const char *fmt, ...)
     va_start(args, fmt);
     print(fmt, args);
     va_end(args);
+}
+
+void rova_pim_result_print_empty_columns(int32_t columns)
+{
+    constexpr int32_t MOST = sizeof(pRstData) - 1;
+    const int32_t empty = std::max(columns, 0);
+    if (empty > MOST) {
+        rova_pim_report("refused %d empty columns in the result: more than %d\n", empty, MOST);
+        return;
+    }
+    char text[MOST + 1] = {};
+    std::fill_n(text, empty, ',');
+    rova_pim_result_print("%s", text);
 }
 
 void rova_pim_result_flush()
