@@ -3,6 +3,7 @@
 #include "lib/pim/rova_pim_buffers.h"
 #include "lib/pim/rova_pim_config.h"
 #include "lib/pim/rova_pim_debug.h"
+#include "tests/lib/pim/config_files.h"
 #include "tests/lib/pim/mot_file.h"
 #include "tests/support/camera.h"
 #include "tests/support/text.h"
@@ -21,6 +22,9 @@ protected:
     {
         gDbgPrintOnOff = 0;
         cfgPm = {};
+        cfgDust = {};
+        cfgNoise = {};
+        cfgMovie = {};
         rova_pim_buffers_free();
         SetPIMode(PI_MODE_NONE);
     }
@@ -59,6 +63,33 @@ TEST_F(Config, APathTakes87Characters)
     EXPECT_EQ(load(PI_MODE_MOT, "LUMEN1", std::string(200, 'a').c_str()), -1);
     EXPECT_TRUE(camera.logged("FILE OPEN ERROR : /mnt/mmc/mot_" + std::string(74, 'a')));
     EXPECT_FALSE(camera.logged("/mnt/mmc/mot_" + std::string(75, 'a')));
+}
+
+TEST_F(Config, EveryTestHasItsFileAndItsRecord)
+{
+    camera.write("/mnt/mmc/dust_lumen1.cfg", test::dust_file());
+    camera.write("/mnt/mmc/noise_lumen1.cfg", test::noise_file());
+    camera.write("/mnt/mmc/movie_lumen1.cfg", test::movie_file());
+    EXPECT_EQ(load(PI_MODE_DUST), 0);
+    EXPECT_STREQ(cfgDust.strModelName, "LUMEN1");
+    EXPECT_STREQ(cfgNoise.strModelName, "");
+    EXPECT_EQ(load(PI_MODE_NOISE), 0);
+    EXPECT_STREQ(cfgNoise.strModelName, "LUMEN1");
+    EXPECT_STREQ(cfgMovie.strModelName, "");
+    EXPECT_EQ(load(PI_MODE_MOVIE), 0);
+    EXPECT_STREQ(cfgMovie.strModelName, "LUMEN1");
+    EXPECT_STREQ(cfgPm.strModelName, "");
+}
+
+TEST_F(Config, EveryMissingFileIsReportedWithItsPath)
+{
+    const std::pair<int32_t, const char *> files[] = {{PI_MODE_DUST, "/mnt/mmc/dust_lumen1.cfg"},
+                                                      {PI_MODE_NOISE, "/mnt/mmc/noise_lumen1.cfg"},
+                                                      {PI_MODE_MOVIE, "/mnt/mmc/movie_lumen1.cfg"}};
+    for (const auto &[mode, file] : files) {
+        EXPECT_EQ(load(mode), -1) << mode;
+        EXPECT_TRUE(camera.logged(std::string("FILE OPEN ERROR : ") + file));
+    }
 }
 
 TEST_F(Config, OtherModesHaveNoFile)

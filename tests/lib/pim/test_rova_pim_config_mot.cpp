@@ -3,6 +3,7 @@
 #include "lib/pim/rova_pim_debug.h"
 #include "lib/pim/rova_pim_result.h"
 #include "tests/lib/pim/mot_file.h"
+#include "tests/lib/pim/numbers.h"
 #include "tests/support/camera.h"
 #include "tests/support/text.h"
 
@@ -25,6 +26,8 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
+
+using test::Numbers;
 
 constexpr char FILE_NAME[] = "/mnt/mmc/mot_lumen1.cfg";
 constexpr char DEBUG_FILE[] = "/mnt/mmc/mot_debug.txt";
@@ -100,29 +103,6 @@ template <typename record> std::string_view bytes_of(const record &value)
 {
     return {reinterpret_cast<const char *>(&value), sizeof(value)};
 }
-
-// Takes running numbers off a record.
-class Numbers
-{
-public:
-    void expect(int32_t value) { EXPECT_EQ(value, next_++); }
-    void expect(float value) { EXPECT_EQ(value, static_cast<float>(next_++)); }
-    template <typename T, std::size_t N> void expect(const T (&values)[N])
-    {
-        for (const T &value : values)
-            expect(value);
-    }
-    template <typename T, typename... More> void expect(const T &value, const More &...more)
-    {
-        expect(value);
-        expect(more...);
-    }
-    void skip(int count) { next_ += count; }
-    int next() const { return next_; }
-
-private:
-    int next_ = 101;
-};
 
 void expect_chart(Numbers &n, const rova_pim_chart_config &chart)
 {
