@@ -132,11 +132,26 @@ int Check4xShading(const rova_pim_image &image, rova_pim_dust_config &cfg);
 int CheckExposure(const rova_pim_image &image, rova_pim_dust_config &cfg);
 int CheckColorShading(const rova_pim_image &image, rova_pim_dust_config &cfg);
 
+struct rova_pim_window {
+    int32_t x, y; // pixels of luma; bytes of chroma
+    int32_t w, h;
+};
+
+// The sum and mean of one plane (rova_pim_colour) in a window of a still: of chroma, every second
+// byte from the window's first or second in the rows that begin `offset` bytes behind the picture's
+// first.  0, or -1 with zeros: the colour space has no such plane, the window no pixels.
+int GetWinAverage(const rova_pim_image &image, const rova_pim_window &window, int32_t tColor,
+                  int32_t offset, uint64_t *sum, float *mean);
+
 // Always 0; iDustOk has the verdict, which stays as it was where the sizes are refused, reported.
 int CheckDust(const rova_pim_image &image, rova_pim_dust_config &cfg);
 
 // Shading, 4x shading, exposure and dust in one pass.
 int CheckDustAll(const rova_pim_image &image, rova_pim_dust_config &cfg);
+
+// Called behind a run with iDbgOption[7] set; NULL, as at the start: nothing.
+using rova_pim_dust_hook = void (*)(const rova_pim_image &image);
+void rova_pim_set_dust_hook(rova_pim_dust_hook hook);
 
 // Writes the row as iRstPrint says.
 void WriteDustResult(rova_pim_dust_config &cfg);

@@ -1,0 +1,238 @@
+#include "lib/pim/rova_pim_debug.h"
+#include "lib/pim/rova_pim_dust.h"
+#include "lib/pim/rova_pim_log_sink.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <iterator>
+#include <limits>
+
+namespace
+{
+
+// A band along the picture's border, and the way inwards from there.
+struct border_band {
+    char letter;
+    int32_t dx;
+    int32_t dy;
+};
+
+constexpr border_band BANDS[] = {{'A', 0, 1}, {'C', 0, -1}, {'D', 1, 0}, {'E', -1, 0}};
+static_assert(std::size(BANDS) == PIM_SHADING_AREAS);
+
+// In 64 bits, since a configuration may hold any numbers.
+struct place {
+    int64_t x;
+    int64_t y;
+};
+struct block {
+    place from;
+    place to; // inclusive
+};
+
+// The walk through a band.
+struct band_walk {
+    const rova_pim_image &image;
+    rova_pim_dust_config &cfg;
+    const border_band &band;
+    const rova_pim_corners &area;
+    bool found = false;
+    bool refused = false;
+
+    bool ended() const { return refused || (found && cfg.iLogSave == 0); }
+};
+
+// A place is the corner of its block that lies on the side where the walk came from.
+block block_at(const band_walk &walk, place at)
+{
+    const int64_t bx = walk.cfg.iBlockX, by = walk.cfg.iBlockY;
+    const place from = {walk.band.dx < 0 ? at.x - bx + 1 : at.x,
+                        walk.band.dy < 0 ? at.y - by + 1 : at.y};
+    return {from, {from.x + bx - 1, from.y + by - 1}};
+}
+
+place next_place(const band_walk &walk, place at)
+{
+    return {at.x + int64_t{walk.band.dx} * walk.cfg.iBlockX,
+            at.y + int64_t{walk.band.dy} * walk.cfg.iBlockY};
+}
+
+// Whether the walk has not come to the band's inner side.
+bool is_in_band(const band_walk &walk, place at)
+{
+    if (walk.band.dy != 0)
+        return walk.band.dy > 0 ? at.y < walk.area.y2 : at.y > walk.area.y1;
+    return walk.band.dx > 0 ? at.x < walk.area.x2 : at.x > walk.area.x1;
+}
+
+bool is_number(int64_t value)
+{
+    return value >= std::numeric_limits<int32_t>::min() &&
+           value <= std::numeric_limits<int32_t>::max();
+}
+
+rova_pim_sum sum_of(const rova_pim_image &image, const block &in)
+{
+    if (!is_number(in.from.x) || !is_number(in.from.y) || !is_number(in.to.x) ||
+        !is_number(in.to.y))
+        return {0, 0};
+    return GetAreaSum(image, {static_cast<int32_t>(in.from.x), static_cast<int32_t>(in.from.y),
+                              static_cast<int32_t>(in.to.x), static_cast<int32_t>(in.to.y)});
+}
+
+// A hundred times the mean of the block at a place; the walk is refused where it has no pixels.
+int32_t mean100_at(band_walk &walk, place at)
+{
+    const block in = block_at(walk, at);
+    const auto [sum, count] = sum_of(walk.image, in);
+    if (count != 0)
+        return static_cast<int32_t>(static_cast<int64_t>(sum) * 100 / static_cast<int64_t>(count));
+    rova_pim_report(" Shading Block Error : %c ( %lld, %lld ) ( %lld, %lld ) is not in the picture "
+                    "\n",
+                    walk.band.letter, static_cast<long long>(in.from.x),
+                    static_cast<long long>(in.from.y), static_cast<long long>(in.to.x),
+                    static_cast<long long>(in.to.y));
+    walk.refused = true;
+    return 0;
+}
+
+// The block's means and what they differ by, times 100.
+struct step_height {
+    int32_t block;
+    int32_t inner;
+    int32_t difference;
+};
+
+// A row of the log has the block's own corners.
+void log_row(const band_walk &walk, place at, const step_height &step, const char (&verdict)[3])
+{
+    const block in = block_at(walk, at);
+    const char word[] = {walk.band.letter, ' ', '[', verdict[0], verdict[1], ']', '\0'};
+    rova_pim_log(" %s, %d, %d, %d, %d , %3.2f, %3.2f, %3.2f, %3.2f \n", word,
+                 static_cast<int32_t>(in.from.x), static_cast<int32_t>(in.from.y),
+                 static_cast<int32_t>(in.to.x), static_cast<int32_t>(in.to.y), step.block / 100.0,
+                 step.inner / 100.0, step.difference / 100.0, walk.cfg.iShadingDiff100 / 100.0);
+}
+
+// The first corner of a find on the far side, which is walked backwards, is one short of the
+// block's.
+void keep_find(band_walk &walk, place at, const step_height &step)
+{
+    rova_pim_dust_config &cfg = walk.cfg;
+    const block in = block_at(walk, at);
+    cfg.tShadingPos = {static_cast<int32_t>(in.from.x - (walk.band.dx < 0 ? 1 : 0)),
+                       static_cast<int32_t>(in.from.y - (walk.band.dy < 0 ? 1 : 0)),
+                       static_cast<int32_t>(in.to.x), static_cast<int32_t>(in.to.y)};
+    cfg.fShadingC = static_cast<float>(step.block / 100.0);
+    cfg.fShadingN = static_cast<float>(step.inner / 100.0);
+    cfg.fShadingD = std::trunc(std::fabs(cfg.fShadingC - cfg.fShadingN));
+}
+
+void judge(band_walk &walk, place at, const step_height &step)
+{
+    const rova_pim_dust_config &cfg = walk.cfg;
+    if (step.block >= int64_t{cfg.iShadingRef} * 100 || step.difference <= cfg.iShadingDiff100) {
+        if (cfg.iDbgOption[2] == 1)
+            log_row(walk, at, step, "OK");
+        return;
+    }
+    walk.found = true;
+    keep_find(walk, at, step);
+    // The place is the walk's: for bands C and E, the block's last corner.
+    rova_pim_log(" Found Shading Area in %c Region : (%4d, %4d)  : C_AVE100 = %5d, N_AVE100 = %5d, "
+                 "DIFF100 = %5d \n",
+                 walk.band.letter, static_cast<int32_t>(at.x), static_cast<int32_t>(at.y),
+                 step.block, step.inner, step.difference);
+    log_row(walk, at, step, "NG");
+}
+
+// Goes from a place at the border inwards.  Each block is the inner one of the block before.
+void walk_line(band_walk &walk, place at)
+{
+    if (!is_in_band(walk, at))
+        return;
+    int32_t mean = mean100_at(walk, at);
+    while (!walk.ended() && is_in_band(walk, at)) {
+        const place next = next_place(walk, at);
+        const int32_t inner = mean100_at(walk, next);
+        if (walk.refused)
+            return;
+        judge(walk, at, {mean, inner, std::abs(mean - inner)});
+        mean = inner;
+        at = next;
+    }
+}
+
+void walk_columns(band_walk &walk)
+{
+    const int64_t y = walk.band.dy > 0 ? walk.area.y1 : int64_t{walk.area.y2} - 1;
+    for (int64_t x = walk.area.x1; x < walk.area.x2 && !walk.ended(); x += walk.cfg.iBlockX)
+        walk_line(walk, {x, y});
+}
+
+void walk_rows(band_walk &walk)
+{
+    const int64_t x = walk.band.dx > 0 ? walk.area.x1 : int64_t{walk.area.x2} - 1;
+    for (int64_t y = walk.area.y1; y < walk.area.y2 && !walk.ended(); y += walk.cfg.iBlockY)
+        walk_line(walk, {x, y});
+}
+
+enum class outcome { passed, found, refused };
+
+outcome check_band(const rova_pim_image &image, rova_pim_dust_config &cfg, std::size_t i)
+{
+    band_walk walk = {image, cfg, BANDS[i], cfg.tShadingArea[i]};
+    if (walk.band.dy != 0)
+        walk_columns(walk);
+    else
+        walk_rows(walk);
+    if (walk.refused)
+        return outcome::refused;
+    rova_pim_log(" Shading is %s in Region %c \n", walk.found ? "FAIL" : "OK", walk.band.letter);
+    return walk.found ? outcome::found : outcome::passed;
+}
+
+outcome check_bands(const rova_pim_image &image, rova_pim_dust_config &cfg)
+{
+    outcome all = outcome::passed;
+    for (std::size_t i = 0; i < std::size(BANDS); i++) {
+        const outcome here = check_band(image, cfg, i);
+        if (here == outcome::refused)
+            return here;
+        if (here == outcome::found)
+            all = here;
+        if (all == outcome::found && cfg.iLogSave != 1)
+            break;
+    }
+    return all;
+}
+
+void log_start()
+{
+    rova_pim_log(" <<<<< Start Checking Shading Image ... >>>>>");
+    rova_pim_log(" Log :,SangGaRim ");
+    rova_pim_log(" AREA , X1 , Y1 , X2, Y2, L1, L2, " ROVA_PIM_DELTA ", Ref. " ROVA_PIM_DELTA);
+}
+
+} // namespace
+
+int CheckSangGaRim(const rova_pim_image &image, rova_pim_dust_config &cfg)
+{
+    if (cfg.iShadingOn == 0)
+        return 0;
+    log_start();
+    if (cfg.iBlockX <= 0 || cfg.iBlockY <= 0) {
+        rova_pim_report(" Shading Block Error : %d x %d \n", cfg.iBlockX, cfg.iBlockY);
+        return -1;
+    }
+    const outcome result = check_bands(image, cfg);
+    if (result == outcome::refused)
+        return -1;
+    cfg.iShadingOk = cfg.iShadingRst = result == outcome::passed ? 1 : 0;
+    if (result == outcome::found)
+        rova_pim_log(" Shading POS : (%5d, %5d) (%5d, %5d) \n", cfg.tShadingPos.x1,
+                     cfg.tShadingPos.y1, cfg.tShadingPos.x2, cfg.tShadingPos.y2);
+    rova_pim_log(" <<<<< End   Checking Shading Image ... >>>>>");
+    return result == outcome::passed ? 0 : -1;
+}
