@@ -3,6 +3,7 @@
 #include "common/rova_log.h"
 #include "lib/pim/rova_pim_debug.h"
 #include "lib/pim/rova_pim_movie.h"
+#include "lib/pim/rova_pim_noise.h"
 
 #include <algorithm>
 #include <climits>
@@ -81,6 +82,13 @@ void print_exif_info(const capture_still &still)
     rova_pim_print("%d/%dsec - ", printed(still.ExposureTimeNum), printed(still.ExposureTimeDen));
     rova_pim_print("ISO %d - ", printed(still.ISOValue));
     rova_pim_print("%dmm\n", still.FocalLengthIn35mmFilm);
+}
+
+// Only the noise test has limits by ISO.
+void tell_iso(const capture_still &still)
+{
+    if (GetPIMode() == PI_MODE_NOISE)
+        SetNoiseIso(printed(still.ISOValue), cfgNoise);
 }
 
 void check_picture_set(const capture_image_set &set, int32_t file_num)
@@ -182,6 +190,7 @@ void rova_pim_capture_data_receiver(uint32_t, const capture_still *still)
     print_picture_set(img_data);
     fill_exif_info(*still);
     print_exif_info(*still);
+    tell_iso(*still);
     check_picture_set(img_data, file_num);
     release_picture_set(img_data);
     gCaptureDone = 1;

@@ -21,6 +21,10 @@ extern int32_t gDbgFpState;    // 1 while gDbgFp is open; the two modes of files
 extern int32_t gDbgCnt;        // bytes held in pDbgData
 extern char pDbgData[8192];
 
+// The line above and below a headline.
+inline constexpr char PIM_RULE[] =
+    " ================================================================================\n";
+
 // Opens the debug file for appending, with an empty buffer.  0, or -1 with the reason in errno; the
 // caller reports it.
 int rova_pim_debug_open(const char *path);

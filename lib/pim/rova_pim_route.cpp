@@ -70,13 +70,18 @@ void run_mot_test(const rova_pim_still &still)
     MOT_Resol_Process(still.screen, still.main, still.chart, still.colour, cfgPm);
 }
 
+void run_noise_test(const rova_pim_still &still)
+{
+    RunNoise(still.main, cfgNoise);
+}
+
 constexpr still_route ROUTES[] = {
     {PI_MODE_MOT, "MOT", "%s, %d, piMode = %d, MOT test mode enable.\n", mot_enabled,
      print_mot_disabled, true, run_mot_test},
     {PI_MODE_DUST, "Dust", "%s, %d, piMode = %d, Dust test mode enable.\n", dust_enabled,
      print_dust_disabled, false, nullptr},
     {PI_MODE_NOISE, "Noise", "%s, %d, piMode = %d, Noise test mode enable.\n", noise_enabled,
-     print_noise_disabled, false, nullptr},
+     print_noise_disabled, false, run_noise_test},
 };
 
 // Set in place of the routes' own, in their order.

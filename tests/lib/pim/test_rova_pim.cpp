@@ -526,13 +526,10 @@ TEST_F(Pim, NoStillIsTestedInMovieModeNorInNone)
 TEST_F(Pim, ATestThatIsNotThereIsLoggedAndTheStillReleased)
 {
     cfgPm.saveRaw = 1;
-    for (auto [mode, name] : {std::pair(PI_MODE_DUST, "Dust"), {PI_MODE_NOISE, "Noise"}}) {
-        rova_pim_set_test(mode, nullptr);
-        SetPIMode(mode);
-        receive();
-        EXPECT_TRUE(camera.logged("the " + std::string(name) + " test is not part of this build"));
-    }
-    EXPECT_THAT(released(), ElementsAre(2, 3, 4, 2, 3, 4));
+    rova_pim_set_test(PI_MODE_DUST, nullptr);
+    receive();
+    EXPECT_TRUE(camera.logged("the Dust test is not part of this build"));
+    EXPECT_THAT(released(), ElementsAre(2, 3, 4));
     EXPECT_THAT(dumps(), ElementsAre("HVXF_0013.yuv.raw"));
 }
 
@@ -546,6 +543,46 @@ TEST_F(Pim, WithoutAnotherTheMotTestIsTheEnginesOwn)
     EXPECT_TRUE(tested().empty());
     EXPECT_THAT(released(), ElementsAre(2, 3, 4));
     EXPECT_THAT(dumps(), ElementsAre("HVXF_0013.yuv.raw", "HVXS_0013.yuv.raw"));
+}
+
+TEST_F(Pim, WithoutAnotherTheNoiseTestIsTheEnginesOwn)
+{
+    rova_pim_set_test(PI_MODE_NOISE, nullptr);
+    SetPIMode(PI_MODE_NOISE);
+    cfgNoise.iLineOn = 1;
+    cfgNoise.iLineOffset[0] = INT_MIN;
+    receive();
+    EXPECT_EQ(cfgNoise.iLnDeNum, PIM_NOISE_LINES);
+    EXPECT_EQ(cfgNoise.iTotal, 0);
+    EXPECT_TRUE(tested().empty());
+    EXPECT_THAT(released(), ElementsAre(2, 3, 4));
+}
+
+TEST_F(Pim, TheNoiseTestHasThePicturesIso)
+{
+    SetPIMode(PI_MODE_NOISE);
+    cfgNoise.iIsoLow = 100;
+    cfgNoise.iIsoHigh = 1600;
+    still.ISOValue = 1600;
+    g_in_test = [] { EXPECT_EQ(cfgNoise.iIsoIdx, 1); };
+    receive();
+    EXPECT_EQ(cfgNoise.iIso, 1600);
+    still.ISOValue = 400;
+    receive();
+    EXPECT_EQ(cfgNoise.iIso, 400);
+    EXPECT_TRUE(camera.logged("WRONG ISO = 400"));
+    EXPECT_EQ(tested().size(), 2u);
+}
+
+TEST_F(Pim, OtherTestsLeaveTheNoiseTestsIsoAlone)
+{
+    cfgNoise.iIso = 7;
+    for (const int32_t mode : {PI_MODE_MOT, PI_MODE_DUST}) {
+        SetPIMode(mode);
+        receive();
+    }
+    EXPECT_EQ(cfgNoise.iIso, 7);
+    EXPECT_FALSE(camera.logged("WRONG ISO"));
 }
 
 TEST_F(Pim, OnlyModesOfStillsTakeATest)
