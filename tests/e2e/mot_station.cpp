@@ -2,10 +2,6 @@
 #include "tests/support/text.h"
 
 #include <algorithm>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <png.h>
-#include <sstream>
 #include <stdexcept>
 
 namespace e2e
@@ -17,13 +13,6 @@ constexpr int HEAD_LINES = 59;
 constexpr int GROUP_LINES = 27;
 constexpr int CHARTS = 3;
 constexpr std::size_t CHART_COLUMNS = 15;
-constexpr int PITCH_ALIGN = 64; // of a picture's rows
-
-bool is_remark(const std::string &line)
-{
-    return line.empty() || line.starts_with("//") || line.starts_with("/*") ||
-           line.starts_with("*");
-}
 
 std::string joined(const std::vector<int> &numbers)
 {
@@ -55,17 +44,6 @@ void fit_markers(MotConfig &config, int group, const nlohmann::json &chart)
         config.group_line(group, 13 + i, joined(window_of(chart["wedges"][i])));
 }
 
-std::vector<std::string> cells_of(const std::string &row)
-{
-    std::vector<std::string> cells;
-    std::istringstream text(row);
-    for (std::string cell; std::getline(text, cell, ',');) {
-        cell.erase(0, cell.find_first_not_of(' '));
-        cells.push_back(cell.substr(0, cell.find_last_not_of(" \r") + 1));
-    }
-    return cells;
-}
-
 MotLevel level_of(const std::string *cells)
 {
     MotLevel level{.level = std::stoi(cells[0]),
@@ -81,18 +59,10 @@ MotLevel level_of(const std::string *cells)
 
 } // namespace
 
-MotConfig::MotConfig(const std::string &text)
+MotConfig::MotConfig(const std::string &text) : ConfigFile(text)
 {
-    for (const std::string &line : test::lines_of(text))
-        if (!is_remark(line))
-            lines_.push_back(line);
     if (lines_.size() != HEAD_LINES + CHARTS * GROUP_LINES)
         throw std::invalid_argument("not a configuration of three charts");
-}
-
-void MotConfig::line(int number, const std::string &values)
-{
-    lines_.at(static_cast<std::size_t>(number - 1)) = values;
 }
 
 void MotConfig::group_line(int chart, int number, const std::string &values)
@@ -100,26 +70,9 @@ void MotConfig::group_line(int chart, int number, const std::string &values)
     line(HEAD_LINES + GROUP_LINES * chart + number, values);
 }
 
-std::string MotConfig::text() const
-{
-    std::string text;
-    for (const std::string &line : lines_)
-        text += line + "\n";
-    return text;
-}
-
-std::string example_mot_config()
-{
-    std::ifstream in(std::string(EXAMPLES) + "/../config/mot_lumen1.cfg");
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
 void fit(MotConfig &config, const nlohmann::json &chart, int pass)
 {
     const int width = chart["width"], height = chart["height"];
-    const int pitch = (width + PITCH_ALIGN - 1) / PITCH_ALIGN * PITCH_ALIGN;
     const int low = chart["tv_lines"][0], high = chart["tv_lines"][1];
     config.line(21, std::to_string(width));
     for (int i = 0; i < CHARTS; i++) {
@@ -133,7 +86,7 @@ void fit(MotConfig &config, const nlohmann::json &chart, int pass)
     config.line(28, joined({width, height}));
     config.line(36, std::to_string(chart["lines"].get<int>() - 1));
     for (const int chroma : {40, 41})
-        config.line(chroma, std::to_string(pitch * height));
+        config.line(chroma, std::to_string(picture_pitch(width) * height));
     for (const int search : {48, 49})
         config.line(search, joined({width / 9, height / 8}));
 }
@@ -144,7 +97,7 @@ MotTable read_mot_table(const std::string &text)
     table.charts.resize(CHARTS);
     const std::vector<std::string> lines = test::lines_of(text);
     for (const std::string &line : lines) {
-        std::vector<std::string> cells = cells_of(line);
+        std::vector<std::string> cells = result_cells(line);
         const auto time = std::ranges::find(cells, "00:00:00");
         if (time == cells.end()) {
             table.titles = cells;
@@ -160,7 +113,7 @@ MotTable read_mot_table(const std::string &text)
     return table;
 }
 
-MotStation::MotStation() : config(example_mot_config())
+MotStation::MotStation() : InspectionStation("mot"), config(example_config("mot"))
 {
     for (const char *who : {"screen", "live"}) {
         write(std::string("/virtual/capture/") + who + "_width", "684\n");
@@ -181,47 +134,6 @@ nlohmann::json MotStation::draw(int blur, const std::vector<std::string> &option
         throw std::runtime_error(drawn.err);
     write(name + ".txt", "af_step " + std::to_string(100 + stills_) + "\n");
     return nlohmann::json::parse(drawn.out);
-}
-
-void MotStation::write_config() const
-{
-    write("/sdcard/mot_lumen1.cfg", config.text());
-}
-
-test::Outcome MotStation::run(const std::string &script) const
-{
-    write_config();
-    return vcam({"run", "--png", path("/screen.png"), script});
-}
-
-test::Outcome MotStation::run_lines(const std::string &lines) const
-{
-    write("/lines.adj", lines);
-    return run(path("/lines.adj"));
-}
-
-std::vector<std::string> MotStation::drawings() const
-{
-    std::vector<std::string> drawn;
-    for (const std::string &line : test::lines_of(vcam({"screen", "--text"}).out))
-        if (line.starts_with("drawing "))
-            drawn.push_back(line);
-    return drawn;
-}
-
-long MotStation::pixels(int red, int green, int blue) const
-{
-    png_image png = {};
-    png.version = PNG_IMAGE_VERSION;
-    if (png_image_begin_read_from_file(&png, path("/screen.png").c_str()) == 0)
-        return -1;
-    png.format = PNG_FORMAT_RGB;
-    std::vector<unsigned char> rgb(PNG_IMAGE_SIZE(png));
-    png_image_finish_read(&png, nullptr, rgb.data(), 0, nullptr);
-    long count = 0;
-    for (std::size_t i = 0; i + 2 < rgb.size(); i += 3)
-        count += rgb[i] == red && rgb[i + 1] == green && rgb[i + 2] == blue;
-    return count;
 }
 
 } // namespace e2e

@@ -11,6 +11,7 @@
 using e2e::MotLevel;
 using e2e::MotStation;
 using e2e::MotTable;
+using e2e::says;
 
 namespace
 {
@@ -92,24 +93,6 @@ constexpr char ONE_STILL[] = "mot set pimode\n"
                              "capture still\n"
                              "mot display_result on mot.csv\n";
 
-bool says(const test::Outcome &run, const std::string &result, const std::string &command)
-{
-    for (const std::string &line : test::lines_of(run.out))
-        if (line.find(" " + result + " ") != std::string::npos && line.ends_with("  " + command))
-            return true;
-    return false;
-}
-
-// Texts of the drawings that the screen was given, by kind.
-std::vector<std::string> drawn(const MotStation &station, int kind)
-{
-    std::vector<std::string> texts;
-    for (const nlohmann::json &call : station.calls("factory_osd_draw"))
-        if (call["args"][0] == kind)
-            texts.push_back(call["args"][1]);
-    return texts;
-}
-
 using Texts = std::vector<std::string>;
 
 } // namespace
@@ -128,7 +111,7 @@ TEST(Mot, ThreeChartsOfFiveLevelsAreJudgedAsTheyWereDrawn)
     for (const int chart : {WIDE, TELE, MID})
         for (int k = 0; k < LEVELS; k++)
             expect_level(table.charts[chart][k], chart, k - 2, charts[5 * chart + k]);
-    EXPECT_EQ(drawn(station, 40), Texts{"0,1,-1,OK,OK,OK"});
+    EXPECT_EQ(station.drawn(40), Texts{"0,1,-1,OK,OK,OK"});
     EXPECT_GT(station.pixels(0, 255, 0), 500) << "OK in green";
     EXPECT_EQ(station.pixels(255, 0, 0), 0) << "no NG in red";
     EXPECT_FALSE(station.exists("/sdcard/mot_result.txt")) << "kept for the CSV file";
@@ -149,7 +132,7 @@ TEST(Mot, TheResultFileHoldsTheTableAndTheCsvNone)
     EXPECT_EQ(table.charts[TELE][2].result, "-") << "takes no picture";
     EXPECT_EQ(table.verdicts, Texts(LEVELS, "OK"));
     EXPECT_EQ(station.read("/sdcard/mot.csv"), "Index,CIS S/N,\r\n1,0,\r\n");
-    EXPECT_EQ(drawn(station, 40), (Texts{"0,-,-,OK,-,-"}));
+    EXPECT_EQ(station.drawn(40), (Texts{"0,-,-,OK,-,-"}));
 }
 
 TEST(Mot, LevelsThatAreAllTooBlurredHaveNoBest)
@@ -161,7 +144,7 @@ TEST(Mot, LevelsThatAreAllTooBlurredHaveNoBest)
     EXPECT_EQ(table.charts[WIDE].at(2).result, "NG");
     EXPECT_EQ(table.charts[WIDE].at(2).best, "");
     EXPECT_EQ(table.verdicts, Texts(LEVELS, "NG"));
-    EXPECT_EQ(drawn(station, 40), Texts{"-,-,-,NG,-,-"});
+    EXPECT_EQ(station.drawn(40), Texts{"-,-,-,NG,-,-"});
 }
 
 TEST(Mot, AChartWithoutMarkersHasTheFloorEverywhereAndNg)
@@ -177,7 +160,7 @@ TEST(Mot, AChartWithoutMarkersHasTheFloorEverywhereAndNg)
     EXPECT_EQ(level.brightness, 220) << "is measured all the same";
     EXPECT_EQ(level.result, "NG");
     EXPECT_EQ(table.verdicts, Texts(LEVELS, "NG"));
-    EXPECT_EQ(drawn(station, 40), Texts{"-,-,-,NG,-,-"});
+    EXPECT_EQ(station.drawn(40), Texts{"-,-,-,NG,-,-"});
     EXPECT_GT(station.pixels(255, 0, 0), 100) << "NG in red";
     EXPECT_EQ(station.pixels(0, 255, 0), 0) << "no OK in green";
 }
@@ -231,8 +214,8 @@ TEST(Mot, TooFewStillsGiveNoVerdict)
     const test::Outcome run = station.run_lines(lines);
     EXPECT_EQ(run.status, 1);
     EXPECT_TRUE(says(run, "NG", "mot display_result on mot.csv")) << run.out;
-    EXPECT_EQ(drawn(station, 20), Texts{"Picture Count Wrong!!!"});
-    EXPECT_TRUE(drawn(station, 40).empty());
+    EXPECT_EQ(station.drawn(20), Texts{"Picture Count Wrong!!!"});
+    EXPECT_TRUE(station.drawn(40).empty());
 }
 
 TEST(Mot, AStillTooManyIsLeftOutAndToldInTheLog)
@@ -243,7 +226,7 @@ TEST(Mot, AStillTooManyIsLeftOutAndToldInTheLog)
     lines.replace(lines.find("capture still"), 13, "capture still\ncapture still");
     EXPECT_EQ(station.run_lines(lines).status, 0);
     EXPECT_TRUE(station.tells("EXCESS the Number of Picture [ WIDE : 1 / 1 ]"));
-    EXPECT_EQ(drawn(station, 40), Texts{"0,-,-,OK,-,-"});
+    EXPECT_EQ(station.drawn(40), Texts{"0,-,-,OK,-,-"});
 }
 
 TEST(Mot, AStillOfAnotherSizeThanConfiguredGivesNoValueAndNoCrash)
@@ -264,12 +247,12 @@ TEST(Mot, TheAlignmentEndsWhenAllMarkersAreInView)
     const test::Outcome run = station.run_lines(
         "mot set pimode\nmot read_config\nmot avcs on\nmot display_result off x\n");
     EXPECT_EQ(run.status, 0) << run.out << run.err;
-    const Texts frames = drawn(station, 50);
+    const Texts frames = station.drawn(50);
     ASSERT_EQ(frames.size(), 4U);
     for (const std::string &frame : frames)
         EXPECT_TRUE(frame.ends_with(",green")) << frame;
-    EXPECT_EQ(drawn(station, 10), Texts{""});
-    EXPECT_TRUE(drawn(station, 20).empty());
+    EXPECT_EQ(station.drawn(10), Texts{""});
+    EXPECT_TRUE(station.drawn(20).empty());
 }
 
 // A search leaves its size behind, from which the next load makes the frames: 152 x 114 of 1368 x
@@ -283,7 +266,7 @@ TEST(Mot, TheFramesHaveTheSizeOfTheSearchBeforeTheLoad)
                              "mot avcs on\nmot display_result off x\n")
                   .status,
               0);
-    const Texts frames = drawn(station, 50);
+    const Texts frames = station.drawn(50);
     ASSERT_EQ(frames.size(), 8U);
     EXPECT_EQ(frames[0], "63,47,0,0,green") << "around a point";
     EXPECT_EQ(frames[4], "19,17,88,60,green");
@@ -297,7 +280,7 @@ TEST(Mot, TheExampleConfigurationFitsTheUsualChart)
     const test::Outcome drawing = station.vcam({"chart", "mot", "--blur", "2", "--out", picture});
     ASSERT_EQ(drawing.status, 0) << drawing.err;
     const nlohmann::json chart = nlohmann::json::parse(drawing.out);
-    station.write("/sdcard/mot_lumen1.cfg", e2e::example_mot_config());
+    station.write("/sdcard/mot_lumen1.cfg", e2e::example_config("mot"));
     // The wait for the still is of camera time; a picture of this size may take a slow PC seconds.
     station.write("/virtual/speed", "1");
     station.write("/lines.adj", ONE_STILL);
@@ -307,5 +290,5 @@ TEST(Mot, TheExampleConfigurationFitsTheUsualChart)
     for (const int value : table.charts[WIDE][2].values)
         expect_resolved(value, chart);
     EXPECT_EQ(table.charts[WIDE][2].result, "OK");
-    EXPECT_EQ(drawn(station, 40), Texts{"0,-,-,OK,-,-"});
+    EXPECT_EQ(station.drawn(40), Texts{"0,-,-,OK,-,-"});
 }
