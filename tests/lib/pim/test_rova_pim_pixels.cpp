@@ -266,22 +266,22 @@ TEST_P(PimPixels, ColoursOfTheBrightestBlocksOfAnyHeight)
     }
 }
 
-// Every luma with every pair of chroma values.
+// Every luma with every pair of chroma values, in a row that takes all the ways of adding: many
+// pairs at once, a few, and one.
 TEST_P(PimPixels, ColoursOfEveryPixelThereIs)
 {
-    for (int luma = 0; luma < 256; luma++) {
-        for (int cb = 0; cb < 256; cb++) {
-            for (int cr = 0; cr < 256; cr++) {
-                const std::array<uint8_t, 2> y = {static_cast<uint8_t>(luma),
-                                                  static_cast<uint8_t>(luma)};
-                const std::array<uint8_t, 2> c = {static_cast<uint8_t>(cb),
-                                                  static_cast<uint8_t>(cr)};
-                rova_pim_rgb_sums sums = {};
-                rova_pim_add_rgb(y.data(), c.data(), 1, sums);
-                const Rgb pixel(luma, cb, cr);
-                ASSERT_TRUE(equal(sums, {2u * pixel.red, 2u * pixel.green, 2u * pixel.blue}))
-                    << luma << ' ' << cb << ' ' << cr;
-            }
-        }
+    constexpr std::size_t PAIRS = 16 + 8 + 1;
+    std::array<uint8_t, 2 * PAIRS> luma, chroma;
+    for (int pixel = 0; pixel < 1 << 24; pixel++) {
+        const int y = pixel & 255, cb = pixel >> 8 & 255, cr = pixel >> 16;
+        luma.fill(static_cast<uint8_t>(y));
+        for (std::size_t i = 0; i < chroma.size(); i++)
+            chroma[i] = static_cast<uint8_t>(i % 2 == 0 ? cb : cr);
+        rova_pim_rgb_sums sums = {};
+        rova_pim_add_rgb(luma.data(), chroma.data(), PAIRS, sums);
+        const Rgb plain(y, cb, cr);
+        const std::size_t pixels = luma.size();
+        ASSERT_TRUE(equal(sums, {pixels * plain.red, pixels * plain.green, pixels * plain.blue}))
+            << y << ' ' << cb << ' ' << cr;
     }
 }

@@ -1,0 +1,105 @@
+// Full-size pictures of noise, more of them than any cache holds, and how long a plain read of
+// their bytes takes.
+#pragma once
+
+#include "lib/pim/rova_pim_image.h"
+#include "lib/pim/rova_pim_pixels.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstring>
+#include <ctime>
+#include <random>
+#include <vector>
+
+namespace bench
+{
+
+inline constexpr int32_t WIDTH = 5472;
+inline constexpr int32_t HEIGHT = 3648;
+inline constexpr std::size_t PLANE = std::size_t{WIDTH} * HEIGHT;
+inline constexpr std::size_t PICTURE = 2 * PLANE; // of luma, then Cb and Cr
+inline constexpr std::size_t PICTURES = 16;       // 640 MB
+
+// A flat grey with some noise.  The next call gives another picture, which is in no cache.
+inline uint8_t *next_picture()
+{
+    static std::vector<uint8_t> all = [] {
+        std::mt19937 random(1);
+        std::vector<uint8_t> bytes(PICTURE * PICTURES);
+        for (std::size_t i = 0; i < PICTURE; i++)
+            bytes[i] = static_cast<uint8_t>((i < PLANE ? 140 : 124) + random() % 8);
+        for (std::size_t i = 1; i < PICTURES; i++)
+            std::copy_n(bytes.begin(), PICTURE,
+                        bytes.begin() + static_cast<std::ptrdiff_t>(i * PICTURE));
+        return bytes;
+    }();
+    static std::size_t turn = 0;
+    return all.data() + turn++ % PICTURES * PICTURE;
+}
+
+// Every byte, as fast as it comes.
+#ifdef __x86_64__
+__attribute__((target_clones("avx2", "default")))
+#endif
+inline uint64_t
+read_plain(const uint8_t *bytes, std::size_t count)
+{
+    uint64_t sums[16] = {};
+    for (std::size_t i = 0; i + sizeof(sums) <= count; i += sizeof(sums)) {
+        __builtin_prefetch(bytes + i + 8192);
+        __builtin_prefetch(bytes + i + 8192 + 64);
+        for (std::size_t k = 0; k < 16; k++) {
+            uint64_t word;
+            std::memcpy(&word, bytes + i + k * sizeof(word), sizeof(word));
+            sums[k] ^= word;
+        }
+    }
+    uint64_t all = 0;
+    for (const uint64_t sum : sums)
+        all ^= sum;
+    return all;
+}
+
+// Of this thread: other programs of the machine may take turns with it.
+inline double seconds_run()
+{
+    timespec now;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+template <typename Step> double timed(const Step &step)
+{
+    const double begin = seconds_run();
+    step();
+    return seconds_run() - begin;
+}
+
+inline double median(std::vector<double> values)
+{
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::ranges::nth_element(values, middle);
+    return *middle;
+}
+
+// Takes turns: reads `bytes` of a picture, then runs step(picture).  The counter is the median of
+// the step's times over that of the reads'.
+template <typename Step>
+void measure(benchmark::State &state, std::size_t bytes, bool portable, const Step &step)
+{
+    std::vector<double> reads, steps;
+    rova_pim_pixels_set_portable(portable);
+    for (auto _ : state) {
+        const uint8_t *picture = next_picture();
+        reads.push_back(timed([&] { benchmark::DoNotOptimize(read_plain(picture, bytes)); }));
+        picture = next_picture();
+        steps.push_back(timed([&] { step(picture); }));
+        state.SetIterationTime(steps.back());
+    }
+    rova_pim_pixels_set_portable(false);
+    state.counters["of_read"] = median(steps) / median(reads);
+}
+
+} // namespace bench
