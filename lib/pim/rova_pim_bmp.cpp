@@ -6,7 +6,9 @@
 
 #include <array>
 #include <cerrno>
+#include <cinttypes>
 #include <cstring>
+#include <string_view>
 
 namespace
 {
@@ -84,6 +86,27 @@ off_t row_position(int32_t width, int32_t height, int32_t y)
     return static_cast<off_t>(BMP_HEAD_SIZE) + off_t{width} * (height - 1 - y);
 }
 
+// A name's parts around its number; a folder's '_' and '.' are none of the file's.
+struct name_parts {
+    std::string_view front; // up to the '_'
+    std::string_view extension;
+    int64_t number;
+};
+
+name_parts parts_of(std::string_view name)
+{
+    const std::size_t slash = name.rfind('/');
+    const std::size_t file = slash == std::string_view::npos ? 0 : slash + 1;
+    const std::size_t dot = name.rfind('.');
+    const std::size_t end = dot == std::string_view::npos || dot < file ? name.size() : dot;
+    const std::size_t line = name.rfind('_');
+    if (line == std::string_view::npos || line < file)
+        return {name.substr(0, end), name.substr(end), 0};
+    int number = 0;
+    std::sscanf(name.data() + line + 1, "%4d", &number);
+    return {name.substr(0, line), name.substr(end), number};
+}
+
 bool is_row(std::span<const uint8_t> row, int32_t width, int32_t height, int32_t y)
 {
     return width > 0 && y >= 0 && y < height && row.size() >= static_cast<std::size_t>(width);
@@ -128,4 +151,13 @@ int SaveBmpRow(std::FILE *stream, std::span<const uint8_t> row, int32_t width, i
         return 0;
     ROVA_LOG_ERR("failed to write row %d of a picture (%s)\n", y, std::strerror(errno));
     return -1;
+}
+
+void MakeNumberedName(const char *name, std::span<char> out, int32_t n)
+{
+    const name_parts parts = parts_of(name);
+    std::snprintf(out.data(), out.size(), "%.*s_%04" PRId64 "%.*s",
+                  static_cast<int>(parts.front.size()), parts.front.data(), parts.number + n,
+                  static_cast<int>(parts.extension.size()), parts.extension.data());
+    rova_pim_debug(">>> Output FIle : %s \n\n", out.data());
 }

@@ -1,4 +1,5 @@
-// Grey pictures of 8 bits a pixel as BMP files, to look at what a test saw.
+// Grey pictures of 8 bits a pixel as BMP files, to look at what a test saw, and the numbers in
+// their names.
 #pragma once
 
 #include <cstdint>
@@ -16,3 +17,8 @@ int SaveBmp(const char *path, std::span<const uint8_t> picture, int32_t width, i
 // 4, since rows are not padded.  0, or -1 (logged).
 int SaveBmpRow(std::FILE *stream, std::span<const uint8_t> row, int32_t width, int32_t height,
                int32_t y);
+
+// Writes to `out` the name with `n` added to the digits, up to four, behind the file's last '_',
+// and prints it.  They are written with four digits or more; a name without any counts from 0, its
+// number goes in front of the extension.  What `out` has no room for is cut.
+void MakeNumberedName(const char *name, std::span<char> out, int32_t n);

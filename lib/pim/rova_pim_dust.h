@@ -177,9 +177,3 @@ int32_t GetBlurRef(int32_t x, int32_t y, const rova_pim_dust_config &cfg);
 char GetAreaMark(int32_t x, int32_t y, const rova_pim_dust_config &cfg);
 char GetShadingMark(int32_t x, int32_t y, const rova_pim_dust_config &cfg);
 bool IsExceptArea(int32_t x1, int32_t y1, int32_t x2, int32_t y2, const rova_pim_dust_config &cfg);
-
-// The name with `n` added to the four digits behind its last '_'; cut at the size of `out`.
-void MakeNumberedName(const char *name, std::span<char> out, int32_t n);
-// Writes row `y` of a bitmap of grey values, its head before row 0.  0, or -1 with errno set.
-int SaveBmpRow(std::FILE *stream, std::span<const uint8_t> row, int32_t width, int32_t height,
-               int32_t y);

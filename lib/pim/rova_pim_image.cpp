@@ -2,6 +2,7 @@
 
 #include "common/rova_log.h"
 #include "lib/pim/rova_pim_debug.h"
+#include "lib/pim/rova_pim_pixels.h"
 
 #include <algorithm>
 #include <cinttypes>
@@ -193,12 +194,24 @@ template <std::size_t STEP> void copy_rows(const byte_area &area, uint8_t *out)
         copy_row<STEP>(area.row + y * area.pitch, area.count, out + y * area.count);
 }
 
+// Short rows are not worth the call.
+uint64_t sum_byte_rows(const byte_area &area)
+{
+    constexpr std::size_t LONG_ROW = 512;
+    if (area.count < LONG_ROW)
+        return sum_rows<1>(area);
+    uint64_t sum = 0;
+    for (std::size_t y = 0; y < area.rows; y++)
+        sum += rova_pim_sum_bytes({area.row + y * area.pitch, area.count});
+    return sum;
+}
+
 rova_pim_sum sum_area(const byte_area &area)
 {
     const uint64_t count = uint64_t{area.count} * area.rows;
     switch (area.step) {
     case 1:
-        return {sum_rows<1>(area), count};
+        return {sum_byte_rows(area), count};
     case 2:
         return {sum_rows<2>(area), count};
     case 4:
@@ -257,6 +270,11 @@ rova_pim_subsampling rova_pim_chroma_subsampling(int32_t iCS)
     if (iCS >= CS444_Y_Cb_Cr && iCS <= CS444_CbYCrY)
         return {1, 1};
     return {0, 0};
+}
+
+int32_t rova_pim_luma_step(int32_t iCS)
+{
+    return form_of(iCS).y.step;
 }
 
 std::size_t GetArea(const rova_pim_image &image, const rova_pim_rect &rect, std::span<uint8_t> out)

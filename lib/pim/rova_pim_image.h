@@ -84,6 +84,9 @@ inline const uint8_t *rova_pim_plane(uint32_t address)
 
 rova_pim_subsampling rova_pim_chroma_subsampling(int32_t iCS);
 
+// Bytes from one luma value of a row to the next; 0: the functions below read none.
+int32_t rova_pim_luma_step(int32_t iCS);
+
 // Copies the rectangle's luma to `out`, packed by rows.  Returns the number of bytes.
 std::size_t GetArea(const rova_pim_image &image, const rova_pim_rect &rect, std::span<uint8_t> out);
 

@@ -1,12 +1,14 @@
 #include "lib/pim/rova_pim_bmp.h"
 
+#include "lib/pim/rova_pim_debug.h"
 #include "platform/sys.h"
+#include "tests/lib/pim/file_limit.h"
 #include "tests/support/camera.h"
+#include "tests/support/text.h"
 
-#include <csignal>
+#include <climits>
 #include <gtest/gtest.h>
 #include <string>
-#include <sys/resource.h>
 #include <vector>
 
 namespace
@@ -61,23 +63,6 @@ std::string text(std::initializer_list<int> bytes)
     return {bytes.begin(), bytes.end()};
 }
 
-// Files of this process grow no further than this while it lives.
-class FileLimit
-{
-public:
-    explicit FileLimit(rlim_t bytes)
-    {
-        std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limit = {bytes, before_.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
-
-private:
-    rlimit before_ = {};
-};
-
 } // namespace
 
 TEST_F(Bmp, APictureHasItsHeadAndItsRowsFromBelow)
@@ -119,7 +104,7 @@ TEST_F(Bmp, AFullCardLeavesNoHalfPicture)
     for (int32_t side : {4, 100}) { // found out at the end only, and on the way
         int result = 0;
         {
-            FileLimit limit(1000);
+            test::FileLimit limit(1000);
             result = SaveBmp("/sdcard/a.bmp", picture(side, side), side, side);
         }
         EXPECT_EQ(result, -1) << side;
@@ -174,4 +159,42 @@ TEST_F(Bmp, ARowThatCannotBeWrittenIsLogged)
     std::fclose(stream);
     EXPECT_TRUE(camera.logged("failed to write row 0 of a picture"));
     EXPECT_TRUE(camera.logged("failed to write row 1 of a picture"));
+}
+
+TEST_F(Bmp, ANumberIsAddedToTheDigitsOfAName)
+{
+    struct numbered {
+        const char *name;
+        int32_t n;
+        const char *result;
+    };
+    const numbered rows[] = {
+        {"/mnt/mmc/dust_0000.bmp", 1, "/mnt/mmc/dust_0001.bmp"},
+        {"/mnt/mmc/dust_0009.bmp", 12, "/mnt/mmc/dust_0021.bmp"},
+        {"/mnt/mmc/dust_9999.bmp", 1, "/mnt/mmc/dust_10000.bmp"},
+        {"/mnt/mmc/my_dust_7.x.bmp", 1, "/mnt/mmc/my_dust_0008.bmp"},
+        {"/mnt/mmc/dust_.bmp", 3, "/mnt/mmc/dust_0003.bmp"},
+        {"/mnt/mmc/dust_123456.bmp", 1, "/mnt/mmc/dust_1235.bmp"}, // four digits at most
+        {"/mnt/mmc/dust_5", 1, "/mnt/mmc/dust_0006"},
+        {"/mnt/mmc/dust.bmp", 1, "/mnt/mmc/dust_0001.bmp"},
+        {"/mnt/my_card.d/dust", 1, "/mnt/my_card.d/dust_0001"},
+        {"", 1, "_0001"},
+        {"a_9999.b", INT_MAX, "a_2147493646.b"},
+        {"a_0000.b", INT_MIN, "a_-2147483648.b"},
+    };
+    for (const numbered &row : rows) {
+        char out[64];
+        MakeNumberedName(row.name, out, row.n);
+        EXPECT_STREQ(out, row.result) << row.name;
+    }
+}
+
+TEST_F(Bmp, ANumberedNameIsPrintedAndCutAtItsRoom)
+{
+    gDbgPrintOnOff = PIM_DEBUG_STDOUT;
+    char out[9];
+    const std::string printed =
+        test::captured_output([&] { MakeNumberedName("dust_0001.bmp", out, 1); });
+    gDbgPrintOnOff = 0;
+    EXPECT_EQ(printed, ">>> Output FIle : dust_000 \n\n");
 }

@@ -158,6 +158,15 @@ TEST(ColourSpace, SubsamplingIsThatOfItsFamilyAndNoneOfAPlaneAlone)
     EXPECT_EQ(rova_pim_chroma_subsampling(INT_MAX).fy, 0);
 }
 
+TEST_F(Picture, LumaStepsByTheBytesOfAPixel)
+{
+    const int32_t expected[] = {0, 1, 1, 1, 0, 0, 0, 0, 0, 1, 0, 1, 2, 2, 1, 0, 0, 0, 0, 0, 0, 0};
+    for (int32_t iCS = 0; iCS < CS_MAX; iCS++)
+        EXPECT_EQ(rova_pim_luma_step(iCS), expected[iCS]) << iCS;
+    EXPECT_EQ(rova_pim_luma_step(-1), 0);
+    EXPECT_EQ(rova_pim_luma_step(INT_MAX), 0);
+}
+
 TEST_F(Picture, LumaIsCopiedAsEachColourSpaceHasIt)
 {
     for (int32_t iCS = FIRST_CODE; iCS <= LAST_CODE; iCS++)

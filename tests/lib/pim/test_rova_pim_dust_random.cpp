@@ -1,0 +1,86 @@
+#include "lib/pim/rova_pim_pixels.h"
+#include "tests/lib/pim/dust_search_run.h"
+#include "tests/lib/pim/plain_dust.h"
+#include "tests/lib/pim/random_dust.h"
+
+#include <cstring>
+#include <functional>
+
+namespace
+{
+
+constexpr char PIXELS[] = "/mnt/mmc/pixels.csv";
+
+// All that a run leaves behind.
+struct outcome {
+    int result = 1;
+    rova_pim_dust_config cfg = {};
+    std::string text;
+    std::string pixels;
+    std::string bitmap;
+
+    bool operator==(const outcome &other) const
+    {
+        return result == other.result && std::memcmp(&cfg, &other.cfg, sizeof(cfg)) == 0 &&
+               text == other.text && pixels == other.pixels && bitmap == other.bitmap;
+    }
+};
+
+struct RandomDustRun : test::DustSearchRun, testing::WithParamInterface<bool> {
+    RandomDustRun() { rova_pim_pixels_set_portable(GetParam()); }
+    ~RandomDustRun() override { rova_pim_pixels_set_portable(false); }
+
+    outcome run(const rova_pim_dust_config &before,
+                const std::function<int(rova_pim_dust_config &)> &test)
+    {
+        outcome after;
+        after.cfg = before;
+        after.text = test::captured_output([&] { after.result = test(after.cfg); });
+        after.pixels = camera.read(PIXELS);
+        const std::string bitmap = test::bitmap_of(after.text);
+        if (!bitmap.empty()) {
+            after.bitmap = camera.read(bitmap);
+            camera.remove(bitmap);
+        }
+        camera.remove(PIXELS);
+        return after;
+    }
+    // The number of the last bitmap of a path.
+    int32_t last_number(int (*path)(const rova_pim_image &, rova_pim_dust_config &))
+    {
+        cfg.iBmpSave = 1;
+        check(path);
+        return test::number_of(test::bitmap_of(text));
+    }
+};
+
+std::string pixels_of(const testing::TestParamInfo<bool> &portable)
+{
+    return portable.param ? "Portable" : "OfThisProcessor";
+}
+
+INSTANTIATE_TEST_SUITE_P(Pixels, RandomDustRun, testing::Bool(), pixels_of);
+
+} // namespace
+
+TEST_P(RandomDustRun, CheckDustDoesAsThePlainSearch)
+{
+    int32_t number = last_number(CheckDust);
+    int found = 0, bitmaps = 0, crowded = 0;
+    for (uint32_t seed = 0; seed < 1500; seed++) {
+        test::RandomDust random(seed);
+        rova_pim_dust_config before = {};
+        random.configure(before);
+        const rova_pim_image picture = random.picture(before);
+        const outcome fast = run(before, [&](auto &after) { return CheckDust(picture, after); });
+        const outcome plain = run(
+            before, [&](auto &after) { return test::PlainDust(picture, after, number).check(); });
+        ASSERT_TRUE(fast == plain) << seed << "\n" << fast.text << "\n" << plain.text;
+        found += fast.cfg.iDCnt != 0 ? 1 : 0;
+        crowded += fast.cfg.iDCnt == PIM_DUST ? 1 : 0;
+        bitmaps += fast.bitmap.empty() ? 0 : 1;
+    }
+    EXPECT_GT(found, 500);
+    EXPECT_GT(crowded, 5);
+    EXPECT_GT(bitmaps, 200);
+}
