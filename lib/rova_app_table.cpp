@@ -6,6 +6,8 @@
 
 static constexpr rova_app_cmd app_table[] = {
     {"mot", rova_cmd_mot},
+    {"dust", rova_cmd_dust},
+    {"noise", rova_cmd_noise},
     {"afi_adj", rova_cmd_afi_adj},
 };
 

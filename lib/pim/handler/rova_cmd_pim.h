@@ -6,4 +6,6 @@
 #include "lib/rova_cmd_response.h"
 
 int rova_cmd_mot(const cmd_data *record, rova_cmd_response *answer);
+int rova_cmd_dust(const cmd_data *record, rova_cmd_response *answer);
+int rova_cmd_noise(const cmd_data *record, rova_cmd_response *answer);
 int rova_cmd_afi_adj(const cmd_data *record, rova_cmd_response *answer);

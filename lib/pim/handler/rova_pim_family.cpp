@@ -27,6 +27,7 @@ constexpr useconds_t CAPTURE_INTERVAL_US = 100000;
 constexpr unsigned int CAPTURE_LOOKS = 280;
 constexpr int NOTICE_SIZE = 20; // of a text on the screen
 constexpr int NOTICE_COLOR = 4; // red
+constexpr char NO_VERDICT[] = "-99";
 
 bool may_run(const rova_pim_cmd &row, const cmd_data *record)
 {
@@ -115,7 +116,7 @@ bool display_result(const rova_pim_display &display, const cmd_data *record,
         return display_off(display.name);
     if (*display.status == PIM_CONFIG_MISSING) {
         display.print_config_error(display.name);
-        rova_osd_draw(FACTORY_OSD_DRAW_NG, "-99");
+        rova_osd_draw(FACTORY_OSD_DRAW_NG, NO_VERDICT);
         return false;
     }
     return rova_pim_param_is(record, 1, "on") && display_on(display, record, answer);
@@ -202,4 +203,18 @@ int rova_pim_display_result(const rova_pim_display &display, const cmd_data *rec
     callbackFlag = 0;
     gCaptureDone = 0;
     return rova_pim_answer(answer, ok);
+}
+
+bool rova_pim_show_verdict(int32_t total, std::span<const rova_pim_check> checks)
+{
+    if (total == 1) {
+        rova_osd_draw(FACTORY_OSD_DRAW_OK, "");
+        return true;
+    }
+    const auto failed =
+        std::ranges::find_if(checks, [](const rova_pim_check &check) { return check.ok() == 0; });
+    if (failed != checks.end() && failed->mark != nullptr)
+        failed->mark();
+    rova_osd_draw(FACTORY_OSD_DRAW_NG, failed != checks.end() ? failed->word : NO_VERDICT);
+    return false;
 }

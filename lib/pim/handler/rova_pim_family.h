@@ -10,6 +10,7 @@
 #include <sys/types.h>
 
 inline constexpr int32_t PIM_CONFIG_MISSING = -1; // a family's status before its first good load
+inline constexpr int32_t PIM_MOST_MARKS = 18;     // of one kind that a verdict puts on the screen
 
 // A subcommand.  It is NG, and the handler not called, with fewer than `min_count` parameters, p[0]
 // counted in, and, where `status` is given, while that is PIM_CONFIG_MISSING.
@@ -63,3 +64,15 @@ struct rova_pim_display {
 // shown.  In every case the process is no client of the capture service afterwards.
 int rova_pim_display_result(const rova_pim_display &display, const cmd_data *record,
                             rova_cmd_response *answer);
+
+// A check of a test: its name on the screen, its verdict, which is 0 when it failed, and what draws
+// where, or NULL.
+struct rova_pim_check {
+    const char *word;
+    int32_t (*ok)();
+    void (*mark)();
+};
+
+// Shows the OK mark for a `total` of 1; else what the first check that failed has found and its
+// name, "-99" when none did.  Whether it is OK.
+bool rova_pim_show_verdict(int32_t total, std::span<const rova_pim_check> checks);
