@@ -163,6 +163,7 @@ void rova_pim_liveview_data_receiver(uint32_t, const capture_live_view *frame)
         gAvcsFinished = 1;
     if (++frames % FRAMES != 0)
         return;
+    const auto lock = rova_pim_lock_records();
     if (frame != nullptr)
         CheckAvcs(frame->y_address, frame->pitch, frame->width, frame->height, stepValue);
     else

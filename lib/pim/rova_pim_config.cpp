@@ -5,6 +5,7 @@
 #include "lib/pim/rova_pim_dust.h"
 #include "lib/pim/rova_pim_movie_test.h"
 #include "lib/pim/rova_pim_noise.h"
+#include "lib/pim/rova_pim_result.h"
 
 #include <algorithm>
 #include <cctype>
@@ -21,6 +22,8 @@ int32_t cmWinH;
 
 namespace
 {
+
+constinit std::mutex g_records;
 
 int read_mot(const char *path, const char *project)
 {
@@ -65,6 +68,11 @@ void rova_pim_lower_name(const char *name, char (&lower)[PIM_LOWER_NAME_SIZE])
                            [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
 }
 
+std::unique_lock<std::mutex> rova_pim_lock_records()
+{
+    return std::unique_lock(g_records);
+}
+
 int rova_pim_read_config(const char *project, const char *lower)
 {
     char path[88];
@@ -74,5 +82,7 @@ int rova_pim_read_config(const char *project, const char *lower)
         return -1;
     }
     std::snprintf(path, sizeof(path), file->path, lower != nullptr ? lower : "");
+    const auto lock = rova_pim_lock_records();
+    rova_pim_result_flush();
     return file->read(lower != nullptr ? path : nullptr, project);
 }

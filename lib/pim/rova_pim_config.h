@@ -1,11 +1,12 @@
 // The records of the picture tests: configuration and results in one, kept for the life of the
-// process.  Written by the command thread while no callback is registered, then read and written by
-// the capture service's thread, without a lock.
+// process.  The capture service's thread tests pictures by them, the command thread loads them and
+// shows what they hold; rova_pim_lock_records() keeps the two apart.
 #pragma once
 
 #include "lib/pim/rova_pim_image.h"
 
 #include <cstdint>
+#include <mutex>
 
 inline constexpr int PIM_CHARTS = 3;   // wide, tele, mid
 inline constexpr int PIM_LEVELS = 5;   // AF levels -2 to +2
@@ -175,9 +176,16 @@ inline constexpr char PIM_VERSION[] = "v3.12"; // of this inspection engine
 inline constexpr std::size_t PIM_LOWER_NAME_SIZE = 19; // with its NUL
 void rova_pim_lower_name(const char *name, char (&lower)[PIM_LOWER_NAME_SIZE]);
 
+// Held from the first look at a record, at the sinks or at the buffers of pictures to the last: by
+// the capture service's thread for the test of a picture, by the command thread for a load, a range
+// and the display of a result.  Not to be held over a call that waits for the other thread, as to
+// unregister a callback does.
+[[nodiscard]] std::unique_lock<std::mutex> rova_pim_lock_records();
+
 // Loads the active mode's configuration from the memory card; `project` is the project's name,
 // which the file has to bear, `lower` the same in lower case.  0, or -1, reported; the record says
-// by configLoaded whether it is whole.  On the command thread, with no callback registered.
+// by configLoaded whether it is whole.  Rows of a result that are held for a file reach it before.
+// On the command thread; takes the lock of the records.
 int rova_pim_read_config(const char *project, const char *lower);
 
 // The MOT reader: NULL for one of the three is reported and refused.  As rova_pim_read_config.

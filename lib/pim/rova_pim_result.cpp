@@ -96,6 +96,8 @@ void rova_pim_result_flush()
 {
     if (gRstPrintOpt == PIM_RESULT_BUFFERED)
         rova_pim_sink_flush(pRstData, gRstCnt, gRstFp);
+    if (gRstFp != nullptr)
+        std::fflush(gRstFp);
 }
 
 void rova_pim_result_close()

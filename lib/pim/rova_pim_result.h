@@ -30,7 +30,7 @@ void rova_pim_result_print(const char *fmt, ...) __attribute__((format(printf, 1
 // Prints the empty columns in front of a row as one piece, which a full buffer refuses once and not
 // for each of them; none for a negative number, and a report for more than pRstData holds.
 void rova_pim_result_print_empty_columns(int32_t columns);
-// Writes out what is held in the mode of buffers; a kept text stays.
+// Writes what is held in the mode of buffers to the file; a kept text stays.
 void rova_pim_result_flush();
 // The same, and closes the file, if it is open.
 void rova_pim_result_close();

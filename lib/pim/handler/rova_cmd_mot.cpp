@@ -123,6 +123,7 @@ int rova_cmd_mot_set_range(const cmd_data *record, rova_cmd_response *answer)
         return rova_pim_answer(answer, false);
     rova_pim_print("%s %d : set range %s\n", __func__, __LINE__, chart->word);
     if (is_mot_mode()) {
+        const auto lock = rova_pim_lock_records();
         rova_pim_chart_config &config = cfgPm.chart[chart->chart];
         config.afStart = rova_pim_number(record, 2);
         config.afEnd = rova_pim_number(record, 3);

@@ -103,6 +103,7 @@ bool display_on(const rova_pim_display &display, const cmd_data *record, rova_cm
     }
     ROVA_LOG_INFO("%s %d : display result on\n", display.name, __LINE__);
     rova_pim_print("%s %d : display result on\n", display.name, __LINE__);
+    const auto lock = rova_pim_lock_records();
     const bool written = write_csv(rova_pim_param(record, 2), &answer->stream);
     return display.verdict(display.name) && written;
 }

@@ -4,6 +4,7 @@
 #include "tests/lib/pim/marker_chart.h"
 #include "tests/support/text.h"
 
+#include <atomic>
 #include <climits>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -116,6 +117,31 @@ TEST_F(Avcs, OneFrameOfThirtyIsSearched)
         rova_pim_liveview_data_receiver(CAPTURE_LIVE_VIEW_ID, &frame);
         EXPECT_EQ(drawings().size(), 6 + i / 30 * 6) << i;
     }
+}
+
+TEST_F(Avcs, AFrameIsSearchedWhenNobodyElseHasTheRecords)
+{
+    constexpr int LOOKS = 20000;
+    std::atomic<bool> arrives = false;
+    auto lock = rova_pim_lock_records();
+    std::thread service([&] {
+        arrives = true;
+        arrives.notify_all();
+        deliver();
+    });
+    arrives.wait(false);
+    const volatile int32_t &w = cmWinW; // which a search sets
+    bool searched = false;
+    cmWinW = 0;
+    for (int i = 0; i < LOOKS; i++) {
+        searched = searched || w != 0;
+        std::this_thread::yield();
+    }
+    lock.unlock();
+    service.join();
+    EXPECT_FALSE(searched);
+    EXPECT_NE(cmWinW, 0);
+    EXPECT_EQ(drawings().size(), 6u);
 }
 
 TEST_F(Avcs, TheShutterKeyEndsTheWaitWithAnyFrame)

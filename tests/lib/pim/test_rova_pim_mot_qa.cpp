@@ -1,3 +1,4 @@
+#include "tests/lib/pim/mot_file.h"
 #include "tests/lib/pim/mot_run.h"
 #include "tests/support/text.h"
 
@@ -217,4 +218,45 @@ TEST_F(Qa, ATableBehindUnfinishedRowsLosesNone)
     rova_pim_mot_write_table(0, cfg);
     EXPECT_EQ(file(), TITLE + row(91));
     EXPECT_EQ(lines_of(camera.read("/mnt/mmc/table.csv")).size(), 6u);
+}
+
+// The next load may want another kind of result, or none in a file.
+TEST_F(Qa, ALoadWritesOutTheRowsThatWaitForTheLast)
+{
+    SetPIMode(PI_MODE_MOT);
+    print_mode(PIM_RESULT_BUFFERED);
+    write(91);
+    const std::string kept = test::mot_file({{"rstPrint", "2"}, {"testMode", "1"}});
+    camera.write("/mnt/mmc/mot_lumen1.cfg", kept);
+    EXPECT_EQ(rova_pim_read_config("LUMEN1", "lumen1"), 0);
+    EXPECT_EQ(file(), TITLE + row(91));
+    EXPECT_STREQ(pRstData, "");
+    SetPIMode(PI_MODE_NONE);
+}
+
+TEST_F(Qa, RowsGoOnInTheirFileBehindALoad)
+{
+    SetPIMode(PI_MODE_MOT);
+    print_mode(PIM_RESULT_BUFFERED);
+    write(91);
+    camera.write("/mnt/mmc/mot_lumen1.cfg", test::mot_file({{"rstPrint", "0"},
+                                                            {"testMode", "1"},
+                                                            {"qaPicNum", "2"},
+                                                            {"resultFile", test::MOT_RESULT}}));
+    EXPECT_EQ(rova_pim_read_config("LUMEN1", "lumen1"), 0);
+    write(92);
+    EXPECT_EQ(file(), TITLE + row(91) + row(92));
+    EXPECT_EQ(gRstFpState, 0);
+    SetPIMode(PI_MODE_NONE);
+}
+
+TEST_F(Qa, ALoadLeavesAKeptRowForTheDisplay)
+{
+    SetPIMode(PI_MODE_MOT);
+    print_mode(PIM_RESULT_KEPT);
+    write(91);
+    camera.write("/mnt/mmc/mot_lumen1.cfg", test::mot_file());
+    EXPECT_EQ(rova_pim_read_config("LUMEN1", "lumen1"), 0);
+    EXPECT_EQ(std::string(pRstData), row(91));
+    SetPIMode(PI_MODE_NONE);
 }

@@ -9,9 +9,11 @@
 #include "platform/vconf.h"
 #include "platform/virtual/capture.h"
 #include "tests/lib/pim/handler/handler_test.h"
+#include "tests/lib/pim/planes.h"
 #include "tests/support/wrap.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -137,6 +139,47 @@ TEST_F(Mot, ReadConfigAgainReadsAgainAndRegistersOnce)
     EXPECT_EQ(cfgPm.configLoaded, 1);
     EXPECT_EQ(regPim, client);
     EXPECT_THAT(capture_calls(), IsEmpty());
+}
+
+namespace
+{
+
+std::atomic<bool> g_in_test, g_load_begins, g_load_ended, g_overtaken;
+
+// A test that goes on for long enough that a load would end meanwhile.
+void watch_record(const rova_pim_still &)
+{
+    constexpr int LOOKS = 200000;
+    const volatile rova_pim_pm_config &cfg = cfgPm;
+    g_in_test = true;
+    g_in_test.notify_all();
+    g_load_begins.wait(false);
+    for (int i = 0; i < LOOKS && !g_overtaken; i++) {
+        g_overtaken = cfg.configLoaded != 1 || g_load_ended;
+        std::this_thread::yield();
+    }
+}
+
+} // namespace
+
+TEST_F(Mot, ReadConfigWaitsForTheTestOfAStill)
+{
+    const test::Planes planes(64 * 64 * 2);
+    g_in_test = g_load_begins = g_load_ended = g_overtaken = false;
+    load_mot_config();
+    rova_pim_set_test(PI_MODE_MOT, watch_record);
+    std::thread service([&] {
+        CheckMain(64, 64, 64, 64, planes.address(), 0, 64, 64, 64, 64, planes.address(), 0, 0, 0,
+                  2);
+    });
+    g_in_test.wait(false);
+    g_load_begins = true;
+    g_load_begins.notify_all();
+    EXPECT_EQ(run("mot read_config"), OK);
+    g_load_ended = true;
+    service.join();
+    rova_pim_set_test(PI_MODE_MOT, nullptr);
+    EXPECT_FALSE(g_overtaken);
 }
 
 TEST_F(Mot, AConfigurationThatCannotBeReadIsNgAndForgotten)
