@@ -1,6 +1,5 @@
 // The noise test's configuration file.
 #include "lib/pim/rova_pim.h"
-#include "lib/pim/rova_pim_debug.h"
 #include "lib/pim/rova_pim_noise.h"
 #include "lib/pim/rova_pim_reader.h"
 
@@ -103,17 +102,6 @@ void use_tv_size(rova_pim_noise_config &cfg)
     cfg.iLcdLiveY = cfg.iTvY;
 }
 
-// The specs of an ISO that is neither of the two stay those of the low one.
-void choose_specs(rova_pim_noise_config &cfg)
-{
-    if (cfg.iIso == cfg.iIsoLow)
-        cfg.iIsoIdx = 0;
-    else if (cfg.iIso == cfg.iIsoHigh)
-        cfg.iIsoIdx = 1;
-    else
-        rova_pim_report(" WRONG ISO = %d \n", cfg.iIso);
-}
-
 void reset_results(rova_pim_noise_config &cfg)
 {
     for (int32_t *verdict :
@@ -129,7 +117,7 @@ int read_body(rova_pim_lines &lines, rova_pim_noise_config &cfg)
     use_tv_size(cfg);
     if (rova_pim_read_and_print_rows(lines, ISO_ROWS, &cfg) != 0)
         return -1;
-    choose_specs(cfg);
+    SetNoiseIso(cfg.iIso, cfg);
     if (rova_pim_read_and_print_rows(lines, CHECK_ROWS, &cfg) != 0)
         return -1;
     reset_results(cfg);
