@@ -281,6 +281,7 @@ static constexpr rova_cmd_entry extra_table[] = {
     {"mot", rova_cmd_app_exec},
     {"dust", rova_cmd_app_exec},
     {"noise", rova_cmd_app_exec},
+    {"movie", rova_cmd_app_exec},
     {"afi_adj", rova_cmd_app_exec},
 };
 

@@ -8,6 +8,7 @@ static constexpr rova_app_cmd app_table[] = {
     {"mot", rova_cmd_mot},
     {"dust", rova_cmd_dust},
     {"noise", rova_cmd_noise},
+    {"movie", rova_cmd_movie},
     {"afi_adj", rova_cmd_afi_adj},
 };
 

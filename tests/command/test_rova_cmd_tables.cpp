@@ -182,6 +182,7 @@ INSTANTIATE_TEST_SUITE_P(Extra, CommandFamily,
                          testing::Values(Family{"extra", "mot", rova_cmd_app_exec},
                                          Family{"extra", "dust", rova_cmd_app_exec},
                                          Family{"extra", "noise", rova_cmd_app_exec},
+                                         Family{"extra", "movie", rova_cmd_app_exec},
                                          Family{"extra", "afi_adj", rova_cmd_app_exec}),
                          [](const auto &row) { return std::string(row.param.word); });
 

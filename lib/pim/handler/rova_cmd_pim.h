@@ -8,4 +8,5 @@
 int rova_cmd_mot(const cmd_data *record, rova_cmd_response *answer);
 int rova_cmd_dust(const cmd_data *record, rova_cmd_response *answer);
 int rova_cmd_noise(const cmd_data *record, rova_cmd_response *answer);
+int rova_cmd_movie(const cmd_data *record, rova_cmd_response *answer);
 int rova_cmd_afi_adj(const cmd_data *record, rova_cmd_response *answer);

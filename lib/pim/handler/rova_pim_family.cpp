@@ -75,25 +75,6 @@ std::string without_line_feed(const char *text)
     return copy;
 }
 
-// What the test left, as one row.
-bool write_csv(const char *filename, rova_resp_stream *stream)
-{
-    const std::string title = without_line_feed(pPtpTile);
-    const std::string data = without_line_feed(pRstData);
-    rova_pim_print("pimCsvTitle %s, pimCsvData %s \n", title.c_str(), data.c_str());
-    rova_csv_handle handle = rova_csv_create(filename, title.c_str());
-    const bool written = rova_csv_write(handle, "%s", data.c_str()) == 1;
-    return rova_csv_close(handle, stream) == 1 && written;
-}
-
-bool display_off(const char *name)
-{
-    rova_pim_print("%s %d : display result off\n", name, __LINE__);
-    ROVA_LOG_INFO("%s %d : display result off\n", name, __LINE__);
-    rova_osd_draw(FACTORY_OSD_DRAW_CLEAR, "0");
-    return true;
-}
-
 // The file and the verdict do not depend on each other; the command is OK when both are there.
 bool display_on(const rova_pim_display &display, const cmd_data *record, rova_cmd_response *answer)
 {
@@ -101,10 +82,9 @@ bool display_on(const rova_pim_display &display, const cmd_data *record, rova_cm
         tell_missing_capture(display.name);
         return false;
     }
-    ROVA_LOG_INFO("%s %d : display result on\n", display.name, __LINE__);
-    rova_pim_print("%s %d : display result on\n", display.name, __LINE__);
     const auto lock = rova_pim_lock_records();
-    const bool written = write_csv(rova_pim_param(record, 2), &answer->stream);
+    const bool written =
+        rova_pim_write_csv(display.name, rova_pim_param(record, 2), &answer->stream);
     return display.verdict(display.name) && written;
 }
 
@@ -114,7 +94,7 @@ bool display_result(const rova_pim_display &display, const cmd_data *record,
     if (record->p_count < display.min_count)
         return false;
     if (rova_pim_param_is(record, 1, "off"))
-        return display_off(display.name);
+        return rova_pim_display_off(display.name);
     if (*display.status == PIM_CONFIG_MISSING) {
         display.print_config_error(display.name);
         rova_osd_draw(FACTORY_OSD_DRAW_NG, NO_VERDICT);
@@ -194,6 +174,26 @@ bool rova_pim_load_config(const char *name, int32_t *status, bool stills)
         return false;
     }
     return !stills || callbackFlag != 0 || begin_stills();
+}
+
+bool rova_pim_display_off(const char *name)
+{
+    rova_pim_print("%s %d : display result off\n", name, __LINE__);
+    ROVA_LOG_INFO("%s %d : display result off\n", name, __LINE__);
+    rova_osd_draw(FACTORY_OSD_DRAW_CLEAR, "0");
+    return true;
+}
+
+bool rova_pim_write_csv(const char *name, const char *filename, rova_resp_stream *stream)
+{
+    ROVA_LOG_INFO("%s %d : display result on\n", name, __LINE__);
+    rova_pim_print("%s %d : display result on\n", name, __LINE__);
+    const std::string title = without_line_feed(pPtpTile);
+    const std::string data = without_line_feed(pRstData);
+    rova_pim_print("pimCsvTitle %s, pimCsvData %s \n", title.c_str(), data.c_str());
+    rova_csv_handle handle = rova_csv_create(filename, title.c_str());
+    const bool written = rova_csv_write(handle, "%s", data.c_str()) == 1;
+    return rova_csv_close(handle, stream) == 1 && written;
 }
 
 int rova_pim_display_result(const rova_pim_display &display, const cmd_data *record,

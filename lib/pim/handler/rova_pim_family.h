@@ -51,7 +51,13 @@ bool rova_pim_wait_for(const std::atomic<int32_t> &flag, useconds_t interval_us,
 // capture service for stills, unless the process is one already.  `name` is the handler's.
 bool rova_pim_load_config(const char *name, int32_t *status, bool stills);
 
-// How a family displays its result.
+// The steps of "display_result" that all families have.  `name` is the handler's.  Clears the
+// screen: true.
+bool rova_pim_display_off(const char *name);
+// Appends what the test left to the CSV file as one row; whether that was written.
+bool rova_pim_write_csv(const char *name, const char *filename, rova_resp_stream *stream);
+
+// How a family of stills displays its result.
 struct rova_pim_display {
     const char *name; // of the handler
     uint32_t min_count;
