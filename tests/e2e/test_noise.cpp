@@ -59,7 +59,7 @@ public:
             throw std::runtime_error("no result of a still");
         EXPECT_EQ(lines[0].substr(0, 31), "Index,CIS S/N,File, Total ,    ");
         EXPECT_EQ(lines[1].substr(0, 24), "1,0,Name, Resutl, ISO, R");
-        const Texts cells = e2e::result_cells(lines[2]);
+        Texts cells = e2e::result_cells(lines[2]);
         EXPECT_EQ(cells.size(), static_cast<std::size_t>(LINES + COLUMNS)) << lines[2];
         EXPECT_EQ(cells[NAME], "IMG_0002.JPG") << "the next still's";
         return cells;

@@ -30,10 +30,12 @@ int rova_cmd_noise_read_config(const cmd_data *, rova_cmd_response *answer)
 int rova_cmd_noise_change_iso(const cmd_data *record, rova_cmd_response *answer)
 {
     rova_pim_print("%s %d : noise change iso\n", __func__, __LINE__);
-    if (GetPIMode() == PI_MODE_NOISE)
+    if (GetPIMode() == PI_MODE_NOISE) {
+        const auto lock = rova_pim_lock_records();
         SetNoiseIso(rova_pim_number(record, 1), cfgNoise);
-    else
+    } else {
         rova_pim_print("Available on Noise Test mode.");
+    }
     return rova_pim_answer(answer, true);
 }
 
