@@ -87,8 +87,10 @@ void print_exif_info(const capture_still &still)
 // Only the noise test has limits by ISO.
 void tell_iso(const capture_still &still)
 {
-    if (GetPIMode() == PI_MODE_NOISE)
-        SetNoiseIso(printed(still.ISOValue), cfgNoise);
+    if (GetPIMode() != PI_MODE_NOISE)
+        return;
+    const auto lock = rova_pim_lock_records();
+    SetNoiseIso(printed(still.ISOValue), cfgNoise);
 }
 
 void check_picture_set(const capture_image_set &set, int32_t file_num)

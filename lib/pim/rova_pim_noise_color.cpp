@@ -84,29 +84,17 @@ bool is_readable(const colour_walk &walk)
     return copy_chroma(walk, 0, walk.y(0) / walk.v) && copy_chroma(walk, grid.iNX - 1, last_row);
 }
 
-// Stills, whose Cb and Cr lie in turn: a row of blocks is read once.
-void add_in_place(const colour_walk &walk, int32_t row)
+// Stills, whose Cb and Cr lie in turn: from column `x` on, one block or all of a row.
+void add_in_place(const colour_walk &walk, int32_t x, int32_t row,
+                  std::span<rova_pim_rgb_sums> sums)
 {
-    const auto &[image, cfg, grid, v, pairs, measure] = walk;
-    const auto pitch = static_cast<std::size_t>(image.pitch);
-    const auto rows = static_cast<std::size_t>(grid.divY);
-    const auto pair_count = static_cast<std::size_t>(pairs);
-    const uint8_t *luma = image.bytes.data() + static_cast<std::size_t>(walk.y(row)) * pitch;
-    const uint8_t *chroma = luma + cfg.iCbOffset;
-    const auto first = static_cast<std::size_t>(grid.iBX);
-    const auto cell = static_cast<std::size_t>(grid.cellX);
-    if (cell % 2 == 0) {
-        rova_pim_add_rgb_blocks({luma + first, pitch, rows}, {chroma + first / 2 * 2, pitch, rows},
-                                cell, pair_count, measure.sums);
-        return;
-    }
-    for (std::size_t y = 0; y < rows; y++) {
-        for (std::size_t col = 0; col < measure.sums.size(); col++) {
-            const std::size_t x = col * cell + first;
-            rova_pim_add_rgb(luma + y * pitch + x, chroma + y * pitch + x / 2 * 2, pair_count,
-                             measure.sums[col]);
-        }
-    }
+    const auto pitch = static_cast<std::size_t>(walk.image.pitch);
+    const auto rows = static_cast<std::size_t>(walk.grid.divY);
+    const uint8_t *luma = walk.image.bytes.data() + static_cast<std::size_t>(walk.y(row)) * pitch;
+    const uint8_t *chroma = luma + walk.cfg.iCbOffset;
+    rova_pim_add_rgb_blocks({luma + x, pitch, rows}, {chroma + x / 2 * 2, pitch, rows},
+                            static_cast<std::size_t>(walk.grid.cellX),
+                            static_cast<std::size_t>(walk.pairs), sums);
 }
 
 // Any colour space, by way of copies.
@@ -128,15 +116,23 @@ void add_block(const colour_walk &walk, int32_t col, int32_t row)
     }
 }
 
+// In cells of odd width the pairs of every second block begin a column before it.
 void add_row(const colour_walk &walk, int32_t row)
 {
-    walk.measure.sums.assign(static_cast<std::size_t>(walk.grid.iNX), {});
-    if (walk.image.iCS == CS422_Y_CbCr && walk.cfg.iCbOffset == walk.cfg.iCrOffset) {
-        add_in_place(walk, row);
+    const std::span<rova_pim_rgb_sums> sums = walk.measure.sums;
+    const bool in_place =
+        walk.image.iCS == CS422_Y_CbCr && walk.cfg.iCbOffset == walk.cfg.iCrOffset;
+    std::ranges::fill(sums, rova_pim_rgb_sums{});
+    if (in_place && walk.grid.cellX % 2 == 0) {
+        add_in_place(walk, walk.x(0), row, sums);
         return;
     }
-    for (int32_t col = 0; col < walk.grid.iNX; col++)
-        add_block(walk, col, row);
+    for (int32_t col = 0; col < walk.grid.iNX; col++) {
+        if (in_place)
+            add_in_place(walk, walk.x(col), row, sums.subspan(static_cast<std::size_t>(col), 1));
+        else
+            add_block(walk, col, row);
+    }
 }
 
 block_colour mean_of(const rova_pim_rgb_sums &sums, uint64_t pixels)
@@ -150,6 +146,7 @@ block_colour mean_of(const rova_pim_rgb_sums &sums, uint64_t pixels)
 
 void measure_blocks(const colour_walk &walk)
 {
+    walk.measure.sums.resize(static_cast<std::size_t>(walk.grid.iNX));
     walk.measure.blocks.clear();
     for (int32_t row = 0; row < walk.grid.iNY; row++) {
         add_row(walk, row);

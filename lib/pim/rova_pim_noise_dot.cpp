@@ -53,7 +53,7 @@ struct dot_measure {
     int32_t errors;
 };
 
-// In the colour space of stills a byte is a pixel; the row is read once for all blocks.
+// Where a byte is a pixel: the row is read once for all blocks.
 void sum_bytes(const rova_pim_image &image, const dot_blocks &blocks, int32_t row,
                std::span<uint64_t> sums)
 {
@@ -76,7 +76,7 @@ void sum_bytes(const rova_pim_image &image, const dot_blocks &blocks, int32_t ro
 void sum_row(const rova_pim_image &image, const dot_blocks &blocks, int32_t row,
              std::span<uint64_t> sums)
 {
-    if (image.iCS == CS422_Y_CbCr) {
+    if (rova_pim_luma_step(image.iCS) == 1) {
         sum_bytes(image, blocks, row, sums);
         return;
     }

@@ -51,7 +51,7 @@ void measure_columns(const rova_pim_image &image, line_columns &columns)
     columns.rows = image.height;
     columns.sums.resize(static_cast<std::size_t>(image.width));
     columns.minima.resize(static_cast<std::size_t>(image.width));
-    if (image.iCS == CS422_Y_CbCr) {
+    if (rova_pim_luma_step(image.iCS) == 1) {
         measure_bytes(image, columns);
         return;
     }
