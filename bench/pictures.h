@@ -29,7 +29,7 @@ inline uint8_t *next_picture()
         std::mt19937 random(1);
         std::vector<uint8_t> bytes(PICTURE * PICTURES);
         for (std::size_t i = 0; i < PICTURE; i++)
-            bytes[i] = static_cast<uint8_t>((i < PLANE ? 140 : 124) + random() % 8);
+            bytes[i] = static_cast<uint8_t>((i < PLANE ? 216 : 124) + random() % 8);
         for (std::size_t i = 1; i < PICTURES; i++)
             std::copy_n(bytes.begin(), PICTURE,
                         bytes.begin() + static_cast<std::ptrdiff_t>(i * PICTURE));
@@ -84,22 +84,30 @@ inline double median(std::vector<double> values)
     return *middle;
 }
 
-// Takes turns: reads `bytes` of a picture, then runs step(picture).  The counter is the median of
-// the step's times over that of the reads'.
-template <typename Step>
-void measure(benchmark::State &state, std::size_t bytes, bool portable, const Step &step)
+// Takes turns: read(), then step(picture).  The counter is the median of the steps' times over that
+// of the reads'.
+template <typename Read, typename Step>
+void compare(benchmark::State &state, bool portable, const Read &read, const Step &step)
 {
     std::vector<double> reads, steps;
     rova_pim_pixels_set_portable(portable);
     for (auto _ : state) {
+        reads.push_back(timed(read));
         const uint8_t *picture = next_picture();
-        reads.push_back(timed([&] { benchmark::DoNotOptimize(read_plain(picture, bytes)); }));
-        picture = next_picture();
         steps.push_back(timed([&] { step(picture); }));
         state.SetIterationTime(steps.back());
     }
     rova_pim_pixels_set_portable(false);
     state.counters["of_read"] = median(steps) / median(reads);
+}
+
+// The same with one read of a picture's first bytes.
+template <typename Step>
+void measure(benchmark::State &state, std::size_t bytes, bool portable, const Step &step)
+{
+    compare(
+        state, portable, [&] { benchmark::DoNotOptimize(read_plain(next_picture(), bytes)); },
+        step);
 }
 
 } // namespace bench

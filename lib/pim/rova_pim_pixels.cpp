@@ -16,7 +16,6 @@ namespace
 {
 
 constexpr std::size_t PANEL = 8192;      // bytes of a row that are summed side by side
-constexpr std::size_t ROW = 1024;        // bytes of a plane that is summed as a whole, as rows
 constexpr std::size_t PAIR_ROWS = 128;   // rows whose pairs of bytes have sums of 16 bits
 constexpr std::size_t COLUMN_ROWS = 256; // the same of single bytes
 constexpr std::size_t CHUNK = 64;        // bytes of a line of the cache
@@ -127,6 +126,28 @@ struct wide_avx {
 };
 #endif
 
+template <typename VECTOR> ROVA_INLINE uint64_t sum_inline(std::span<const uint8_t> bytes)
+{
+    using bits = typename VECTOR::bits;
+    std::size_t i = 0;
+    uint64_t sum = 0;
+    while (bytes.size() - i >= sizeof(bits)) {
+        bits lanes = {};
+        const std::size_t words = std::min((bytes.size() - i) / sizeof(bits), PAIR_ROWS);
+        for (const std::size_t end = i + words * sizeof(bits); i < end; i += sizeof(bits)) {
+            bits word;
+            __builtin_prefetch(bytes.data() + i + AHEAD);
+            std::memcpy(&word, bytes.data() + i, sizeof(word));
+            lanes += (word & 255) + (word >> 8);
+        }
+        for (std::size_t lane = 0; lane < sizeof(bits) / sizeof(uint16_t); lane++)
+            sum += lanes[lane];
+    }
+    for (; i < bytes.size(); i++)
+        sum += bytes[i];
+    return sum;
+}
+
 // Adds a colour of pairs of pixels: `light`, then `tint` so many times.  A sum above 0x7fff is as
 // bright as can be, and one below 0 as dark.
 template <typename VECTOR, int TIMES>
@@ -204,6 +225,7 @@ ROVA_INLINE void add_rgb_last(const uint8_t *luma, const uint8_t *chroma, std::s
 
 // The inner loops, for the processor at hand.
 struct kernels {
+    uint64_t (*sum)(std::span<const uint8_t> bytes);
     void (*add_pairs)(const rova_pim_rows &rows, std::size_t pairs, uint16_t *lanes);
     void (*add_columns)(const rova_pim_rows &rows, std::size_t columns, uint16_t *lanes,
                         uint8_t *minima);
@@ -244,6 +266,10 @@ ROVA_INLINE void add_rgb_inline(const rova_pim_rows &luma, const rova_pim_rows &
 }
 
 #define ROVA_KERNELS(name, attribute, many, few)                                                   \
+    __attribute__(attribute) uint64_t sum_##name(std::span<const uint8_t> bytes)                   \
+    {                                                                                              \
+        return sum_inline<many>(bytes);                                                            \
+    }                                                                                              \
     __attribute__(attribute) void add_pairs_##name(const rova_pim_rows &rows, std::size_t pairs,   \
                                                    uint16_t *lanes)                                \
     {                                                                                              \
@@ -260,7 +286,8 @@ ROVA_INLINE void add_rgb_inline(const rova_pim_rows &luma, const rova_pim_rows &
     {                                                                                              \
         add_rgb_inline<many, few>(luma, chroma, pairs, lanes);                                     \
     }                                                                                              \
-    constexpr kernels KERNELS_##name = {add_pairs_##name, add_columns_##name, add_rgb_##name};
+    constexpr kernels KERNELS_##name = {sum_##name, add_pairs_##name, add_columns_##name,          \
+                                        add_rgb_##name};
 
 ROVA_KERNELS(any, (), narrow, narrow)
 #ifdef ROVA_WIDE
@@ -396,14 +423,14 @@ void rova_pim_pixels_set_portable(bool portable)
     portable_only = portable;
 }
 
+// As rows, several of which are read at the same time, and what does not fill these.
 uint64_t rova_pim_sum_bytes(std::span<const uint8_t> bytes)
 {
-    const rova_pim_rows rows = {bytes.data(), ROW, bytes.size() / ROW};
-    const std::size_t rest = bytes.size() % ROW;
-    uint64_t sum = 0, last = 0;
-    rova_pim_sum_blocks(rows, 0, ROW, {&sum, 1});
-    rova_pim_sum_blocks({bytes.data() + bytes.size() - rest, 0, 1}, 0, rest, {&last, 1});
-    return sum + last;
+    constexpr std::size_t ROW = 1024, ROWS = 8;
+    const std::size_t count = bytes.size() / ROW / ROWS * ROWS;
+    uint64_t sum = 0;
+    rova_pim_sum_blocks({bytes.data(), ROW, count}, 0, ROW, {&sum, 1});
+    return sum + kernels_here().sum(bytes.subspan(count * ROW));
 }
 
 void rova_pim_sum_blocks(const rova_pim_rows &rows, std::size_t step, std::size_t width,

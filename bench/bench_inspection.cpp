@@ -1,0 +1,190 @@
+// The noise and the dust test of a picture of 5472 x 3648 without faults, with the configurations
+// of examples/config, each as a ratio to plain reads of what its steps have to look at.  How much
+// longer the plain versions of the tests take is `plain_of_fast`.
+#include "bench/pictures.h"
+#include "lib/pim/rova_pim_dust.h"
+#include "lib/pim/rova_pim_noise.h"
+#include "tests/lib/pim/plain_dust.h"
+#include "tests/lib/pim/plain_noise.h"
+#include "tests/lib/pim/plain_shading.h"
+#include "tests/support/camera.h"
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace
+{
+
+using bench::HEIGHT;
+using bench::PICTURE;
+using bench::PLANE;
+using bench::WIDTH;
+
+constexpr int32_t IN_MEMORY = 2; // where the result row goes
+
+// A camera that has loaded an example.
+template <typename Config> struct Loaded {
+    test::Camera camera;
+    Config cfg = {};
+
+    Loaded(const char *name, int (*read)(const char *, Config *, const char *))
+    {
+        std::ifstream example(std::string(EXAMPLES) + "/" + name);
+        camera.write("/mnt/mmc/test.cfg", {std::istreambuf_iterator<char>(example), {}});
+        if (read("/mnt/mmc/test.cfg", &cfg, "LUMEN1") != 0)
+            std::abort();
+        cfg.iRstPrint = IN_MEMORY;
+        cfg.iCbOffset = cfg.iCrOffset = static_cast<int32_t>(PLANE);
+    }
+};
+struct Noise : Loaded<rova_pim_noise_config> {
+    Noise() : Loaded("noise_lumen1.cfg", rova_pim_read_config_noise) {}
+};
+struct Dust : Loaded<rova_pim_dust_config> {
+    Dust() : Loaded("dust_lumen1.cfg", rova_pim_read_config_dust) {}
+};
+
+rova_pim_image image_of(const uint8_t *picture)
+{
+    return {{picture, PICTURE}, WIDTH, HEIGHT, WIDTH, CS422_Y_CbCr};
+}
+
+void read_luma()
+{
+    benchmark::DoNotOptimize(bench::read_plain(bench::next_picture(), PLANE));
+}
+
+void read_both()
+{
+    benchmark::DoNotOptimize(bench::read_plain(bench::next_picture(), PICTURE));
+}
+
+// What the three checks of the noise test look at.
+void read_for_noise()
+{
+    read_luma();
+    read_luma();
+    read_both();
+}
+
+void read_every_second_row()
+{
+    const uint8_t *picture = bench::next_picture();
+    for (std::size_t y = 0; y < HEIGHT; y += 2)
+        benchmark::DoNotOptimize(bench::read_plain(picture + y * WIDTH, WIDTH));
+}
+
+// A picture that fails is not what is measured.
+void expect_passed(int result, benchmark::State &state)
+{
+    if (result != 0)
+        state.SkipWithError("the picture failed");
+}
+
+// `check` is called with a picture, `plain` with one of another turn.
+template <typename Read, typename Check, typename Plain>
+void compare_with_plain(benchmark::State &state, bool portable, const Read &read,
+                        const Check &check, const Plain &plain)
+{
+    double running = 0;
+    bench::compare(state, portable, read, [&](const uint8_t *picture) {
+        running += bench::timed([&] { expect_passed(check(image_of(picture)), state); });
+    });
+    const uint8_t *picture = bench::next_picture();
+    const double plain_seconds =
+        bench::timed([&] { expect_passed(plain(image_of(picture)), state); });
+    state.counters["plain_of_fast"] =
+        plain_seconds * static_cast<double>(state.iterations()) / running;
+}
+
+void BM_RunNoise(benchmark::State &state, bool portable)
+{
+    Noise noise;
+    compare_with_plain(
+        state, portable, read_for_noise,
+        [&](const rova_pim_image &image) { return RunNoise(image, noise.cfg); },
+        [&](const rova_pim_image &image) {
+            return test::PlainNoise{image, noise.cfg, noise.camera}.run();
+        });
+}
+
+void BM_DotNoise(benchmark::State &state, bool portable)
+{
+    Noise noise;
+    compare_with_plain(
+        state, portable, read_luma,
+        [&](const rova_pim_image &image) { return CheckDotNoise(image, noise.cfg); },
+        [&](const rova_pim_image &image) {
+            return test::PlainNoise{image, noise.cfg, noise.camera}.dot();
+        });
+}
+
+void BM_ColorNoise(benchmark::State &state, bool portable)
+{
+    Noise noise;
+    compare_with_plain(
+        state, portable, read_both,
+        [&](const rova_pim_image &image) { return CheckColorNoise(image, noise.cfg); },
+        [&](const rova_pim_image &image) {
+            return test::PlainNoise{image, noise.cfg, noise.camera}.color();
+        });
+}
+
+void BM_LineNoise(benchmark::State &state, bool portable)
+{
+    Noise noise;
+    compare_with_plain(
+        state, portable, read_luma,
+        [&](const rova_pim_image &image) { return CheckLineNoise(image, noise.cfg); },
+        [&](const rova_pim_image &image) {
+            return test::PlainNoise{image, noise.cfg, noise.camera}.line();
+        });
+}
+
+void BM_4xShading(benchmark::State &state, bool portable)
+{
+    Dust dust;
+    compare_with_plain(
+        state, portable, read_every_second_row,
+        [&](const rova_pim_image &image) { return Check4xShading(image, dust.cfg); },
+        [&](const rova_pim_image &image) { return test::plain_4x_shading(image, dust.cfg); });
+}
+
+void BM_Exposure(benchmark::State &state, bool portable)
+{
+    Dust dust;
+    compare_with_plain(
+        state, portable, read_every_second_row,
+        [&](const rova_pim_image &image) { return CheckExposure(image, dust.cfg); },
+        [&](const rova_pim_image &image) { return test::plain_exposure(image, dust.cfg); });
+}
+
+void BM_CheckDust(benchmark::State &state, bool portable)
+{
+    Dust dust;
+    int32_t number = 0;
+    compare_with_plain(
+        state, portable, read_luma,
+        [&](const rova_pim_image &image) { return CheckDust(image, dust.cfg); },
+        [&](const rova_pim_image &image) {
+            return test::PlainDust(image, dust.cfg, number).check();
+        });
+}
+
+BENCHMARK_CAPTURE(BM_RunNoise, best, false)->UseManualTime();
+BENCHMARK_CAPTURE(BM_RunNoise, portable, true)->UseManualTime();
+BENCHMARK_CAPTURE(BM_DotNoise, best, false)->UseManualTime();
+BENCHMARK_CAPTURE(BM_DotNoise, portable, true)->UseManualTime();
+BENCHMARK_CAPTURE(BM_ColorNoise, best, false)->UseManualTime();
+BENCHMARK_CAPTURE(BM_ColorNoise, portable, true)->UseManualTime();
+BENCHMARK_CAPTURE(BM_LineNoise, best, false)->UseManualTime();
+BENCHMARK_CAPTURE(BM_LineNoise, portable, true)->UseManualTime();
+BENCHMARK_CAPTURE(BM_CheckDust, best, false)->UseManualTime();
+BENCHMARK_CAPTURE(BM_CheckDust, portable, true)->UseManualTime();
+BENCHMARK_CAPTURE(BM_4xShading, best, false)->UseManualTime();
+BENCHMARK_CAPTURE(BM_4xShading, portable, true)->UseManualTime();
+BENCHMARK_CAPTURE(BM_Exposure, best, false)->UseManualTime();
+BENCHMARK_CAPTURE(BM_Exposure, portable, true)->UseManualTime();
+
+} // namespace
