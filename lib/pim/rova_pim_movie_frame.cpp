@@ -57,8 +57,10 @@ bool find_area(const rova_pim_image &image, rova_pim_subsampling pixels, float t
     const float t = test_field * 100.0F;
     const float lo = 100.0F - t;
     const float hi = t + 100.0F;
-    const auto hw = static_cast<float>(image.width / 2);
-    const auto hh = static_cast<float>(image.height / 2);
+    const int32_t half_width = image.width / 2;
+    const int32_t half_height = image.height / 2;
+    const auto hw = static_cast<float>(half_width);
+    const auto hh = static_cast<float>(half_height);
     const auto fx = static_cast<float>(pixels.fx);
     const auto fy = static_cast<float>(pixels.fy);
     return cut(lo * hh / 100.0F / fy, &area->y0) && cut(hi * hh / 100.0F / fy, &area->y1) &&

@@ -34,8 +34,8 @@ public:
     {
         const float t = cfg.testField * 100.0F;
         const float lo = 100.0F - t, hi = t + 100.0F;
-        const auto hw = static_cast<float>(image.width / 2);
-        const auto hh = static_cast<float>(image.height / 2);
+        const int half_width = image.width / 2, half_height = image.height / 2;
+        const auto hw = static_cast<float>(half_width), hh = static_cast<float>(half_height);
         y0 = static_cast<int>(lo * hh / 100.0F / static_cast<float>(fy_));
         y1 = static_cast<int>(hi * hh / 100.0F / static_cast<float>(fy_));
         x0 = static_cast<int>(hw * lo / 100.0F / 2.0F);
