@@ -194,15 +194,10 @@ template <std::size_t STEP> void copy_rows(const byte_area &area, uint8_t *out)
         copy_row<STEP>(area.row + y * area.pitch, area.count, out + y * area.count);
 }
 
-// Short rows are not worth the call.
 uint64_t sum_byte_rows(const byte_area &area)
 {
-    constexpr std::size_t LONG_ROW = 512;
-    if (area.count < LONG_ROW)
-        return sum_rows<1>(area);
     uint64_t sum = 0;
-    for (std::size_t y = 0; y < area.rows; y++)
-        sum += rova_pim_sum_bytes({area.row + y * area.pitch, area.count});
+    rova_pim_sum_blocks({area.row, area.pitch, area.rows}, 0, area.count, {&sum, 1});
     return sum;
 }
 
