@@ -1,5 +1,6 @@
 // A still's way through the library, from its delivery by the capture service to the release of its
 // last buffer: against the bare calls that it makes, and against one copy of a Y plane.
+#include "bench/quiet_output.h"
 #include "lib/pim/rova_pim.h"
 #include "lib/pim/rova_pim_avcs.h"
 #include "lib/pim/rova_pim_config.h"
@@ -12,11 +13,8 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace
@@ -41,33 +39,6 @@ double median(std::vector<double> &seconds)
     std::ranges::sort(seconds);
     return seconds[seconds.size() / 2];
 }
-
-// What is printed on the way goes nowhere, and the benchmark's table stays readable.
-class QuietOutput
-{
-public:
-    QuietOutput() : output_(dup(STDOUT_FILENO)), nowhere_(open("/dev/null", O_WRONLY))
-    {
-        turn_to(nowhere_);
-    }
-    ~QuietOutput()
-    {
-        turn_to(output_);
-        close(nowhere_);
-        close(output_);
-    }
-    QuietOutput(const QuietOutput &) = delete;
-    QuietOutput &operator=(const QuietOutput &) = delete;
-
-private:
-    static void turn_to(int target)
-    {
-        std::fflush(stdout);
-        dup2(target, STDOUT_FILENO);
-    }
-    int output_;
-    int nowhere_;
-};
 
 int g_tested;
 double g_seconds;
@@ -146,7 +117,7 @@ struct Studio {
 
 void still_way(benchmark::State &state)
 {
-    const QuietOutput quiet;
+    const bench::QuietOutput quiet;
     const Studio studio;
     const std::vector<uint8_t> plane(PITCH * ROWS, 'x');
     std::vector<uint8_t> room(plane.size());
