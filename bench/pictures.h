@@ -39,23 +39,33 @@ inline uint8_t *next_picture()
     return all.data() + turn++ % PICTURES * PICTURE;
 }
 
-// Every byte, as fast as it comes.
+// Every byte, as fast as it comes: from eight places at the same time, 1 KiB apart.
 #ifdef __x86_64__
-__attribute__((target_clones("avx2", "default")))
+__attribute__((target_clones("arch=x86-64-v3", "default")))
 #endif
 inline uint64_t
 read_plain(const uint8_t *bytes, std::size_t count)
 {
-    uint64_t sums[16] = {};
-    for (std::size_t i = 0; i + sizeof(sums) <= count; i += sizeof(sums)) {
-        __builtin_prefetch(bytes + i + 8192);
-        __builtin_prefetch(bytes + i + 8192 + 64);
-        for (std::size_t k = 0; k < 16; k++) {
+    constexpr std::size_t ROW = 1024, ROWS = 8, LINE = 64;
+    uint64_t sums[LINE / sizeof(uint64_t)] = {};
+    const auto read_line = [&](const uint8_t *line) __attribute__((always_inline))
+    {
+        __builtin_prefetch(line + ROW * ROWS);
+        for (std::size_t i = 0; i < LINE; i += sizeof(uint64_t)) {
             uint64_t word;
-            std::memcpy(&word, bytes + i + k * sizeof(word), sizeof(word));
-            sums[k] ^= word;
+            std::memcpy(&word, line + i, sizeof(word));
+            sums[i / sizeof(uint64_t)] ^= word;
+        }
+    };
+    std::size_t at = 0;
+    for (; at + ROW * ROWS <= count; at += ROW * ROWS) {
+        for (std::size_t x = 0; x < ROW; x += LINE) {
+            for (std::size_t row = 0; row < ROWS; row++)
+                read_line(bytes + at + row * ROW + x);
         }
     }
+    for (; at + LINE <= count; at += LINE)
+        read_line(bytes + at);
     uint64_t all = 0;
     for (const uint64_t sum : sums)
         all ^= sum;

@@ -317,17 +317,27 @@ void sum_words(const uint16_t *__restrict lanes, std::size_t words, uint32_t *__
     }
 }
 
+template <typename VALUE> ROVA_INLINE uint32_t sum_values(const VALUE *values, std::size_t count)
+{
+    uint32_t sum = 0;
+    for (std::size_t i = 0; i < count; i++)
+        sum += values[i];
+    return sum;
+}
+
 // Calls `add` with each block and the sum of its `width` values, `step` values behind the last
-// block's.
+// block's.  Those of 8 and 16 bytes, which are one or two values, are not worth a loop.
 template <typename VALUE, typename ADD>
-void add_values(const VALUE *values, std::size_t step, std::size_t width, std::size_t blocks,
-                const ADD &add)
+ROVA_INLINE void add_values(const VALUE *values, std::size_t step, std::size_t width,
+                            std::size_t blocks, const ADD &add)
 {
     for (std::size_t block = 0; block < blocks; block++, values += step) {
-        uint32_t sum = 0;
-        for (std::size_t i = 0; i < width; i++)
-            sum += values[i];
-        add(block, sum);
+        if (width == 1)
+            add(block, values[0]);
+        else if (width == 2)
+            add(block, values[0] + values[1]);
+        else
+            add(block, sum_values(values, width));
     }
 }
 
