@@ -24,11 +24,18 @@ bool last_block_fits(const rova_pim_image &image, const rova_pim_dust_grid &grid
     return x <= size && y - 1 <= size / image.pitch && (y - 1) * image.pitch + x * step <= size;
 }
 
+// One for each pixel at least: what is worked out stays within what was delivered.
+bool has_bytes(const rova_pim_image &image)
+{
+    return static_cast<uint64_t>(int64_t{image.width} * image.height) <= image.bytes.size();
+}
+
 bool lay(const rova_pim_image &image, rova_pim_dust_grid *grid)
 {
     const int32_t step = rova_pim_luma_step(image.iCS);
     if (step == 0 || image.width <= 0 || image.height <= 0 || image.pitch <= 0 ||
-        grid->blockX <= 0 || grid->blockY <= 0)
+        grid->blockX <= 0 || grid->blockY <= 0 || grid->blockX > image.width ||
+        grid->blockY > image.height || !has_bytes(image))
         return false;
     grid->columns = blocks_in(image.width, grid->blockX);
     grid->rows = blocks_in(image.height, grid->blockY);

@@ -15,8 +15,8 @@ struct rova_pim_dust_grid {
     int32_t rows;
 };
 
-// Lays blocks over the picture.  0, or -1, reported: there is no picture, no block, no luma, or a
-// block that needs bytes behind the picture's.
+// Lays blocks over the picture.  0, or -1, reported: there is no picture, no luma, no block or one
+// larger than the picture, or one that needs bytes behind the picture's.
 int rova_pim_dust_grid_of(const rova_pim_image &image, int32_t blockX, int32_t blockY,
                           rova_pim_dust_grid *grid);
 

@@ -1,111 +1,71 @@
+#include "lib/pim/rova_pim_brightness.h"
 #include "lib/pim/rova_pim_debug.h"
-#include "lib/pim/rova_pim_dust.h"
-#include "lib/pim/rova_pim_log_sink.h"
-#include "lib/pim/rova_pim_reader.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
+#include <iterator>
 
 namespace
 {
 
 constexpr int32_t ROW_STEP = 2; // every second row is read
-constexpr int64_t LEAST = -99900;
-constexpr int64_t MOST = 99900;
 
-// What the sums are divided by; 0 or less is no size to divide by, and a picture without columns
-// has no rows to read.
+// What the sums are divided by; 0 or less is no size to divide by.  The picture's rows are read at
+// twice their distance.
 bool are_sizes(const rova_pim_image &image, int64_t divisor, const rova_pim_dust_config &cfg)
 {
-    if (divisor > 0 && image.width > 0)
+    if (divisor > 0 && image.width > 0 && image.pitch <= INT32_MAX / ROW_STEP)
         return true;
     rova_pim_report(" Image Size Error : %d x %d [ %d x %d ] \n", cfg.iImgX, cfg.iImgY, image.width,
                     image.height);
     return false;
 }
 
-// Adds up a row's luma from x0 to x1, which may be none.  False, reported: it is not in the
-// picture.
-bool add_row(const rova_pim_image &image, int32_t y, int32_t x0, int32_t x1, uint64_t &sum)
+// The rows that are read from row `from` on, as a picture of their own: every second one.
+rova_pim_image read_rows(const rova_pim_image &image, int32_t from)
 {
-    const auto [added, count] = GetAreaSum(image, {x0, y, x1, y});
-    sum += added;
-    if (count != 0 || x1 < x0)
+    const std::size_t skipped =
+        static_cast<std::size_t>(from) * static_cast<std::size_t>(image.pitch);
+    rova_pim_image rows = image;
+    rows.bytes = image.bytes.subspan(std::min(skipped, image.bytes.size()));
+    rows.pitch = image.pitch * ROW_STEP;
+    return rows;
+}
+
+// Sums the luma of every second row of a part, whose x2 and y2 are exclusive; it may be empty.
+// False, reported: a row is not in the picture.
+bool sum_rows(const rova_pim_image &image, const rova_pim_corners &part, uint64_t &sum)
+{
+    sum = 0;
+    if (part.x2 <= part.x1 || part.y2 <= part.y1)
         return true;
-    rova_pim_report(" Row Error : ( %d, %d ) ( %d, %d ) is not in the picture \n", x0, y, x1, y);
+    const int32_t last = (part.y2 - part.y1 - 1) / ROW_STEP;
+    const rova_pim_rect rect = {part.x1, 0, part.x2 - 1, last};
+    const auto [found, count] = GetAreaSum(read_rows(image, part.y1), rect);
+    sum = found;
+    if (count != 0)
+        return true;
+    rova_pim_report(" Row Error : ( %d, %d ) ( %d, %d ) is not in the picture \n", part.x1, part.y1,
+                    part.x2 - 1, part.y2 - 1);
     return false;
 }
 
-// The rows of one half of the picture, left and right.
-bool add_half(const rova_pim_image &image, int32_t from, int32_t to, uint64_t (&sums)[2])
-{
-    const int32_t middle = image.width / 2;
-    for (int64_t y = from; y < to; y += ROW_STEP) {
-        const auto row = static_cast<int32_t>(y);
-        if (!add_row(image, row, 0, middle - 1, sums[0]) ||
-            !add_row(image, row, middle, image.width - 1, sums[1]))
-            return false;
-    }
-    return true;
-}
+// Left and right above, left and right below; times 100.
+using quadrant_means = int64_t[4];
 
-// The quadrants' means, times 100: left and right above, left and right below.
-struct quadrants {
-    int64_t mean100[4];
-    int64_t max100;
-    int64_t min100;
-};
-
-int64_t mean100_of(uint64_t sum, int64_t divisor)
-{
-    return static_cast<int64_t>(sum) * 100 / divisor;
-}
-
-double hundredth(int64_t value)
-{
-    return static_cast<double>(value) / 100.0;
-}
-
-bool measure(const rova_pim_image &image, const rova_pim_dust_config &cfg, quadrants &found)
+bool measure(const rova_pim_image &image, const rova_pim_dust_config &cfg, quadrant_means &means)
 {
     const int64_t divisor = int64_t{cfg.iImgY} * (cfg.iImgX / 2) / 4;
-    const int32_t middle = cfg.iImgY / 2;
-    uint64_t upper[2] = {}, lower[2] = {};
-    if (!are_sizes(image, divisor, cfg) || !add_half(image, 0, middle, upper) ||
-        !add_half(image, middle, cfg.iImgY, lower))
+    if (!are_sizes(image, divisor, cfg))
         return false;
-    found = {{mean100_of(upper[0], divisor), mean100_of(upper[1], divisor),
-              mean100_of(lower[0], divisor), mean100_of(lower[1], divisor)},
-             LEAST,
-             MOST};
-    for (const int64_t mean100 : found.mean100) {
-        found.max100 = std::max(found.max100, mean100);
-        found.min100 = std::min(found.min100, mean100);
-    }
-    return true;
-}
-
-// The last column is the difference.
-void log_quadrants(const quadrants &found, const char *verdict, const rova_pim_dust_config &cfg)
-{
-    const auto &[l1, l2, l3, l4] = found.mean100;
-    const int64_t difference = found.max100 - found.min100;
-    rova_pim_log(" 4x AVE = %d, %d, %d, %d \n", rova_pim_narrow(l1), rova_pim_narrow(l2),
-                 rova_pim_narrow(l3), rova_pim_narrow(l4));
-    rova_pim_log(" 4x Y      = %4d - %4d  = %4d\n", rova_pim_narrow(found.max100),
-                 rova_pim_narrow(found.min100), rova_pim_narrow(difference));
-    rova_pim_log(" 4x Y Diff = %4d \n", cfg.i4xDiff100);
-    rova_pim_log(" %s, %3.2f, %3.2f, %3.2f, %3.2f, %3.2f, %3.2f , %3.2f \n", verdict, hundredth(l1),
-                 hundredth(l2), hundredth(l3), hundredth(l4), hundredth(found.max100),
-                 hundredth(found.min100), hundredth(difference));
-}
-
-bool sum_picture(const rova_pim_image &image, const rova_pim_dust_config &cfg, uint64_t &sum)
-{
-    for (int64_t y = 0; y < cfg.iImgY; y += ROW_STEP) {
-        if (!add_row(image, static_cast<int32_t>(y), 0, image.width - 1, sum))
+    const int32_t x = image.width / 2, y = cfg.iImgY / 2;
+    const rova_pim_corners parts[] = {
+        {0, 0, x, y}, {x, 0, image.width, y}, {0, y, x, cfg.iImgY}, {x, y, image.width, cfg.iImgY}};
+    for (std::size_t i = 0; i < std::size(parts); i++) {
+        uint64_t sum = 0;
+        if (!sum_rows(image, parts[i], sum))
             return false;
+        means[i] = static_cast<int64_t>(sum) * 100 / divisor;
     }
     return true;
 }
@@ -116,41 +76,19 @@ int Check4xShading(const rova_pim_image &image, rova_pim_dust_config &cfg)
 {
     if (cfg.i4xOn == 0)
         return 0;
-    rova_pim_log(" <<<<< Start Checking 4x Shading ... >>>>>");
-    rova_pim_log(" Log :,Shading ");
-    rova_pim_log(" AREA , L1 , L2 , L3, L4, MAX, MIN, " ROVA_PIM_DELTA ", Ref. " ROVA_PIM_DELTA);
-    quadrants found = {};
-    if (!measure(image, cfg, found))
-        return -1;
-    const bool pass = found.max100 - found.min100 <= cfg.i4xDiff100;
-    log_quadrants(found, pass ? "OK " : "NG", cfg);
-    cfg.i4xOk = cfg.i4xRst = pass ? 1 : 0;
-    cfg.f4xMin = static_cast<float>(hundredth(found.min100));
-    cfg.f4xMax = static_cast<float>(hundredth(found.max100));
-    cfg.f4xD = std::trunc(std::fabs(cfg.f4xMax - cfg.f4xMin));
-    rova_pim_log(" <<<<< End   Checking 4x Shading ... >>>>>");
-    return pass ? 0 : -1;
+    rova_pim_start_4x();
+    quadrant_means means = {};
+    return measure(image, cfg, means) ? rova_pim_judge_4x(means, cfg) : -1;
 }
 
 int CheckExposure(const rova_pim_image &image, rova_pim_dust_config &cfg)
 {
     if (cfg.iExpOn == 0)
         return 0;
-    rova_pim_log(" <<<<< Start Checking Exposure Image ... >>>>>");
-    rova_pim_log(" Log :,Exposure ");
-    rova_pim_log(" AREA , L , R.Max, R.Min ");
+    rova_pim_start_exposure();
     const int64_t divisor = int64_t{cfg.iImgX} * cfg.iImgY / 2;
     uint64_t sum = 0;
-    if (!are_sizes(image, divisor, cfg) || !sum_picture(image, cfg, sum))
+    if (!are_sizes(image, divisor, cfg) || !sum_rows(image, {0, 0, image.width, cfg.iImgY}, sum))
         return -1;
-    cfg.fExpY = static_cast<float>(sum) / static_cast<float>(divisor);
-    rova_pim_log(" AreaSum = %lld , AreaAve = %3.2f \n", static_cast<long long>(sum), cfg.fExpY);
-    rova_pim_log(" Ref. Luma Max / Mix = %3d / %3d \n", cfg.iExpHigh, cfg.iExpLow);
-    const bool pass = cfg.fExpY <= static_cast<float>(cfg.iExpHigh) &&
-                      cfg.fExpY >= static_cast<float>(cfg.iExpLow);
-    rova_pim_log(" %s, %3.2f, %d, %d \n", pass ? " [OK]" : " [NG]", cfg.fExpY, cfg.iExpHigh,
-                 cfg.iExpLow);
-    cfg.iExpOk = cfg.iExpRst = pass ? 1 : 0;
-    rova_pim_log(" <<<<< End   Checking Exposure Image ... >>>>>");
-    return pass ? 0 : -1;
+    return rova_pim_judge_exposure(sum, static_cast<float>(sum) / static_cast<float>(divisor), cfg);
 }

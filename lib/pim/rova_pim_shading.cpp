@@ -1,8 +1,7 @@
+#include "lib/pim/rova_pim_brightness.h"
 #include "lib/pim/rova_pim_debug.h"
-#include "lib/pim/rova_pim_dust.h"
 #include "lib/pim/rova_pim_log_sink.h"
 
-#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <iterator>
@@ -97,43 +96,32 @@ int32_t mean100_at(band_walk &walk, place at)
     return 0;
 }
 
-// The block's means and what they differ by, times 100.
-struct step_height {
-    int32_t block;
-    int32_t inner;
-    int32_t difference;
-};
-
 // A row of the log has the block's own corners.
-void log_row(const band_walk &walk, place at, const step_height &step, const char (&verdict)[3])
+void log_row(const band_walk &walk, place at, const rova_pim_shading_step &step,
+             const char (&verdict)[3])
 {
     const block in = block_at(walk, at);
-    const char word[] = {walk.band.letter, ' ', '[', verdict[0], verdict[1], ']', '\0'};
-    rova_pim_log(" %s, %d, %d, %d, %d , %3.2f, %3.2f, %3.2f, %3.2f \n", word,
-                 static_cast<int32_t>(in.from.x), static_cast<int32_t>(in.from.y),
-                 static_cast<int32_t>(in.to.x), static_cast<int32_t>(in.to.y), step.block / 100.0,
-                 step.inner / 100.0, step.difference / 100.0, walk.cfg.iShadingDiff100 / 100.0);
+    rova_pim_log_shading(walk.band.letter,
+                         {static_cast<int32_t>(in.from.x), static_cast<int32_t>(in.from.y),
+                          static_cast<int32_t>(in.to.x), static_cast<int32_t>(in.to.y)},
+                         step, verdict, walk.cfg);
 }
 
 // The first corner of a find on the far side, which is walked backwards, is one short of the
 // block's.
-void keep_find(band_walk &walk, place at, const step_height &step)
+void keep_find(band_walk &walk, place at, const rova_pim_shading_step &step)
 {
-    rova_pim_dust_config &cfg = walk.cfg;
     const block in = block_at(walk, at);
-    cfg.tShadingPos = {static_cast<int32_t>(in.from.x - (walk.band.dx < 0 ? 1 : 0)),
-                       static_cast<int32_t>(in.from.y - (walk.band.dy < 0 ? 1 : 0)),
-                       static_cast<int32_t>(in.to.x), static_cast<int32_t>(in.to.y)};
-    cfg.fShadingC = static_cast<float>(step.block / 100.0);
-    cfg.fShadingN = static_cast<float>(step.inner / 100.0);
-    cfg.fShadingD = std::trunc(std::fabs(cfg.fShadingC - cfg.fShadingN));
+    rova_pim_keep_shading({static_cast<int32_t>(in.from.x - (walk.band.dx < 0 ? 1 : 0)),
+                           static_cast<int32_t>(in.from.y - (walk.band.dy < 0 ? 1 : 0)),
+                           static_cast<int32_t>(in.to.x), static_cast<int32_t>(in.to.y)},
+                          step, walk.cfg);
 }
 
-void judge(band_walk &walk, place at, const step_height &step)
+void judge(band_walk &walk, place at, const rova_pim_shading_step &step)
 {
-    const rova_pim_dust_config &cfg = walk.cfg;
-    if (step.block >= int64_t{cfg.iShadingRef} * 100 || step.difference <= cfg.iShadingDiff100) {
-        if (cfg.iDbgOption[2] == 1)
+    if (!rova_pim_is_shading(step, walk.cfg)) {
+        if (walk.cfg.iDbgOption[2] == 1)
             log_row(walk, at, step, "OK");
         return;
     }
@@ -208,20 +196,13 @@ outcome check_bands(const rova_pim_image &image, rova_pim_dust_config &cfg)
     return all;
 }
 
-void log_start()
-{
-    rova_pim_log(" <<<<< Start Checking Shading Image ... >>>>>");
-    rova_pim_log(" Log :,SangGaRim ");
-    rova_pim_log(" AREA , X1 , Y1 , X2, Y2, L1, L2, " ROVA_PIM_DELTA ", Ref. " ROVA_PIM_DELTA);
-}
-
 } // namespace
 
 int CheckSangGaRim(const rova_pim_image &image, rova_pim_dust_config &cfg)
 {
     if (cfg.iShadingOn == 0)
         return 0;
-    log_start();
+    rova_pim_start_shading();
     if (cfg.iBlockX <= 0 || cfg.iBlockY <= 0) {
         rova_pim_report(" Shading Block Error : %d x %d \n", cfg.iBlockX, cfg.iBlockY);
         return -1;
@@ -229,10 +210,5 @@ int CheckSangGaRim(const rova_pim_image &image, rova_pim_dust_config &cfg)
     const outcome result = check_bands(image, cfg);
     if (result == outcome::refused)
         return -1;
-    cfg.iShadingOk = cfg.iShadingRst = result == outcome::passed ? 1 : 0;
-    if (result == outcome::found)
-        rova_pim_log(" Shading POS : (%5d, %5d) (%5d, %5d) \n", cfg.tShadingPos.x1,
-                     cfg.tShadingPos.y1, cfg.tShadingPos.x2, cfg.tShadingPos.y2);
-    rova_pim_log(" <<<<< End   Checking Shading Image ... >>>>>");
-    return result == outcome::passed ? 0 : -1;
+    return rova_pim_end_shading(result == outcome::found, cfg);
 }

@@ -24,6 +24,18 @@ public:
     {
     }
 
+    int check_all()
+    {
+        if (c.iShadingOn == 0 && c.i4xOn == 0 && c.iExpOn == 0 && c.iDustOn == 0)
+            return 0;
+        rova_pim_log(" <<<<< Start Checking Dust All ... >>>>>");
+        const bool passed = all_shading() && all_4x() && all_exposure();
+        if (passed && c.iDustOn != 0)
+            all_dust();
+        rova_pim_log(" <<<<< End Checking Dust All ... >>>>>");
+        return passed ? 0 : -1;
+    }
+
     int check()
     {
         if (c.iDustOn == 0)
@@ -140,6 +152,131 @@ protected:
     std::vector<rova_pim_dust_spot> blobs;
 
 private:
+    bool all_shading()
+    {
+        if (c.iShadingOn == 0)
+            return true;
+        rova_pim_log(" <<<<< Start Checking Shading Image ... >>>>> Log :,SangGaRim "
+                     " AREA , X1 , Y1 , X2, Y2, L1, L2, \xA5\xC4, Ref. \xA5\xC4");
+        bool found = false;
+        for (int y = 0; y < im.height && !found; y += c.iBlockY)
+            for (int x = 0; x < im.width && !found; x += c.iBlockX)
+                found = is_found(x, y);
+        if (found)
+            rova_pim_log(" Shading POS : (%5d, %5d) (%5d, %5d) \n", c.tShadingPos.x1,
+                         c.tShadingPos.y1, c.tShadingPos.x2, c.tShadingPos.y2);
+        else
+            rova_pim_log(" Shading is OK in Region A \n Shading is OK in Region D \n"
+                         " Shading is OK in Region E \n");
+        c.iShadingOk = c.iShadingRst = found ? 0 : 1;
+        rova_pim_log(" <<<<< End   Checking Shading Image ... >>>>>");
+        return !found;
+    }
+    bool is_found(int x, int y)
+    {
+        const int bx = c.iBlockX, by = c.iBlockY;
+        const char here = GetShadingMark(x, y, c);
+        int C = 0, N = 0;
+        if (here == 'A' && y + by < im.height && GetShadingMark(x, y + by, c) == 'A') {
+            C = mean100(x, y);
+            N = mean100(x, y + by);
+        } else if ((here == 'D' || here == 'E') && x >= bx &&
+                   GetShadingMark(x - bx, y, c) == here) {
+            C = mean100(x - bx, y);
+            N = mean100(x, y);
+        } else {
+            return false;
+        }
+        const int d = std::abs(C - N);
+        const bool found = C < c.iShadingRef * 100 && d > c.iShadingDiff100;
+        if (found) {
+            c.tShadingPos = {x, y, x + bx - 1, y + by - 1};
+            c.fShadingC = static_cast<float>(C / 100.0);
+            c.fShadingN = static_cast<float>(N / 100.0);
+            c.fShadingD = static_cast<float>(static_cast<int>(std::abs(c.fShadingC - c.fShadingN)));
+            rova_pim_log(" Found SangGaRim Area in %c Region : (%4d, %4d)  : C_AVE100 = %5d, "
+                         "N_AVE100 = %5d, DIFF100 = %5d \n\n",
+                         here, x, y, C, N, d);
+        }
+        if (found || c.iDbgOption[2] == 1)
+            rova_pim_log(" %c [%s], %d, %d, %d, %d , %3.2f, %3.2f, %3.2f, %3.2f \n", here,
+                         found ? "NG" : "OK", x, y, x + bx - 1, y + by - 1, C / 100.0, N / 100.0,
+                         d / 100.0, c.iShadingDiff100 / 100.0);
+        if (found)
+            rova_pim_log(" Shading is FAIL in Region %c \n", here);
+        return found;
+    }
+    int64_t sum_of(bool left, bool upper) const
+    {
+        int64_t sum = 0;
+        for (int y = 0; y < im.height; y += c.iBlockY)
+            for (int x = 0; x < im.width; x += c.iBlockX)
+                if ((x < c.iImgX / 2) == left && (y < c.iImgY / 2) == upper)
+                    sum += block_sum(x, y);
+        return sum;
+    }
+    bool all_4x()
+    {
+        if (c.i4xOn == 0)
+            return true;
+        rova_pim_log(" <<<<< Start Checking 4x Shading ... >>>>> Log :,Shading "
+                     " AREA , L1 , L2 , L3, L4, MAX, MIN, \xA5\xC4, Ref. \xA5\xC4");
+        const int64_t divisor = int64_t{c.iImgY} * (c.iImgX / 2) / 2;
+        const auto l1 = static_cast<int>(sum_of(true, true) * 100 / divisor);
+        const auto l2 = static_cast<int>(sum_of(false, true) * 100 / divisor);
+        const auto l3 = static_cast<int>(sum_of(true, false) * 100 / divisor);
+        const auto l4 = static_cast<int>(sum_of(false, false) * 100 / divisor);
+        const int max = std::max({-99900, l1, l2, l3, l4});
+        const int min = std::min({99900, l1, l2, l3, l4});
+        const bool ok = max - min <= c.i4xDiff100;
+        rova_pim_log(" 4x AVE = %d, %d, %d, %d \n", l1, l2, l3, l4);
+        rova_pim_log(" 4x Y      = %4d - %4d  = %4d\n", max, min, max - min);
+        rova_pim_log(" 4x Y Diff = %4d \n", c.i4xDiff100);
+        rova_pim_log(" %s, %3.2f, %3.2f, %3.2f, %3.2f, %3.2f, %3.2f , %3.2f \n", ok ? "OK " : "NG",
+                     l1 / 100.0, l2 / 100.0, l3 / 100.0, l4 / 100.0, max / 100.0, min / 100.0,
+                     (max - min) / 100.0);
+        c.i4xOk = c.i4xRst = ok ? 1 : 0;
+        c.f4xMin = static_cast<float>(min / 100.0);
+        c.f4xMax = static_cast<float>(max / 100.0);
+        c.f4xD = static_cast<float>(static_cast<int>(std::abs(c.f4xMax - c.f4xMin)));
+        rova_pim_log(" <<<<< End   Checking 4x Shading ... >>>>>");
+        return ok;
+    }
+    bool all_exposure()
+    {
+        if (c.iExpOn == 0)
+            return true;
+        rova_pim_log(" <<<<< Start Checking Exposure Image ... >>>>> Log :,Exposure "
+                     " AREA , L , R.Max, R.Min ");
+        const int64_t sum =
+            sum_of(true, true) + sum_of(true, false) + sum_of(false, true) + sum_of(false, false);
+        c.fExpY = static_cast<float>(sum / (int64_t{c.iImgX} * c.iImgY));
+        const bool ok =
+            c.fExpY >= static_cast<float>(c.iExpLow) && c.fExpY <= static_cast<float>(c.iExpHigh);
+        rova_pim_log(" AreaSum = %lld , AreaAve = %3.2f \n", static_cast<long long>(sum), c.fExpY);
+        rova_pim_log(" Ref. Luma Max / Mix = %3d / %3d \n", c.iExpHigh, c.iExpLow);
+        rova_pim_log("  [%s], %3.2f, %d, %d \n", ok ? "OK" : "NG", c.fExpY, c.iExpHigh, c.iExpLow);
+        c.iExpOk = c.iExpRst = ok ? 1 : 0;
+        rova_pim_log(" <<<<< End   Checking Exposure Image ... >>>>>");
+        return ok;
+    }
+    void all_dust()
+    {
+        search(true);
+        merge_once();
+        c.iDCnt = static_cast<int>(blobs.size());
+        rova_pim_log(">>>> iDCnt = %d \n", c.iDCnt);
+        for (int i = 0; i < c.iDCnt && i < 32; i++) {
+            const rova_pim_dust_spot &b = blobs[static_cast<std::size_t>(i)];
+            c.tDust[i].x1 = b.x1;
+            c.tDust[i].y1 = b.y1;
+            c.tDust[i].x2 = b.x2;
+            c.tDust[i].y2 = b.y2;
+            rova_pim_log(" DUST[%d] = (%4d, %4d), (%4d, %4d) \n", i, b.x1, b.y1, b.x2, b.y2);
+        }
+        verdict();
+    }
+
     std::size_t width() const { return static_cast<std::size_t>(im.width); }
     int last() const { return im.width - 1; }
     int at(int64_t x) const

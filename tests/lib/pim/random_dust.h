@@ -3,6 +3,7 @@
 
 #include "lib/pim/rova_pim_dust.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <random>
 #include <vector>
@@ -22,12 +23,12 @@ public:
     {
         width_ = number(1, chance(20) ? 700 : 90);
         height_ = number(1, 70);
-        cfg.iBlockX = number(1, chance(80) ? 8 : 40);
-        cfg.iBlockY = number(1, chance(80) ? 8 : 40);
+        cfg.iBlockX = number(1, std::min(width_, chance(80) ? 8 : 40));
+        cfg.iBlockY = number(1, std::min(height_, chance(80) ? 8 : 40));
         cfg.iSmallOffset = number(0, chance(90) ? 3 : 60);
         cfg.iBigOffset = number(0, chance(90) ? 5 : 60);
-        cfg.iImgX = chance(60) ? width_ : number(2, 2 * width_ + 1);
-        cfg.iImgY = chance(60) ? height_ : number(4, 2 * height_ + 4);
+        cfg.iImgX = chance(60) ? std::max(width_, 2) : number(2, 2 * width_ + 1);
+        cfg.iImgY = chance(60) ? std::max(height_, 4) : number(4, 2 * height_ + 4);
         switches(cfg);
         areas(cfg);
         shading(cfg);

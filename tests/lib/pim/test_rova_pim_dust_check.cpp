@@ -345,12 +345,12 @@ TEST_F(Dust, NoByteBehindThePictureIsRead)
 
 TEST_F(Dust, SizesWithoutBlocksAreRefused)
 {
-    for (const int32_t size : {0, -1, INT_MIN, INT_MAX, 321}) {
+    for (const int32_t size : {0, -1, INT_MIN, INT_MAX, 161}) {
         cfg.iBlockX = 8;
         cfg.iBlockY = size;
         expect_refused(" Dust Block Error : 8 x " + std::to_string(size) + " [ 320 x 160");
         cfg.iBlockY = 8;
-        cfg.iBlockX = size == 321 ? 60000 : size;
+        cfg.iBlockX = size == 161 ? 321 : size;
         expect_refused(" Dust Block Error : " + std::to_string(cfg.iBlockX) + " x 8 [ 320 x 160");
     }
 }
@@ -374,6 +374,10 @@ TEST_F(Dust, PicturesWithoutPixelsAreRefused)
     image = good;
     image.height = INT_MAX;
     expect_refused(" Dust Block Error : 8 x 8 [ 320 x 2147483647");
+    image = good;
+    image.width = image.height = 25000; // would read each byte many times
+    image.pitch = 1;
+    expect_refused(" Dust Block Error : 8 x 8 [ 25000 x 25000, STRIDE = 1");
 }
 
 TEST_F(Dust, NegativeOffsetsAreRefused)

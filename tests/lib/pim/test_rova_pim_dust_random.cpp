@@ -84,3 +84,31 @@ TEST_P(RandomDustRun, CheckDustDoesAsThePlainSearch)
     EXPECT_GT(crowded, 5);
     EXPECT_GT(bitmaps, 200);
 }
+
+TEST_P(RandomDustRun, CheckDustAllDoesAsThePlainPass)
+{
+    int32_t number = last_number(CheckDustAll);
+    int shaded = 0, quartered = 0, exposed = 0, found = 0, passed = 0;
+    for (uint32_t seed = 0; seed < 1500; seed++) {
+        test::RandomDust random(seed);
+        rova_pim_dust_config before = {};
+        random.configure(before);
+        before.iDustOk = before.i4xOk = before.iExpOk = before.iShadingOk = PIM_NO_RESULT;
+        const rova_pim_image picture = random.picture(before);
+        const outcome fast = run(before, [&](auto &after) { return CheckDustAll(picture, after); });
+        const outcome plain = run(before, [&](auto &after) {
+            return test::PlainDust(picture, after, number).check_all();
+        });
+        ASSERT_TRUE(fast == plain) << seed << "\n" << fast.text << "\n" << plain.text;
+        shaded += fast.cfg.iShadingOk == 0 ? 1 : 0;
+        quartered += fast.cfg.i4xOk == 0 ? 1 : 0;
+        exposed += fast.cfg.iExpOk == 0 ? 1 : 0;
+        found += fast.cfg.iDustOk == 0 ? 1 : 0;
+        passed += fast.result == 0 && fast.cfg.iShadingOk == 1 ? 1 : 0;
+    }
+    EXPECT_GT(shaded, 50);
+    EXPECT_GT(quartered, 50);
+    EXPECT_GT(exposed, 50);
+    EXPECT_GT(found, 200);
+    EXPECT_GT(passed, 50);
+}
