@@ -29,10 +29,13 @@ struct rgb_lanes {
     uint16_t blue[PANEL / 2 + CHUNK];
 };
 
+// What the next pass reads in the same columns, into the second cache; of a single row what comes
+// further on.
 template <int ROWS> ROVA_INLINE void fetch(const uint8_t *at, std::size_t pitch)
 {
+    const std::size_t ahead = ROWS > 1 ? ROWS * pitch : AHEAD;
     for (int row = 0; row < ROWS; row++)
-        __builtin_prefetch(at + static_cast<std::size_t>(row) * pitch + AHEAD);
+        __builtin_prefetch(at + static_cast<std::size_t>(row) * pitch + ahead, 0, 2);
 }
 
 template <int ROWS>
