@@ -142,6 +142,15 @@ void BM_LineNoise(benchmark::State &state, bool portable)
         });
 }
 
+// Shading, 4x shading, exposure and dust.
+void BM_CheckDustAll(benchmark::State &state, bool portable)
+{
+    Dust dust;
+    bench::compare(state, portable, read_luma, [&](const uint8_t *picture) {
+        expect_passed(CheckDustAll(image_of(picture), dust.cfg), state);
+    });
+}
+
 void BM_4xShading(benchmark::State &state, bool portable)
 {
     Dust dust;
@@ -172,6 +181,18 @@ void BM_CheckDust(benchmark::State &state, bool portable)
         });
 }
 
+void BM_CheckDustAll(benchmark::State &state, bool portable)
+{
+    Dust dust;
+    int32_t number = 0;
+    compare_with_plain(
+        state, portable, read_luma,
+        [&](const rova_pim_image &image) { return CheckDustAll(image, dust.cfg); },
+        [&](const rova_pim_image &image) {
+            return test::PlainDust(image, dust.cfg, number).check_all();
+        });
+}
+
 BENCHMARK_CAPTURE(BM_RunNoise, best, false)->UseManualTime();
 BENCHMARK_CAPTURE(BM_RunNoise, portable, true)->UseManualTime();
 BENCHMARK_CAPTURE(BM_DotNoise, best, false)->UseManualTime();
@@ -182,6 +203,10 @@ BENCHMARK_CAPTURE(BM_LineNoise, best, false)->UseManualTime();
 BENCHMARK_CAPTURE(BM_LineNoise, portable, true)->UseManualTime();
 BENCHMARK_CAPTURE(BM_CheckDust, best, false)->UseManualTime();
 BENCHMARK_CAPTURE(BM_CheckDust, portable, true)->UseManualTime();
+BENCHMARK_CAPTURE(BM_CheckDustAll, best, false)->UseManualTime();
+BENCHMARK_CAPTURE(BM_CheckDustAll, portable, true)->UseManualTime();
+BENCHMARK_CAPTURE(BM_CheckDustAll, best, false)->UseManualTime();
+BENCHMARK_CAPTURE(BM_CheckDustAll, portable, true)->UseManualTime();
 BENCHMARK_CAPTURE(BM_4xShading, best, false)->UseManualTime();
 BENCHMARK_CAPTURE(BM_4xShading, portable, true)->UseManualTime();
 BENCHMARK_CAPTURE(BM_Exposure, best, false)->UseManualTime();
