@@ -490,7 +490,8 @@ TEST_F(MovieFrame, AFrameThatCannotBeIsRefused)
                   {rova_pim_plane(0xffffffff), 2, 2}};
     int32_t refused = 0;
     for (const auto &[y, width, height] : frames) {
-        printed = test::captured_output([&] { CheckMovie(y, width, height, 10); });
+        printed = test::captured_output(
+            [y = y, width = width, height = height] { CheckMovie(y, width, height, 10); });
         expect_refused(" ERROR :  no frame 10 of " + std::to_string(width) + " x ", ++refused);
     }
     EXPECT_EQ(rova_pim_movie_done[0], 0);

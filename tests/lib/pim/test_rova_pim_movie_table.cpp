@@ -4,7 +4,6 @@
 
 #include <climits>
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;

@@ -21,7 +21,6 @@ using test::NG;
 using test::OK;
 using testing::ContainsRegex;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
