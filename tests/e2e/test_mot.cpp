@@ -95,6 +95,46 @@ constexpr char ONE_STILL[] = "mot set pimode\n"
 
 using Texts = std::vector<std::string>;
 
+// The lines of a group are left out of the file.
+void leave_out(e2e::MotConfig &config, int chart)
+{
+    constexpr int GROUP_LINES = 27;
+    for (int number = 1; number <= GROUP_LINES; number++)
+        config.group_line(chart, number, "");
+}
+
+// A row of QA or tilt mode.
+struct ShotRow {
+    Texts exif;
+    std::vector<int> values;
+    std::string brightness;
+    std::string result;
+};
+
+ShotRow read_shot(const std::string &line)
+{
+    const Texts cells = e2e::result_cells(line);
+    ShotRow row;
+    row.exif.assign(cells.begin(), cells.begin() + 5);
+    for (std::size_t i = 5; i < 15; i++)
+        row.values.push_back(std::stoi(cells.at(i)));
+    row.brightness = cells.at(15);
+    row.result = cells.at(16);
+    return row;
+}
+
+constexpr char SHOT_TITLE[] = " FILE    , F.Num, SHTTR , ISO, 35mm F.Len , CN_H , CN_V , LT_H , "
+                              "LT_V , LB_H , LB_V , RT_H , RT_V , RB_H , RB_V , Y-VAL, RESULT ";
+
+// What follows the configuration where each still has a row of its own.
+std::string shots(int count)
+{
+    std::string lines = "mot set pimode\nmot read_config\nmot set_chart wide\n";
+    for (int i = 0; i < count; i++)
+        lines += "capture still\n";
+    return lines + "mot display_result on mot.csv\n";
+}
+
 } // namespace
 
 TEST(Mot, ThreeChartsOfFiveLevelsAreJudgedAsTheyWereDrawn)
@@ -238,6 +278,115 @@ TEST(Mot, AStillOfAnotherSizeThanConfiguredGivesNoValueAndNoCrash)
     EXPECT_EQ(station.run_lines(ONE_STILL).status, 0) << "there is a verdict";
     EXPECT_EQ(station.csv().verdicts, Texts(LEVELS, "NG"));
     EXPECT_EQ(station.csv().charts[WIDE].at(2).values[0], FLOOR);
+}
+
+// The fourth of five stills.
+TEST(Mot, EveryAlgorithmFindsTheLevelThatIsSharpest)
+{
+    for (const char *algorithm : {"1", "2", "3"}) {
+        MotStation station;
+        std::string lines = "mot set pimode\nmot read_config\nmot set_chart wide\n";
+        for (int level = -2; level <= 2; level++) {
+            fit(station.config, station.draw(blur_of(TELE, level)), PASS);
+            lines += "capture still\n";
+        }
+        station.config.line(57, "200"); // no level has so much to spare
+        station.config.line(59, "1 0 0");
+        leave_out(station.config, TELE);
+        leave_out(station.config, MID);
+        station.config.group_line(WIDE, 27, algorithm);
+        EXPECT_EQ(station.run_lines(lines + "mot display_result on mot.csv\n").status, 0);
+        EXPECT_EQ(station.drawn(40), Texts{"1,-,-,OK,-,-"}) << algorithm;
+    }
+}
+
+TEST(Mot, AnotherAlgorithmDecidesNothing)
+{
+    MotStation station;
+    fit(station.config, station.draw(1), PASS);
+    station.config.group_line(WIDE, 27, "4");
+    EXPECT_EQ(station.run_lines(ONE_STILL).status, 1);
+    EXPECT_EQ(station.drawn(20), Texts{"Picture Count Wrong!!!"});
+    EXPECT_EQ(station.read("/sdcard/mot.csv"), "Index,CIS S/N,\r\n1,0,\r\n");
+}
+
+TEST(Mot, TheMidChartsGroupFollowsTheWideOnesWhereTeleIsNotUsed)
+{
+    MotStation station;
+    fit(station.config, station.draw(1), PASS);
+    station.config.line(59, "1 0 1");
+    leave_out(station.config, TELE);
+    EXPECT_EQ(station
+                  .run_lines("mot set pimode\nmot read_config\nmot set_range wide 0 0 0 0\n"
+                             "mot set_range mid 0 0 5 1\nmot set_chart mid\ncapture still\n"
+                             "mot display_result on mot.csv\n")
+                  .status,
+              0);
+    EXPECT_EQ(station.drawn(40), Texts{"-,-,0,-,-,OK"});
+    EXPECT_EQ(station.csv().charts[MID].at(2).result, "OK");
+    EXPECT_EQ(station.csv().charts[TELE].at(2).result, "-");
+}
+
+TEST(Mot, AMidChartThatIsNotUsedHasNoColumns)
+{
+    MotStation station;
+    fit(station.config, station.draw(1), PASS);
+    station.config.line(59, "1 0 0");
+    leave_out(station.config, TELE);
+    leave_out(station.config, MID);
+    EXPECT_EQ(station
+                  .run_lines("mot set pimode\nmot read_config\nmot set_range wide 0 0 5 1\n"
+                             "mot set_chart wide\ncapture still\n"
+                             "mot display_result on mot.csv\n")
+                  .status,
+              0);
+    EXPECT_EQ(station.drawn(40), Texts{"0,-,-,OK,-,-"});
+    const std::string csv = station.read("/sdcard/mot.csv");
+    EXPECT_TRUE(
+        csv.starts_with("Index,CIS S/N, TIME,WIDE,AF LOG,TELE,AF LOG,Defect_Result, TOTAL "))
+        << csv;
+    EXPECT_EQ(csv.find("MID"), std::string::npos);
+}
+
+TEST(Mot, InQaModeEveryStillHasARowInTheFile)
+{
+    MotStation station;
+    fit(station.config, station.draw(1), PASS);
+    const nlohmann::json blurred = station.draw(4);
+    station.config.line(4, "0");
+    station.config.line(18, "1");
+    station.config.line(19, "2");
+    EXPECT_EQ(station.run_lines(shots(2)).status, 1) << "there is no verdict of charts";
+    EXPECT_EQ(station.drawn(20), Texts{"Picture Count Wrong!!!"});
+    const Texts lines = test::lines_of(station.read("/sdcard/mot_result.txt"));
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_EQ(lines[0], SHOT_TITLE);
+    const ShotRow sharp = read_shot(lines[1]), soft = read_shot(lines[2]);
+    // Told is the name behind that of the application's latest still.
+    EXPECT_EQ(sharp.exif, (Texts{"IMG_0002.JPG", "28/10", "1/125sec", "100", "50mm"}));
+    EXPECT_EQ(soft.exif[0], "IMG_0003.JPG");
+    EXPECT_EQ(sharp.result, "OK");
+    EXPECT_EQ(soft.result, "NG");
+    EXPECT_EQ(sharp.brightness, std::to_string(blurred["level"].get<int>()));
+    for (const int value : soft.values)
+        expect_resolved(value, blurred);
+}
+
+// A tilted camera is measured without the correction by the size of the chart.
+TEST(Mot, InTiltModeTheValuesAreNotCorrected)
+{
+    MotStation station;
+    const nlohmann::json chart = station.draw(2);
+    fit(station.config, chart, PASS);
+    station.config.line(18, "2");
+    station.config.line(25, "1"); // a middle wedge that is far too long: values would be the floor
+    EXPECT_EQ(station.run_lines(shots(1)).status, 1) << "there is no verdict of charts";
+    const Texts lines = test::lines_of(station.read("/sdcard/mot.csv"));
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_TRUE(lines[0].starts_with(std::string("Index,CIS S/N,") + SHOT_TITLE)) << lines[0];
+    const ShotRow row = read_shot(lines[1].substr(lines[1].find("0,") + 2));
+    for (const int value : row.values)
+        expect_resolved(value, chart);
 }
 
 TEST(Mot, TheAlignmentEndsWhenAllMarkersAreInView)
