@@ -142,15 +142,6 @@ void BM_LineNoise(benchmark::State &state, bool portable)
         });
 }
 
-// Shading, 4x shading, exposure and dust.
-void BM_CheckDustAll(benchmark::State &state, bool portable)
-{
-    Dust dust;
-    bench::compare(state, portable, read_luma, [&](const uint8_t *picture) {
-        expect_passed(CheckDustAll(image_of(picture), dust.cfg), state);
-    });
-}
-
 void BM_4xShading(benchmark::State &state, bool portable)
 {
     Dust dust;
@@ -181,6 +172,7 @@ void BM_CheckDust(benchmark::State &state, bool portable)
         });
 }
 
+// Shading, 4x shading, exposure and dust.
 void BM_CheckDustAll(benchmark::State &state, bool portable)
 {
     Dust dust;
@@ -203,8 +195,6 @@ BENCHMARK_CAPTURE(BM_LineNoise, best, false)->UseManualTime();
 BENCHMARK_CAPTURE(BM_LineNoise, portable, true)->UseManualTime();
 BENCHMARK_CAPTURE(BM_CheckDust, best, false)->UseManualTime();
 BENCHMARK_CAPTURE(BM_CheckDust, portable, true)->UseManualTime();
-BENCHMARK_CAPTURE(BM_CheckDustAll, best, false)->UseManualTime();
-BENCHMARK_CAPTURE(BM_CheckDustAll, portable, true)->UseManualTime();
 BENCHMARK_CAPTURE(BM_CheckDustAll, best, false)->UseManualTime();
 BENCHMARK_CAPTURE(BM_CheckDustAll, portable, true)->UseManualTime();
 BENCHMARK_CAPTURE(BM_4xShading, best, false)->UseManualTime();
