@@ -144,7 +144,7 @@ TEST(VcamScreen, PngShowsRectanglesAsFramesAndLinesFilled)
     const test::Camera camera;
     set_up_screen();
     factory_osd_draw(FACTORY_OSD_DRAW_RECTANGLE, "100,50,40,30,green");
-    factory_osd_draw(FACTORY_OSD_DRAW_RECTANGLE, "300, 50, 40, 30, red");
+    factory_osd_draw(FACTORY_OSD_DRAW_RECTANGLE, "300, 50, 339, 79, red");
     factory_osd_draw(FACTORY_OSD_DRAW_LINE, "500, 0, 4, 480, red");
     const image shown = draw(camera);
     const std::vector<int> blue = {0, 0, 255}, red = {255, 0, 0}, green = {0, 128, 0};
@@ -266,6 +266,10 @@ TEST(VcamScreen, OddDrawingsAreDrawnAsFarAsTheyGo)
     const char *far = "-2147483648,-2147483648,2147483647,2147483647,red";
     factory_osd_draw(FACTORY_OSD_DRAW_LINE, far);
     factory_osd_draw(FACTORY_OSD_DRAW_RECTANGLE, far);
+    for (const char *text :
+         {"2147483647, 0, -2147483648, 9, red", "-2147483648, -9, 2147483647, -1, red",
+          "9, 9, 8, 8, red"})
+        factory_osd_draw(FACTORY_OSD_DRAW_RECTANGLE, text);
     EXPECT_EQ(draw(camera).count(0, 480, 0, 0, 255), 720 * 480);
     factory_osd_draw(FACTORY_OSD_DRAW_LINE, "700,470,2147483647,2147483647,red");
     EXPECT_EQ(draw(camera).count(0, 480, 255, 0, 0), 20 * 10);

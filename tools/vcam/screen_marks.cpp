@@ -37,6 +37,18 @@ bool read_box(const std::string &text, std::array<int, 4> &box, screen_color &co
     return read == 5;
 }
 
+// A rectangle is told by its place and size, or, with blanks, by two corners.
+bool is_told_by_corners(const std::string &text)
+{
+    return text.find(", ") == text.find(',');
+}
+
+// The size from one corner to the other, both included, as far as an int holds it.
+int length_to(int from, int to)
+{
+    return static_cast<int>(std::clamp<int64_t>(int64_t{to} - from + 1, 0, INT32_MAX));
+}
+
 screen_color color_of_result(const std::string &word)
 {
     return word == "OK" ? GREEN : word == "NG" ? RED : WHITE;
@@ -127,8 +139,13 @@ bool screen_drawing::draw_rectangle(const screen_mark &mark)
 {
     std::array<int, 4> at = {};
     screen_color color = {};
-    if (read_box(mark.text, at, color))
-        draw_frame({at[0], at[1], at[2], at[3]}, color);
+    if (!read_box(mark.text, at, color))
+        return true;
+    const auto [x, y, x2, y2] = at;
+    if (is_told_by_corners(mark.text))
+        draw_frame({x, y, length_to(x, x2), length_to(y, y2)}, color);
+    else
+        draw_frame({x, y, x2, y2}, color);
     return true;
 }
 

@@ -46,13 +46,14 @@ enum factory_osd_drawing {
     FACTORY_OSD_DRAW_NG = 20,        /* the NG mark, with a text, which may be empty */
     FACTORY_OSD_DRAW_LINE = 30,      /* upright: "x, y, w, h, colour" */
     FACTORY_OSD_DRAW_TABLE = 40,     /* a table of results */
-    FACTORY_OSD_DRAW_RECTANGLE = 50, /* its frame: "x,y,w,h,colour" */
+    FACTORY_OSD_DRAW_RECTANGLE = 50, /* its frame: "x,y,w,h,colour" or "x1, y1, x2, y2, colour" */
     FACTORY_OSD_DRAW_CLEAR = 60,     /* takes all drawings away; "0" */
     FACTORY_OSD_DRAW_GAUGE = 70,
 };
 
 /* Put a drawing over what is there.  In a line and a rectangle the numbers are pixels of the
- * display, the colour a word such as "red", and blanks behind a comma do not count. */
+ * display, the colour a word such as "red".  A rectangle with a blank behind its first comma is told
+ * by two corners, both of them in it; in a line blanks do not count. */
 int factory_osd_draw(int kind, const char *text);
 
 enum factory_osd_touch_state {
