@@ -52,7 +52,7 @@ rova_pim_corners on_lcd(const rova_pim_corners &place)
             scaled(place.y2, cfgDust.iLcdY, cfgDust.iImgY)};
 }
 
-// What is told of a find is its second corner, not the frame's size.
+// By corners: with blanks, not as the markers' windows are told.
 void draw_corners(const rova_pim_corners &place)
 {
     char text[64];
