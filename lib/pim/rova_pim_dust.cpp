@@ -25,11 +25,19 @@ struct dust_check {
     const char *failed;
 };
 
+// Sizes that it refuses leave a record without the verdict on the picture before.
+int check_dust(const rova_pim_image &image, rova_pim_dust_config &cfg)
+{
+    if (cfg.iDustOn != 0)
+        cfg.iDustOk = cfg.iDustRst = PIM_NO_RESULT;
+    return CheckDust(image, cfg);
+}
+
 constexpr dust_check CHECKS[] = {
     {CheckSangGaRim, " ERROR ~~! : Found Shading Error. "},
     {Check4xShading, " ERROR ~~! : Found 4xShading Error/ "},
     {CheckExposure, " ERROR ~~! : Found Exposure Error. "},
-    {CheckDust, " ERROR ~~! : Found E Error. "},
+    {check_dust, " ERROR ~~! : Found E Error. "},
     {CheckColorShading, " ERROR ~~~! : Found Color Shading Error. "},
 };
 
@@ -54,15 +62,12 @@ int run_checks(const rova_pim_image &image, rova_pim_dust_config &cfg)
     return result;
 }
 
-int run_all_in_one_pass(const rova_pim_image &image, rova_pim_dust_config &cfg)
+// A check that did not run, since one before it failed, counts against the picture.  So does one
+// that refused it: the verdict in the record is still that on another picture.
+int32_t find_total(const rova_pim_dust_config &cfg, int result)
 {
-    CheckDustAll(image, cfg);
-    return 0;
-}
-
-// A check that did not run, since one before it failed, counts against the picture.
-int32_t find_total(const rova_pim_dust_config &cfg)
-{
+    if (result == -1)
+        return 0;
     struct verdict {
         int32_t on;
         int32_t ok;
@@ -93,13 +98,13 @@ int RunDust(const rova_pim_image &image, rova_pim_dust_config &cfg)
     rova_pim_debug(START);
     rova_pim_debug(PIM_RULE);
     const bool in_one_pass = cfg.iDbgOption[ALL_IN_ONE_PASS] != 0;
-    const int result = in_one_pass ? run_all_in_one_pass(image, cfg) : run_checks(image, cfg);
-    cfg.iTotal = find_total(cfg);
+    const int result = in_one_pass ? CheckDustAll(image, cfg) : run_checks(image, cfg);
+    cfg.iTotal = find_total(cfg, result);
     rova_pim_log_close();
     WriteDustResult(cfg);
     rova_pim_debug(END);
     rova_pim_debug_close();
     if (const rova_pim_dust_hook call = hook; call != nullptr && cfg.iDbgOption[HOOK] != 0)
         call(image);
-    return result;
+    return in_one_pass ? 0 : result;
 }

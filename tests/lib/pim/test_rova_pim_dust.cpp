@@ -170,6 +170,18 @@ TEST_F(DustTest, WithAllChecksOffThereIsNoTotal)
     EXPECT_EQ(cfg.iTotal, NONE);
 }
 
+TEST_F(DustTest, ASwitchIsOnUnlessItIsZero)
+{
+    for (int32_t *on : switches())
+        *on = 2;
+    run();
+    EXPECT_THAT(verdicts(), ElementsAre(1, 1, 1, 1, 1));
+    EXPECT_EQ(cfg.iTotal, 1);
+    spoil_place();
+    run();
+    EXPECT_EQ(cfg.iTotal, 0);
+}
+
 TEST_F(DustTest, AnEarlierFailureCountsWhereACheckDoesNotRun)
 {
     spoil_exposure();
@@ -188,6 +200,40 @@ TEST_F(DustTest, ACheckThatRefusesItsSizesHasNoVerdictAndFails)
     EXPECT_THAT(run(), HasSubstr(" ERROR ~~~! : Found Color Shading Error. "));
     EXPECT_THAT(verdicts(), ElementsAre(1, 1, 1, 1, NONE));
     EXPECT_EQ(cfg.iTotal, 0);
+}
+
+// The verdict that a picture before it left is not its own.
+TEST_F(DustTest, APictureThatACheckRefusesHasNotPassed)
+{
+    for (const int32_t in_one_pass : {0, 1}) {
+        cfg.iDbgOption[1] = in_one_pass;
+        for (int32_t *on : switches()) {
+            for (int32_t *other : switches())
+                *other = other == on ? 1 : 0;
+            if (in_one_pass != 0 && on == &cfg.iCsOn)
+                continue; // it does not run
+            run();
+            EXPECT_EQ(cfg.iTotal, 1);
+            const rova_pim_image whole = picture->image;
+            picture->image.bytes = {};
+            run();
+            EXPECT_EQ(cfg.iTotal, 0);
+            picture->image = whole;
+        }
+    }
+}
+
+TEST_F(DustTest, ARefusedPictureHasNoVerdictOnDust)
+{
+    run();
+    EXPECT_EQ(cfg.iDustOk, 1);
+    for (int32_t *on : switches())
+        *on = on == &cfg.iDustOn ? 1 : 0;
+    picture->image.bytes = {};
+    run();
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(cfg.iDustOk, NONE);
+    EXPECT_EQ(cfg.iDustRst, NONE);
 }
 
 TEST_F(DustTest, InOnePassColourShadingNeverRunsAndCounts)
@@ -224,6 +270,18 @@ TEST_F(DustTest, TheFilesAreAppendedToAndClosed)
                       HasSubstr(" COLOR SHADING SUCCESS")));
     EXPECT_EQ(gLogFp, nullptr);
     EXPECT_EQ(gDbgFp, nullptr);
+}
+
+TEST_F(DustTest, TheRowFollowsTheLogAndIsThereBeforeTheEnd)
+{
+    save_log(PIM_DEBUG_BUFFERED);
+    cfg.iRstPrint = gRstPrintOpt = PIM_RESULT_DIRECT;
+    EXPECT_THAT(run(), testing::EndsWith(std::string(" OUTFILE SIZE = 0 \n") + END));
+    say(cfg.strOutFile, LOG_FILE);
+    camera.remove(LOG_FILE);
+    EXPECT_THAT(run(), Not(HasSubstr(" OUTFILE SIZE = 0 \n")));
+    EXPECT_THAT(camera.read(LOG_FILE),
+                HasSubstr(" <<<<< End  Checking Color Shading ... >>>>>, OK,"));
 }
 
 TEST_F(DustTest, FilesThatAreNotWantedAreNotOpened)
