@@ -169,6 +169,9 @@ void GetRunDustFunc(int32_t *run, const rova_pim_dust_config &cfg);
 void GetShadingPosition(int32_t (&pos)[4], const rova_pim_dust_config &cfg);
 void GetDustPositions(rova_pim_corners (&positions)[PIM_DUST], int32_t *count,
                       const rova_pim_dust_config &cfg);
+// In pixels of the LCD; on an axis where the configured image has no size, as it is.
+rova_pim_corners rova_pim_dust_on_lcd(const rova_pim_corners &place,
+                                      const rova_pim_dust_config &cfg);
 
 // What holds at a point: limits times 100, and the letter of its area or '-'.
 int32_t GetSmallRef(int32_t x, int32_t y, const rova_pim_dust_config &cfg);

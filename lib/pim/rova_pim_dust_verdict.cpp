@@ -27,15 +27,10 @@ bool is_for_lcd(const rova_pim_dust_config &cfg)
     return false;
 }
 
-rova_pim_corners on_lcd(const rova_pim_corners &place, const rova_pim_dust_config &cfg)
+// A configured image without a size is no scale.
+int32_t scaled(int32_t at, int32_t lcd, int32_t image)
 {
-    const auto x = [&cfg](int32_t at) {
-        return rova_pim_narrow(int64_t{at} * cfg.iLcdX / cfg.iImgX);
-    };
-    const auto y = [&cfg](int32_t at) {
-        return rova_pim_narrow(int64_t{at} * cfg.iLcdY / cfg.iImgY);
-    };
-    return {x(place.x1), y(place.y1), x(place.x2), y(place.y2)};
+    return image == 0 ? at : rova_pim_narrow(int64_t{at} * lcd / image);
 }
 
 } // namespace
@@ -75,11 +70,18 @@ void GetRunDustFunc(int32_t *run, const rova_pim_dust_config &cfg)
     *run = cfg.RunDustFunc;
 }
 
+rova_pim_corners rova_pim_dust_on_lcd(const rova_pim_corners &place,
+                                      const rova_pim_dust_config &cfg)
+{
+    return {scaled(place.x1, cfg.iLcdX, cfg.iImgX), scaled(place.y1, cfg.iLcdY, cfg.iImgY),
+            scaled(place.x2, cfg.iLcdX, cfg.iImgX), scaled(place.y2, cfg.iLcdY, cfg.iImgY)};
+}
+
 void GetShadingPosition(int32_t (&pos)[4], const rova_pim_dust_config &cfg)
 {
     rova_pim_corners place = cfg.tShadingPos;
     if (is_for_lcd(cfg)) {
-        place = on_lcd(place, cfg);
+        place = rova_pim_dust_on_lcd(place, cfg);
         rova_pim_log(" SangGaRim Position = (%d, %d) (%d, %d) \n", place.x1, place.y1, place.x2,
                      place.y2);
     }
@@ -98,7 +100,7 @@ void GetDustPositions(rova_pim_corners (&positions)[PIM_DUST], int32_t *count,
         place = {spot.x1, spot.y1, spot.x2, spot.y2};
         if (!scaled)
             continue;
-        place = on_lcd(place, cfg);
+        place = rova_pim_dust_on_lcd(place, cfg);
         rova_pim_log(" Dust Position [ %d ] = (%d, %d) (%d, %d) \n", i, place.x1, place.y1,
                      place.x2, place.y2);
     }

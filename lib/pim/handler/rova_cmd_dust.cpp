@@ -6,6 +6,7 @@
 #include "lib/pim/rova_pim.h"
 #include "lib/pim/rova_pim_debug.h"
 #include "lib/pim/rova_pim_dust.h"
+#include "lib/pim/rova_pim_reader.h"
 #include "platform/factory_osd.h"
 
 #include <algorithm>
@@ -36,20 +37,17 @@ template <void (*get)(int32_t *, const rova_pim_dust_config &)> int32_t value()
     return number;
 }
 
-int32_t scaled(int32_t at, int32_t lcd, int32_t image)
-{
-    return image == 0 ? at : static_cast<int32_t>(int64_t{at} * lcd / image);
-}
-
 // In pixels of the LCD: where the configuration has not had that done already.
 rova_pim_corners on_lcd(const rova_pim_corners &place)
 {
-    if (cfgDust.iDbgOption[3] == 1)
-        return place;
-    return {scaled(place.x1, cfgDust.iLcdX, cfgDust.iImgX),
-            scaled(place.y1, cfgDust.iLcdY, cfgDust.iImgY),
-            scaled(place.x2, cfgDust.iLcdX, cfgDust.iImgX),
-            scaled(place.y2, cfgDust.iLcdY, cfgDust.iImgY)};
+    return cfgDust.iDbgOption[3] == 1 ? place : rova_pim_dust_on_lcd(place, cfgDust);
+}
+
+// In 64 bits, since a configuration may have an LCD of any size.
+rova_pim_corners moved(const rova_pim_corners &place, int64_t first, int64_t second)
+{
+    return {rova_pim_narrow(place.x1 + first), rova_pim_narrow(place.y1 + first),
+            rova_pim_narrow(place.x2 + second), rova_pim_narrow(place.y2 + second)};
 }
 
 // By corners: with blanks, not as the markers' windows are told.
@@ -65,8 +63,7 @@ void draw_step()
 {
     int32_t pos[4] = {};
     GetShadingPosition(pos, cfgDust);
-    const auto [x1, y1, x2, y2] = on_lcd({pos[0], pos[1], pos[2], pos[3]});
-    draw_corners({x1 - MARGIN, y1 - MARGIN, x2 - MARGIN, y2 - MARGIN});
+    draw_corners(moved(on_lcd({pos[0], pos[1], pos[2], pos[3]}), -MARGIN, -MARGIN));
 }
 
 void draw_dust()
@@ -74,10 +71,8 @@ void draw_dust()
     rova_pim_corners positions[PIM_DUST] = {};
     int32_t count = 0;
     GetDustPositions(positions, &count, cfgDust);
-    for (int32_t i = 0; i < std::min(count, PIM_MOST_MARKS); i++) {
-        const auto [x1, y1, x2, y2] = on_lcd(positions[i]);
-        draw_corners({x1 - MARGIN, y1 - MARGIN, x2 + MARGIN, y2 + MARGIN});
-    }
+    for (int32_t i = 0; i < std::min(count, PIM_MOST_MARKS); i++)
+        draw_corners(moved(on_lcd(positions[i]), -MARGIN, MARGIN));
 }
 
 void print_config_error(const char *name)

@@ -2,6 +2,7 @@
 #include "lib/rova_app_table.h"
 #include "tests/lib/pim/handler/still_family.h"
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -162,4 +163,14 @@ TEST_F(Dust, WithoutThePicturesSizeThePlacesStayInItsPixels)
         add_spot({10, 20, 30, 40});
     });
     EXPECT_THAT(drawn, ElementsAre("50 8, 18, 32, 42, red", "20 Dust"));
+}
+
+TEST_F(Dust, PlacesOnAnLcdOfTheGreatestSizeAreStillNumbers)
+{
+    const auto drawn = shown([] {
+        cfgDust.iImgX = cfgDust.iImgY = 1;
+        cfgDust.iLcdX = cfgDust.iLcdY = INT_MIN;
+        add_spot({1, 0, 1, 0});
+    });
+    EXPECT_THAT(drawn, ElementsAre("50 2147483646, -2, -2147483646, 2, red", "20 Dust"));
 }
