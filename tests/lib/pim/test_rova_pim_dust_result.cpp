@@ -1,6 +1,7 @@
 #include "tests/lib/pim/dust_run.h"
 
 #include <climits>
+#include <cstring>
 
 namespace
 {
@@ -162,9 +163,18 @@ TEST_F(DustResult, TheMostDustLeavesNoEmptyEntry)
     }
 }
 
+TEST_F(DustResult, TheMiddleOfAnyPlaceIsCutTowardsZero)
+{
+    fill();
+    cfg.iDCnt = 1;
+    cfg.tDust[0] = {INT_MIN, -3, INT_MAX, 2, 100, 200};
+    write();
+    EXPECT_NE(file().find(",NG,\"(0, 0)\",\"(1.00, 2.00)\","), std::string::npos);
+}
+
 TEST_F(DustResult, ANameWithoutAnEndIsCut)
 {
-    std::ranges::fill(gMotExifInfo.filename, 'n');
+    std::memset(&gMotExifInfo, 'n', sizeof(gMotExifInfo));
     write();
     EXPECT_NE(file().find("\n" + std::string(64, 'n') + ", -,-,"), std::string::npos);
 }

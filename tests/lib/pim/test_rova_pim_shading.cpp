@@ -169,6 +169,16 @@ TEST_F(Shading, TheKeptDifferenceIsAWholeNumber)
     EXPECT_EQ(cfg.fShadingD, 39.0F);
 }
 
+TEST_F(Shading, TheKeptDifferenceIsThatOfTheFloats)
+{
+    fill_block(40, 2, 16);
+    picture->at(40, 2) = 17;
+    fill_block(40, 4, 32);
+    picture->at(40, 4) = 33;
+    EXPECT_THAT(check(), HasSubstr(" C_AVE100 =  1612, N_AVE100 =  3212, DIFF100 =  1600 \n"));
+    EXPECT_EQ(cfg.fShadingD, 15.0F); // 32.12 is less than 16 above 16.12
+}
+
 TEST_F(Shading, AFindInRegionCIsKeptFromOneRowAboveItsBlock)
 {
     fill_block(40, 76, 60);
@@ -212,9 +222,11 @@ TEST_F(Shading, ABlockExactlyAtTheReferenceIsNotTested)
     fill_block(40, 2, 60);
     check();
     EXPECT_EQ(result, 0);
-    cfg.iShadingRef = 61;
-    check();
-    EXPECT_EQ(result, -1);
+    for (const int32_t reference : {61, INT_MAX}) {
+        cfg.iShadingRef = reference;
+        check();
+        EXPECT_EQ(result, -1);
+    }
 }
 
 TEST_F(Shading, ADifferenceExactlyAtTheLimitPasses)
@@ -326,6 +338,34 @@ TEST_F(Shading, ABlockThatLeavesThePictureReadsMemoryAsItLies)
     EXPECT_EQ(cfg.fShadingN, 160.0F);
 }
 
+TEST_F(Shading, AMeanOfALargeBlockIsTakenInSixtyFourBits)
+{
+    take(1000, 450, 200);
+    cfg.iBlockX = 500;
+    cfg.iBlockY = 450;
+    picture->fill(0, 0, 499, 449, 150);
+    cfg.iShadingRef = 200;
+    cfg.tShadingArea[0] = cfg.tShadingArea[1] = cfg.tShadingArea[3] = {};
+    cfg.tShadingArea[2] = {0, 0, 1, 1};
+    EXPECT_THAT(check(), HasSubstr(" C_AVE100 = 15000, N_AVE100 = 20000, DIFF100 =  5000 \n"));
+}
+
+TEST_F(Shading, WhatFollowsAFindIsNotReadWithoutALog)
+{
+    cfg.tShadingArea[0] = {40, 2, INT_MAX, 4};
+    cfg.tShadingArea[2] = {4, 40, 8, INT_MAX};
+    fill_block(40, 2, 60);
+    check();
+    EXPECT_EQ(cfg.iShadingOk, 0);
+    fill_block(40, 2, 100);
+    fill_block(4, 40, 60);
+    cfg.tShadingArea[0] = {};
+    cfg.iShadingOk = PIM_NO_RESULT;
+    check();
+    EXPECT_EQ(cfg.iShadingOk, 0);
+    EXPECT_FALSE(camera.logged("is not in the picture"));
+}
+
 TEST_F(Shading, ABlockThatLeavesTheBytesIsRefused)
 {
     for (const rova_pim_corners &area : {rova_pim_corners{0, 159, 4, 160},
@@ -351,8 +391,9 @@ TEST_F(Shading, ABlockWithoutASizeIsRefused)
         EXPECT_EQ(check(), SHADING_HEAD);
         EXPECT_EQ(result, -1);
         EXPECT_EQ(cfg.iShadingOk, PIM_NO_RESULT);
+        EXPECT_TRUE(camera.logged("Shading Block Error : " + std::to_string(x) + " x " +
+                                  std::to_string(y)));
     }
-    EXPECT_TRUE(camera.logged("Shading Block Error : 0 x 2"));
 }
 
 TEST_F(Shading, APictureWithoutLumaIsRefused)
@@ -436,6 +477,35 @@ TEST_F(FourQuadrants, TheMeansAreDividedByTheConfiguredSize)
 {
     cfg.iImgX = 128;
     EXPECT_THAT(check(), HasSubstr(" 4x AVE = 5000, 5000, 5000, 5000 \n"));
+}
+
+TEST_F(FourQuadrants, TheLeastMeanIsNotAboveItsStart)
+{
+    cfg.iImgX = 2;
+    EXPECT_THAT(check(), HasSubstr(" 4x AVE = 320000, 320000, 320000, 320000 \n"
+                                   " 4x Y      = 320000 - 99900  = 220100\n"));
+    EXPECT_EQ(result, -1);
+}
+
+TEST_F(FourQuadrants, ALowerHalfBehindTheBytesIsRefused)
+{
+    picture->image.bytes = picture->image.bytes.last(63 * 67); // up to where none may be read
+    cfg.iImgY = 128;
+    check();
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(cfg.i4xOk, PIM_NO_RESULT);
+}
+
+TEST_F(FourQuadrants, APictureOfNoWidthOrOfTheGreatestPitchIsRefused)
+{
+    for (const auto &[width, pitch] : {std::pair(0, 67), {-1, 67}, {64, INT_MAX}}) {
+        picture->image.width = width;
+        picture->image.pitch = pitch;
+        check();
+        EXPECT_EQ(result, -1);
+        EXPECT_EQ(cfg.i4xOk, PIM_NO_RESULT);
+        EXPECT_TRUE(camera.logged("[ " + std::to_string(width) + " x 32 ]"));
+    }
 }
 
 TEST_F(FourQuadrants, SizesThatDivideByNothingAreRefused)
@@ -538,6 +608,24 @@ TEST_F(Exposure, TheMeanIsDividedByTheConfiguredSize)
     cfg.iImgY = 31;
     check();
     EXPECT_EQ(cfg.fExpY, 102400.0F / 976.0F);
+}
+
+TEST_F(Exposure, TheMeanIsAQuotientOfFloats)
+{
+    take(1024, 400);
+    picture->at(0, 0) = 101; // no float has the sum of 20480001
+    cfg.iExpHigh = 100;
+    check();
+    EXPECT_EQ(cfg.fExpY, 100.0F);
+    EXPECT_EQ(result, 0);
+}
+
+TEST_F(Exposure, APictureOfNoWidthIsRefused)
+{
+    picture->image.width = 0;
+    check();
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(cfg.iExpOk, PIM_NO_RESULT);
 }
 
 TEST_F(Exposure, SizesThatDivideByNothingAreRefused)
@@ -695,6 +783,20 @@ TEST_F(ColorShading, AWindowsAverageCountsBytes)
     average({10, 3, 4, 1}, PIM_COLOUR_Y); // which has no offset
     EXPECT_EQ(result, 0);
     EXPECT_EQ(mean, 307.0F / 4.0F);
+}
+
+TEST_F(ColorShading, AWindowWhoseLastPixelIsNoNumberHasNoAverage)
+{
+    for (const rova_pim_window &window : {rova_pim_window{INT_MAX, 0, 2, 1}, {0, INT_MAX, 1, 2}}) {
+        uint64_t sum = 1;
+        float mean = 1;
+        log_of([&](const rova_pim_image &image, auto &) {
+            return GetWinAverage(image, window, PIM_COLOUR_Y, 0, &sum, &mean);
+        });
+        EXPECT_EQ(result, -1);
+        EXPECT_EQ(sum, 0u);
+        EXPECT_EQ(mean, 0.0F);
+    }
 }
 
 TEST_F(ColorShading, APlaneThatIsNotThereHasNoAverage)
