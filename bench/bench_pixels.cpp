@@ -42,14 +42,13 @@ void BM_Columns(benchmark::State &state, bool portable)
     });
 }
 
-void BM_Colours(benchmark::State &state, bool portable)
+void BM_Colours(benchmark::State &state, bool portable, std::size_t side)
 {
-    constexpr std::size_t SIDE = 16;
-    std::vector<rova_pim_rgb_sums> sums(WIDTH / SIDE);
+    std::vector<rova_pim_rgb_sums> sums(WIDTH / side);
     bench::measure(state, PICTURE, portable, [&](const uint8_t *picture) {
-        for (std::size_t y = 0; y + SIDE <= HEIGHT; y += SIDE)
-            rova_pim_add_rgb_blocks(strip_at(picture, y, SIDE), strip_at(picture + PLANE, y, SIDE),
-                                    SIDE, SIDE / 2, sums);
+        for (std::size_t y = 0; y + side <= HEIGHT; y += side)
+            rova_pim_add_rgb_blocks(strip_at(picture, y, side), strip_at(picture + PLANE, y, side),
+                                    0, side, side / 2, sums);
         benchmark::DoNotOptimize(sums);
     });
 }
@@ -62,7 +61,9 @@ BENCHMARK_CAPTURE(BM_Blocks, best_of_8, false, 8)->UseManualTime();
 BENCHMARK_CAPTURE(BM_Blocks, portable_of_8, true, 8)->UseManualTime();
 BENCHMARK_CAPTURE(BM_Columns, best, false)->UseManualTime();
 BENCHMARK_CAPTURE(BM_Columns, portable, true)->UseManualTime();
-BENCHMARK_CAPTURE(BM_Colours, best, false)->UseManualTime();
-BENCHMARK_CAPTURE(BM_Colours, portable, true)->UseManualTime();
+BENCHMARK_CAPTURE(BM_Colours, best_of_16, false, 16)->UseManualTime();
+BENCHMARK_CAPTURE(BM_Colours, portable_of_16, true, 16)->UseManualTime();
+BENCHMARK_CAPTURE(BM_Colours, best_of_17, false, 17)->UseManualTime();
+BENCHMARK_CAPTURE(BM_Colours, portable_of_17, true, 17)->UseManualTime();
 
 } // namespace

@@ -84,17 +84,16 @@ bool is_readable(const colour_walk &walk)
     return copy_chroma(walk, 0, walk.y(0) / walk.v) && copy_chroma(walk, grid.iNX - 1, last_row);
 }
 
-// Stills, whose Cb and Cr lie in turn: from column `x` on, one block or all of a row.
-void add_in_place(const colour_walk &walk, int32_t x, int32_t row,
-                  std::span<rova_pim_rgb_sums> sums)
+// Stills, whose Cb and Cr lie in turn: all blocks of a row.
+void add_in_place(const colour_walk &walk, int32_t row)
 {
     const auto pitch = static_cast<std::size_t>(walk.image.pitch);
     const auto rows = static_cast<std::size_t>(walk.grid.divY);
     const uint8_t *luma = walk.image.bytes.data() + static_cast<std::size_t>(walk.y(row)) * pitch;
-    const uint8_t *chroma = luma + walk.cfg.iCbOffset;
-    rova_pim_add_rgb_blocks({luma + x, pitch, rows}, {chroma + x / 2 * 2, pitch, rows},
+    rova_pim_add_rgb_blocks({luma, pitch, rows}, {luma + walk.cfg.iCbOffset, pitch, rows},
+                            static_cast<std::size_t>(walk.grid.iBX),
                             static_cast<std::size_t>(walk.grid.cellX),
-                            static_cast<std::size_t>(walk.pairs), sums);
+                            static_cast<std::size_t>(walk.pairs), walk.measure.sums);
 }
 
 // Any colour space, by way of copies.
@@ -116,23 +115,15 @@ void add_block(const colour_walk &walk, int32_t col, int32_t row)
     }
 }
 
-// In cells of odd width the pairs of every second block begin a column before it.
 void add_row(const colour_walk &walk, int32_t row)
 {
-    const std::span<rova_pim_rgb_sums> sums = walk.measure.sums;
-    const bool in_place =
-        walk.image.iCS == CS422_Y_CbCr && walk.cfg.iCbOffset == walk.cfg.iCrOffset;
-    std::ranges::fill(sums, rova_pim_rgb_sums{});
-    if (in_place && walk.grid.cellX % 2 == 0) {
-        add_in_place(walk, walk.x(0), row, sums);
+    std::ranges::fill(walk.measure.sums, rova_pim_rgb_sums{});
+    if (walk.image.iCS == CS422_Y_CbCr && walk.cfg.iCbOffset == walk.cfg.iCrOffset) {
+        add_in_place(walk, row);
         return;
     }
-    for (int32_t col = 0; col < walk.grid.iNX; col++) {
-        if (in_place)
-            add_in_place(walk, walk.x(col), row, sums.subspan(static_cast<std::size_t>(col), 1));
-        else
-            add_block(walk, col, row);
-    }
+    for (int32_t col = 0; col < walk.grid.iNX; col++)
+        add_block(walk, col, row);
 }
 
 block_colour mean_of(const rova_pim_rgb_sums &sums, uint64_t pixels)
@@ -250,7 +241,6 @@ void report_ranges(const colour_ranges &ranges, rova_pim_noise_config &cfg)
 int check(const colour_walk &walk, rova_pim_noise_config &cfg)
 {
     const std::vector<block_colour> &blocks = walk.measure.blocks;
-    cfg.iColorOk = 1;
     measure_blocks(walk);
     print_head(cfg);
     const int32_t failed = test_blocks(blocks, cfg);

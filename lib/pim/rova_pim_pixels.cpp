@@ -363,6 +363,11 @@ struct panel {
     std::size_t first, blocks;
 
     std::size_t across() const { return (blocks - 1) * step + width; }
+    // Of the blocks from the panel's block `from` on.
+    panel every_second(std::size_t from) const
+    {
+        return {x + from * step, y, rows, 2 * step, width, first + from, (blocks - from + 1) / 2};
+    }
     rova_pim_rows of(const rova_pim_rows &rows_of_all) const
     {
         return {rows_of_all.first + y * rows_of_all.pitch + x, rows_of_all.pitch, rows};
@@ -413,20 +418,78 @@ void sum_panel(const rova_pim_rows &rows, const panel &at, std::span<uint64_t> s
     }
 }
 
-void rgb_panel(const rova_pim_rows &luma, const rova_pim_rows &chroma, const panel &at,
-               std::span<rova_pim_rgb_sums> sums)
+// The lanes of the panel's first block begin at `from`; its sum is the panel's first, the next
+// block's `every` further on.
+void add_colours(const rgb_lanes &lanes, std::size_t from, const panel &at, std::size_t every,
+                 std::span<rova_pim_rgb_sums> sums)
 {
-    rgb_lanes lanes;
-    for (uint16_t *colour : {lanes.red, lanes.green, lanes.blue})
-        std::fill_n(colour, at.across() / 2, uint16_t{0});
-    kernels_here().add_rgb(at.of(luma), at.of(chroma), at.across() / 2, lanes);
     const auto add = [&](const uint16_t *colour, uint64_t rova_pim_rgb_sums::*to) {
-        add_lanes(colour, at.step / 2, at.width / 2, at.blocks,
-                  [&](std::size_t block, uint64_t sum) { sums[at.first + block].*to += sum; });
+        add_lanes(
+            colour + from, at.step / 2, at.width / 2, at.blocks,
+            [&](std::size_t block, uint64_t sum) { sums[at.first + block * every].*to += sum; });
     };
     add(lanes.red, &rova_pim_rgb_sums::red);
     add(lanes.green, &rova_pim_rgb_sums::green);
     add(lanes.blue, &rova_pim_rgb_sums::blue);
+}
+
+void clear(rgb_lanes &lanes, std::size_t pairs)
+{
+    for (uint16_t *colour : {lanes.red, lanes.green, lanes.blue})
+        std::fill_n(colour, pairs, uint16_t{0});
+}
+
+void rgb_panel(const rova_pim_rows &luma, const rova_pim_rows &chroma, const panel &at,
+               std::span<rova_pim_rgb_sums> sums)
+{
+    rgb_lanes lanes;
+    clear(lanes, at.across() / 2);
+    kernels_here().add_rgb(at.of(luma), at.of(chroma), at.across() / 2, lanes);
+    add_colours(lanes, 0, at, 1, sums);
+}
+
+// Copies bytes, in place of those that are moved the one behind.
+ROVA_INLINE void copy_moved_of(const uint8_t *__restrict at, const uint8_t *__restrict moved,
+                               std::size_t count, uint8_t *__restrict out)
+{
+    for (std::size_t i = 0; i < count; i++) {
+        const uint8_t here = at[i], next = at[i + 1];
+        out[i] = moved[i] != 0 ? next : here;
+    }
+}
+
+void copy_moved(const uint8_t *at, const uint8_t *moved, std::size_t count, uint8_t *out)
+{
+    std::size_t i = 0;
+    for (; i + CHUNK < count; i += CHUNK) {
+        __builtin_prefetch(at + i + AHEAD);
+        copy_moved_of(at + i, moved + i, CHUNK, out + i);
+    }
+    for (; i < count; i++)
+        out[i] = at[i + moved[i]];
+}
+
+// Every second block, the first one if `odd` is 1 and not 0, begins with the second pixel of a
+// pair. Moved a byte to the left, where no other block is, its pixels lie over their chroma as
+// those of the others do.
+void rgb_panel_of_odd_steps(const rova_pim_rows &luma, const rova_pim_rows &chroma, std::size_t odd,
+                            const panel &at, std::span<rova_pim_rgb_sums> sums)
+{
+    const auto start = [&](std::size_t block) { return odd + block * at.step; };
+    const std::size_t across = start(at.blocks - 1) / 2 * 2 + at.width;
+    const rova_pim_rows pixels = at.of(luma), colours = at.of(chroma);
+    uint8_t moved[PANEL] = {}, row[PANEL];
+    rgb_lanes lanes;
+    clear(lanes, across / 2);
+    for (std::size_t block = 1 - odd; block < at.blocks; block += 2)
+        std::fill_n(moved + start(block) - 1, at.width, uint8_t{1});
+    for (std::size_t y = 0; y < at.rows; y++) {
+        copy_moved(pixels.first + y * pixels.pitch - odd, moved, across, row);
+        kernels_here().add_rgb({row, 0, 1}, {colours.first + y * colours.pitch - odd, 0, 1},
+                               across / 2, lanes);
+    }
+    for (std::size_t from = 0; from < std::min(at.blocks, std::size_t{2}); from++)
+        add_colours(lanes, start(from) / 2, at.every_second(from), 2, sums);
 }
 
 } // namespace
@@ -475,12 +538,17 @@ void rova_pim_column_stats(const rova_pim_rows &rows, std::span<uint64_t> sums,
 void rova_pim_add_rgb(const uint8_t *luma, const uint8_t *chroma, std::size_t pairs,
                       rova_pim_rgb_sums &sums)
 {
-    rova_pim_add_rgb_blocks({luma, 0, 1}, {chroma, 0, 1}, 0, pairs, {&sums, 1});
+    rova_pim_add_rgb_blocks({luma, 0, 1}, {chroma, 0, 1}, 0, 0, pairs, {&sums, 1});
 }
 
 void rova_pim_add_rgb_blocks(const rova_pim_rows &luma, const rova_pim_rows &chroma,
-                             std::size_t step, std::size_t pairs, std::span<rova_pim_rgb_sums> sums)
+                             std::size_t column, std::size_t step, std::size_t pairs,
+                             std::span<rova_pim_rgb_sums> sums)
 {
-    for_each_panel(luma.count, step, 2 * pairs, sums.size(),
-                   [&](const panel &at) { rgb_panel(luma, chroma, at, sums); });
+    for_each_panel(luma.count, step, 2 * pairs, sums.size(), [&](panel at) {
+        at.x += column;
+        if (at.step % 2 != 0)
+            return rgb_panel_of_odd_steps(luma, chroma, at.x % 2, at, sums);
+        rgb_panel(luma, {chroma.first - at.x % 2, chroma.pitch, chroma.count}, at, sums);
+    });
 }

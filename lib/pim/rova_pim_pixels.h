@@ -43,9 +43,10 @@ struct rova_pim_rgb_sums {
 void rova_pim_add_rgb(const uint8_t *luma, const uint8_t *chroma, std::size_t pairs,
                       rova_pim_rgb_sums &sums);
 
-// The same for blocks of all the rows, one for each of `sums`: the first begins at the first bytes
-// of both planes, each further one `step` bytes behind the one before in both.  `step` is even
-// unless there is but one block; `chroma` has as many rows as `luma`.
+// The same for blocks of all the rows, one for each of `sums`: the first begins in this column,
+// each further one `step` columns behind the one before.  The rows of both planes begin with a
+// pair, `chroma` has as many as `luma`.  A block that begins in the middle of a pair takes this
+// pair's Cb and Cr first.  An odd `step` is larger than the blocks' width.
 void rova_pim_add_rgb_blocks(const rova_pim_rows &luma, const rova_pim_rows &chroma,
-                             std::size_t step, std::size_t pairs,
+                             std::size_t column, std::size_t step, std::size_t pairs,
                              std::span<rova_pim_rgb_sums> sums);

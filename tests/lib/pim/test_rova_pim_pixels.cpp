@@ -38,6 +38,15 @@ struct Rgb {
     }
 };
 
+struct ColourBlocks {
+    std::size_t column, step, pairs, count;
+
+    std::size_t start(std::size_t block) const { return column + block * step; }
+    // Columns up to the end of the last block, and of its chroma.
+    std::size_t luma() const { return count == 0 ? 0 : start(count - 1) + 2 * pairs; }
+    std::size_t chroma() const { return count == 0 ? 0 : start(count - 1) / 2 * 2 + 2 * pairs; }
+};
+
 class PimPixels : public testing::TestWithParam<bool>
 {
 protected:
@@ -61,10 +70,15 @@ protected:
     }
     rova_pim_rows draw_rows(std::size_t width, std::size_t most)
     {
-        const std::size_t count = number(0, most), pitch = width + number(0, 9);
+        return draw_rows_of(width, number(0, most));
+    }
+    rova_pim_rows draw_rows_of(std::size_t width, std::size_t count)
+    {
+        const std::size_t pitch = width + number(0, 9);
         const std::size_t size = count == 0 ? 0 : (count - 1) * pitch + width;
         return {draw(size), pitch, count};
     }
+    void check_colours(const ColourBlocks &blocks, std::size_t rows);
 
 private:
     std::vector<std::unique_ptr<uint8_t[]>> bytes_;
@@ -137,6 +151,23 @@ void add_plain_rgb(const uint8_t *luma, const uint8_t *chroma, std::size_t pairs
 bool equal(const rova_pim_rgb_sums &one, const rova_pim_rgb_sums &other)
 {
     return one.red == other.red && one.green == other.green && one.blue == other.blue;
+}
+
+void PimPixels::check_colours(const ColourBlocks &blocks, std::size_t rows)
+{
+    const rova_pim_rows luma = draw_rows_of(blocks.luma(), rows);
+    const rova_pim_rows chroma = draw_rows_of(blocks.chroma(), rows);
+    std::vector<rova_pim_rgb_sums> sums(blocks.count, {1, uint64_t{1} << 40, 3}), plain = sums;
+    rova_pim_add_rgb_blocks(luma, chroma, blocks.column, blocks.step, blocks.pairs, sums);
+    for (std::size_t i = 0; i < blocks.count; i++) {
+        const std::size_t x = blocks.start(i);
+        for (std::size_t y = 0; y < rows; y++)
+            add_plain_rgb(luma.first + y * luma.pitch + x,
+                          chroma.first + y * chroma.pitch + x / 2 * 2, blocks.pairs, plain[i]);
+    }
+    ASSERT_TRUE(std::ranges::equal(sums, plain, equal))
+        << blocks.pairs << " of " << blocks.step << " from " << blocks.column << ", " << rows
+        << " rows";
 }
 
 } // namespace
@@ -235,21 +266,26 @@ TEST_P(PimPixels, ColoursOfAnyNumberOfPairs)
 TEST_P(PimPixels, ColoursOfBlocksOfAnySizeAndStep)
 {
     for (int round = 0; round < 1000; round++) {
-        const std::size_t pairs = number(0, number(0, 40)), step = 2 * number(0, 2 * pairs + 3);
-        const std::size_t count = number(0, 20);
-        const std::size_t across = count == 0 ? 0 : (count - 1) * step + 2 * pairs;
-        const rova_pim_rows luma = draw_rows(across, number(0, 40));
-        const std::size_t pitch = across + number(0, 9);
-        const rova_pim_rows chroma = {draw(luma.count * pitch), pitch, luma.count};
-        std::vector<rova_pim_rgb_sums> sums(count, {1, uint64_t{1} << 40, 3}), plain = sums;
-        rova_pim_add_rgb_blocks(luma, chroma, step, pairs, sums);
-        for (std::size_t i = 0; i < count; i++) {
-            for (std::size_t y = 0; y < luma.count; y++)
-                add_plain_rgb(luma.first + y * luma.pitch + i * step,
-                              chroma.first + y * pitch + i * step, pairs, plain[i]);
-        }
-        ASSERT_TRUE(std::ranges::equal(sums, plain, equal)) << pairs << " of " << step;
+        const std::size_t pairs = number(0, number(0, 40));
+        check_colours({number(0, 5), 2 * number(0, 2 * pairs + 3), pairs, number(0, 20)},
+                      number(0, 40));
     }
+}
+
+TEST_P(PimPixels, ColoursOfBlocksOfAnySizeAndOddStep)
+{
+    for (int round = 0; round < 2000; round++) {
+        const std::size_t pairs = number(0, number(0, 40));
+        const std::size_t step = 2 * (pairs + number(0, number(0, pairs + 3))) + 1;
+        check_colours({number(0, 5), step, pairs, number(0, 20)}, number(0, 40));
+    }
+}
+
+// More blocks than are summed at the same time, and more rows.
+TEST_P(PimPixels, ColoursOfManyBlocksSideBySide)
+{
+    for (const std::size_t side : {2, 3, 9, 16, 57, 58, 227, 4095, 9000, 9001})
+        check_colours({number(0, 5), side, side / 2, 20000 / side}, 130);
 }
 
 TEST_P(PimPixels, ColoursOfTheBrightestBlocksOfAnyHeight)
@@ -258,7 +294,7 @@ TEST_P(PimPixels, ColoursOfTheBrightestBlocksOfAnyHeight)
     for (const std::size_t height : {63, 64, 65, 127, 128, 129, 255, 256, 257, 258, 1200}) {
         for (const std::size_t pairs : {1, 4, 8, 16, 32}) {
             rova_pim_rgb_sums sums = {};
-            rova_pim_add_rgb_blocks({luma.data(), 64, height}, {chroma.data(), 64, height}, 2,
+            rova_pim_add_rgb_blocks({luma.data(), 64, height}, {chroma.data(), 64, height}, 0, 2,
                                     pairs, {&sums, 1});
             const uint64_t all = 255 * 2 * pairs * height;
             ASSERT_TRUE(equal(sums, {all, all, all})) << pairs << " x " << height;
