@@ -96,10 +96,8 @@ void take_block(uint64_t sum, uint64_t count, dot_measure &measure, rova_pim_noi
     measure.count += count;
     if (mean < cfg.fYSpec[rova_pim_noise_iso(cfg)]) {
         measure.errors++;
-        if (cfg.fY == 0) {
+        if (cfg.fY == 0)
             cfg.fY = mean;
-            cfg.iDotOk = 0;
-        }
     }
     if (mean > cfg.fYMax)
         cfg.fYMax = mean;
@@ -174,8 +172,7 @@ int check(const rova_pim_image &image, const dot_blocks &blocks, rova_pim_noise_
     static dot_measure measure; // kept: blocks may be as many as pixels
     cfg.fYMax = -999.0F;
     cfg.fYMin = 999.0F;
-    cfg.fY = cfg.fYnAvg = 0;
-    cfg.iDotOk = cfg.iDotRst = 1;
+    cfg.fY = 0;
     measure_blocks(image, blocks, measure, cfg);
     const float average = static_cast<float>(measure.sum) / static_cast<float>(measure.count);
     if (cfg.fY == 0)

@@ -109,6 +109,9 @@ TEST_F(ColorNoise, EachLimitFailsABlockByItself)
     check();
     EXPECT_EQ(result, 0);
     for (float *limit : limits) {
+        *limit = limit == &cfg.fGreenSpec[0] ? 118 : GREY; // the lowest of all blocks
+        check();
+        EXPECT_EQ(result, 0);
         *limit = 152;
         check();
         EXPECT_EQ(result, -1);
@@ -157,7 +160,12 @@ TEST_F(ColorNoise, ABlockOfLessRedThanTheFirstReplacesTheMaximumOfRed)
     blocks(4, 1, 10, 10);
     colour(0, 128, 129); // red - green 2, blue - green 0
     colour(2, 131, 128); // 1
+    both(cfg.fRGMaxMinSpec, -2);
     EXPECT_THAT(check(), HasSubstr(" R-G.Max - R-G.Min =   0.00 -   2.00 =  -2.00  [ OK ] \n"));
+    both(cfg.fRGMaxMinSpec, -2.1F);
+    EXPECT_THAT(check(), HasSubstr(" R-G.Max - R-G.Min =   0.00 -   2.00 =  -2.00  [ NG ] \n"));
+    EXPECT_EQ(result, 0); // which is only printed
+    both(cfg.fRGMaxMinSpec, 10);
     colour(3, 133, 128); // 2: above the maximum, not below the first
     EXPECT_THAT(check(), HasSubstr(" R-G.Max - R-G.Min =   2.00 -   2.00 =   0.00  [ OK ] \n"));
 }

@@ -86,8 +86,8 @@ TEST_F(DotNoise, TheFirstBlockUnderTheSpecIsStored)
 
 TEST_F(DotNoise, ABlockOfJustTheSpecPasses)
 {
-    DotNoise::both(cfg.fYSpec, 128);
-    check();
+    both(cfg.fYSpec, 128);
+    EXPECT_THAT(check(), Not(HasSubstr("NG")));
     EXPECT_EQ(result, 0);
 }
 
@@ -248,6 +248,18 @@ TEST_F(DotNoise, AGridThatThePictureHasNoPixelsForIsRefused)
     expect_refused(" no 4 x 3 blocks of -1 x 0 in a picture of 64 x 48 \n");
     blocks(4, 3, 0, INT_MIN);
     expect_refused(" no 4 x 3 blocks of 0 x -2147483648 in a picture of 64 x 48 \n");
+}
+
+// Rows that overlap have more pixels than there are bytes.
+TEST_F(DotNoise, AGridOfMoreBlocksThanThePictureHasBytesIsRefused)
+{
+    picture.image.pitch = 1;
+    picture.image.bytes = picture.image.bytes.first(X + Y);
+    blocks(X, Y, 0, 0);
+    expect_refused(" no 64 x 48 blocks of 0 x 0 in a picture of 64 x 48 \n");
+    blocks(2, Y, 0, 0);
+    check();
+    EXPECT_EQ(result, 0);
 }
 
 TEST_F(DotNoise, ABlockForEachPixelIsTheFinestGrid)

@@ -218,7 +218,7 @@ TEST_F(LineNoise, OffsetsAndLimitsOfAnyNumbersAreCompared)
 
 TEST_F(LineNoise, APictureWithoutPixelsIsRefused)
 {
-    for (const auto &[x, y] : {std::pair(X, 0), {0, Y}, {-1, Y}, {X, INT_MIN}}) {
+    for (const auto &[x, y] : {std::pair(X, 0), {PITCH + 2, 0}, {0, Y}, {-1, Y}, {X, INT_MIN}}) {
         picture.image.width = x;
         picture.image.height = y;
         expect_refused(" no columns of a picture of " + std::to_string(x) + " x " +

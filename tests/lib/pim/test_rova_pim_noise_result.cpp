@@ -99,6 +99,7 @@ TEST_F(NoiseResult, ALongestRowFitsIntoAKeptText)
 {
     print_modes(PIM_DEBUG_STDOUT, PIM_RESULT_KEPT);
     std::ranges::fill(gMotExifInfo.filename, 'n');
+    say(gMotExifInfo.f_number, "28/10"); // behind a name that fills its field
     for (float *value : {&cfg.fY, &cfg.fYMax, &cfg.fYMin, &cfg.fYnAvg, &cfg.fYnMax, &cfg.fYnMin,
                          &cfg.fR, &cfg.fG, &cfg.fB, &cfg.fRG, &cfg.fBG})
         *value = -3.4e38F;
@@ -155,6 +156,15 @@ TEST_F(NoiseResult, AVerdictThatIsNeitherGoodNorBadIsADash)
     cfg.iDotRst = 2;
     write();
     EXPECT_THAT(file(), HasSubstr(",ISO 100,-,128.12,"));
+}
+
+TEST_F(NoiseResult, TheRowHasTheCopiesOfTheVerdicts)
+{
+    cfg.iDotOk = cfg.iColorOk = cfg.iLineOk = PIM_NO_RESULT;
+    write();
+    std::string expected = row();
+    expected.replace(expected.find("NG"), 2, "-"); // but for the total
+    EXPECT_EQ(file(), HEADS + expected);
 }
 
 // What did not run counts as passed beside what did.
