@@ -57,7 +57,8 @@ place next_place(const band_walk &walk, place at)
             at.y + int64_t{walk.band.dy} * walk.cfg.iBlockY};
 }
 
-// Whether the walk has not come to the band's inner side.
+// Whether the walk has not come to the band's inner side.  A line that does not begin in the band
+// is like all others of this, which may be billions: there is nothing to walk.
 bool is_in_band(const band_walk &walk, place at)
 {
     if (walk.band.dy != 0)
@@ -135,11 +136,10 @@ void judge(band_walk &walk, place at, const rova_pim_shading_step &step)
     log_row(walk, at, step, "NG");
 }
 
-// Goes from a place at the border inwards.  Each block is the inner one of the block before.
+// Goes from a place at the border, in the band, inwards.  Each block is the inner one of the block
+// before.
 void walk_line(band_walk &walk, place at)
 {
-    if (!is_in_band(walk, at))
-        return;
     int32_t mean = mean100_at(walk, at);
     while (!walk.ended() && is_in_band(walk, at)) {
         const place next = next_place(walk, at);
@@ -155,6 +155,8 @@ void walk_line(band_walk &walk, place at)
 void walk_columns(band_walk &walk)
 {
     const int64_t y = walk.band.dy > 0 ? walk.area.y1 : int64_t{walk.area.y2} - 1;
+    if (!is_in_band(walk, {0, y}))
+        return;
     for (int64_t x = walk.area.x1; x < walk.area.x2 && !walk.ended(); x += walk.cfg.iBlockX)
         walk_line(walk, {x, y});
 }
@@ -162,6 +164,8 @@ void walk_columns(band_walk &walk)
 void walk_rows(band_walk &walk)
 {
     const int64_t x = walk.band.dx > 0 ? walk.area.x1 : int64_t{walk.area.x2} - 1;
+    if (!is_in_band(walk, {x, 0}))
+        return;
     for (int64_t y = walk.area.y1; y < walk.area.y2 && !walk.ended(); y += walk.cfg.iBlockY)
         walk_line(walk, {x, y});
 }
