@@ -1,23 +1,26 @@
-// Pictures and configurations of any numbers that the tests of dust do not refuse.
+// Pictures and configurations of any numbers that the tests of dust do not refuse, and what a run
+// of them leaves.
 #pragma once
 
 #include "lib/pim/rova_pim_dust.h"
+#include "tests/lib/pim/choices.h"
+#include "tests/lib/pim/dust_search_run.h"
+#include "tests/lib/pim/plain_dust.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <random>
+#include <cstring>
+#include <functional>
+#include <string>
 #include <vector>
 
 namespace test
 {
 
-class RandomDust
+class RandomDust : public Choices
 {
 public:
-    explicit RandomDust(uint32_t seed) : random_(seed) {}
-
-    int number(int from, int to) { return std::uniform_int_distribution(from, to)(random_); }
-    bool chance(int percent) { return number(1, 100) <= percent; }
+    using Choices::Choices;
 
     void configure(rova_pim_dust_config &cfg)
     {
@@ -109,7 +112,7 @@ private:
     {
         const int grey = number(0, 255), noise = number(0, chance(70) ? 3 : 255);
         for (uint8_t &byte : bytes_)
-            byte = static_cast<uint8_t>(std::clamp(grey + number(-noise, noise), 0, 255));
+            byte = static_cast<uint8_t>(std::clamp(grey + any(-noise, noise), 0, 255));
         const auto size = static_cast<int>(bytes_.size());
         for (int specks = number(0, chance(80) ? 6 : 60); specks > 0; specks--) {
             const int from = number(0, size - 1), w = number(1, 30), h = number(1, 20);
@@ -120,10 +123,52 @@ private:
         }
     }
 
-    std::mt19937 random_;
     std::vector<uint8_t> bytes_;
     int width_ = 0;
     int height_ = 0;
+};
+
+// All that a run leaves behind.
+struct DustOutcome {
+    int result = 1;
+    rova_pim_dust_config cfg = {};
+    std::string text;
+    std::string pixels;
+    std::string bitmap;
+
+    bool operator==(const DustOutcome &other) const
+    {
+        return result == other.result && std::memcmp(&cfg, &other.cfg, sizeof(cfg)) == 0 &&
+               text == other.text && pixels == other.pixels && bitmap == other.bitmap;
+    }
+};
+
+// The camera and the sinks that outcomes are taken from.
+class DustComparison : public DustSearchRun
+{
+protected:
+    DustOutcome run(const rova_pim_dust_config &before,
+                    const std::function<int(rova_pim_dust_config &)> &judge)
+    {
+        DustOutcome after;
+        after.cfg = before;
+        after.text = captured_output([&] { after.result = judge(after.cfg); });
+        after.pixels = camera.read(cfg.strPixelFile);
+        const std::string bitmap = bitmap_of(after.text);
+        if (!bitmap.empty()) {
+            after.bitmap = camera.read(bitmap);
+            camera.remove(bitmap);
+        }
+        camera.remove(cfg.strPixelFile);
+        return after;
+    }
+    // The number of the last bitmap of a path.
+    int32_t last_number(int (*path)(const rova_pim_image &, rova_pim_dust_config &))
+    {
+        cfg.iBmpSave = 1;
+        check(path);
+        return number_of(bitmap_of(text));
+    }
 };
 
 } // namespace test

@@ -1,57 +1,12 @@
 #include "lib/pim/rova_pim_pixels.h"
-#include "tests/lib/pim/dust_search_run.h"
-#include "tests/lib/pim/plain_dust.h"
 #include "tests/lib/pim/random_dust.h"
-
-#include <cstring>
-#include <functional>
 
 namespace
 {
 
-constexpr char PIXELS[] = "/mnt/mmc/pixels.csv";
-
-// All that a run leaves behind.
-struct outcome {
-    int result = 1;
-    rova_pim_dust_config cfg = {};
-    std::string text;
-    std::string pixels;
-    std::string bitmap;
-
-    bool operator==(const outcome &other) const
-    {
-        return result == other.result && std::memcmp(&cfg, &other.cfg, sizeof(cfg)) == 0 &&
-               text == other.text && pixels == other.pixels && bitmap == other.bitmap;
-    }
-};
-
-struct RandomDustRun : test::DustSearchRun, testing::WithParamInterface<bool> {
+struct RandomDustRun : test::DustComparison, testing::WithParamInterface<bool> {
     RandomDustRun() { rova_pim_pixels_set_portable(GetParam()); }
     ~RandomDustRun() override { rova_pim_pixels_set_portable(false); }
-
-    outcome run(const rova_pim_dust_config &before,
-                const std::function<int(rova_pim_dust_config &)> &test)
-    {
-        outcome after;
-        after.cfg = before;
-        after.text = test::captured_output([&] { after.result = test(after.cfg); });
-        after.pixels = camera.read(PIXELS);
-        const std::string bitmap = test::bitmap_of(after.text);
-        if (!bitmap.empty()) {
-            after.bitmap = camera.read(bitmap);
-            camera.remove(bitmap);
-        }
-        camera.remove(PIXELS);
-        return after;
-    }
-    // The number of the last bitmap of a path.
-    int32_t last_number(int (*path)(const rova_pim_image &, rova_pim_dust_config &))
-    {
-        cfg.iBmpSave = 1;
-        check(path);
-        return test::number_of(test::bitmap_of(text));
-    }
 };
 
 std::string pixels_of(const testing::TestParamInfo<bool> &portable)
@@ -72,8 +27,9 @@ TEST_P(RandomDustRun, CheckDustDoesAsThePlainSearch)
         rova_pim_dust_config before = {};
         random.configure(before);
         const rova_pim_image picture = random.picture(before);
-        const outcome fast = run(before, [&](auto &after) { return CheckDust(picture, after); });
-        const outcome plain = run(
+        const test::DustOutcome fast =
+            run(before, [&](auto &after) { return CheckDust(picture, after); });
+        const test::DustOutcome plain = run(
             before, [&](auto &after) { return test::PlainDust(picture, after, number).check(); });
         ASSERT_TRUE(fast == plain) << seed << "\n" << fast.text << "\n" << plain.text;
         found += fast.cfg.iDCnt != 0 ? 1 : 0;
@@ -95,8 +51,9 @@ TEST_P(RandomDustRun, CheckDustAllDoesAsThePlainPass)
         random.configure(before);
         before.iDustOk = before.i4xOk = before.iExpOk = before.iShadingOk = PIM_NO_RESULT;
         const rova_pim_image picture = random.picture(before);
-        const outcome fast = run(before, [&](auto &after) { return CheckDustAll(picture, after); });
-        const outcome plain = run(before, [&](auto &after) {
+        const test::DustOutcome fast =
+            run(before, [&](auto &after) { return CheckDustAll(picture, after); });
+        const test::DustOutcome plain = run(before, [&](auto &after) {
             return test::PlainDust(picture, after, number).check_all();
         });
         ASSERT_TRUE(fast == plain) << seed << "\n" << fast.text << "\n" << plain.text;
