@@ -21,7 +21,7 @@ bool last_block_fits(const rova_pim_image &image, const rova_pim_dust_grid &grid
     const auto size = static_cast<int64_t>(std::min(image.bytes.size(), LARGEST_PICTURE));
     const int64_t x = int64_t{grid.columns} * grid.blockX;
     const int64_t y = int64_t{grid.rows} * grid.blockY;
-    return x <= size && y - 1 <= size / image.pitch && (y - 1) * image.pitch + x * step <= size;
+    return (y - 1) * image.pitch + x * step <= size;
 }
 
 // One for each pixel at least: what is worked out stays within what was delivered.

@@ -158,8 +158,7 @@ bool is_quiet(const rova_pim_dust_stripe &stripe, const rova_pim_dust_config &cf
 
 int32_t rova_pim_dust_stripe::farther(int32_t x, int64_t blocks) const
 {
-    const int64_t step = std::min(blocks, static_cast<int64_t>(means.size()));
-    return static_cast<int32_t>(std::min<int64_t>(x + step * blockX, last()));
+    return static_cast<int32_t>(std::min<int64_t>(x + blocks * blockX, last()));
 }
 
 void rova_pim_dust_mark(rova_pim_dust_stripe &stripe, const rova_pim_dust_config &cfg)
