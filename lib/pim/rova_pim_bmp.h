@@ -13,8 +13,8 @@
 int SaveBmp(const char *path, std::span<const uint8_t> picture, int32_t width, int32_t height);
 
 // Writes row y, counted from the top, of a picture of width x height to a stream that can be
-// positioned; `row` holds at least width bytes.  Row 0 writes the head too.  Width is a multiple of
-// 4, since rows are not padded.  0, or -1 (logged).
+// positioned; `row` holds at least width bytes.  Row 0 writes the head too.  Rows are not padded,
+// whatever the width.  0, or -1 (logged).
 int SaveBmpRow(std::FILE *stream, std::span<const uint8_t> row, int32_t width, int32_t height,
                int32_t y);
 

@@ -126,6 +126,21 @@ TEST_F(Bmp, RowsFromTheTopMakeTheSameFile)
     EXPECT_EQ(camera.read("/sdcard/rows.bmp"), camera.read("/sdcard/whole.bmp"));
 }
 
+TEST_F(Bmp, RowsOfAnyWidthMayComeInAnyOrder)
+{
+    const std::vector<uint8_t> bytes = picture(5, 3);
+    std::FILE *stream = sys_fopen("/sdcard/rows.bmp", "wb");
+    ASSERT_NE(stream, nullptr);
+    for (const int32_t y : {1, 0, 2})
+        EXPECT_EQ(SaveBmpRow(stream, std::span(bytes).subspan(static_cast<std::size_t>(y) * 5, 5),
+                             5, 3, y),
+                  0);
+    std::fclose(stream);
+    const std::string file = camera.read("/sdcard/rows.bmp");
+    expect_head(file, 5, 3);
+    EXPECT_EQ(file.substr(HEAD), text({11, 12, 13, 14, 15, 6, 7, 8, 9, 10, 1, 2, 3, 4, 5}));
+}
+
 TEST_F(Bmp, ARowBringsNoMoreThanTheWidth)
 {
     std::FILE *stream = sys_fopen("/sdcard/rows.bmp", "wb");

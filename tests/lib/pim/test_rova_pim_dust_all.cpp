@@ -312,6 +312,17 @@ TEST_F(DustAll, SizesThatDoNotFitAreRefused)
     EXPECT_EQ(check_all(), 0);
 }
 
+TEST_F(DustAll, SumsAreDividedByLargeSizesInSixtyFourBits)
+{
+    cfg.iShadingOn = cfg.iDustOn = 0;
+    cfg.iImgX = cfg.iImgY = 1 << 17; // products of them are 0 in 32 bits
+    cfg.iExpLow = 0;
+    EXPECT_EQ(check_all(), 0);
+    EXPECT_THAT(text, HasSubstr(" AreaSum = 10240000 , AreaAve = 0.00 \n"));
+    EXPECT_EQ(cfg.i4xOk, 1);
+    EXPECT_EQ(cfg.iExpOk, 1);
+}
+
 TEST_F(DustAll, SizesOfThePictureThatDivideNothingAreRefused)
 {
     cfg.iShadingOn = 0;

@@ -83,6 +83,8 @@ TEST_F(DustAreas, OneOfTwoPointsInAnExcludedStripIsEnough)
     cfg.tExceptArea[3] = {10, 0, 20, 5};
     EXPECT_TRUE(IsExceptArea(10, 4, 100, 4, cfg));
     EXPECT_TRUE(IsExceptArea(0, 4, 19, 4, cfg));
+    EXPECT_TRUE(IsExceptArea(0, 5, 19, 4, cfg));
+    EXPECT_FALSE(IsExceptArea(0, 4, 19, 5, cfg));
     EXPECT_FALSE(IsExceptArea(9, 4, 20, 4, cfg)); // only what lies between them is inside
     EXPECT_FALSE(IsExceptArea(10, 5, 19, 5, cfg));
 }

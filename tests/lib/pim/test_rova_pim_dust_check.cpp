@@ -89,6 +89,9 @@ TEST_F(Dust, FindsAreLoggedWithoutTheirDetailsUnlessAskedFor)
     check();
     EXPECT_EQ(lines_with(">>>>> ["), 0u);
     EXPECT_EQ(lines_with("[NG]"), 4u);
+    cfg.iDbgLevel[1] = -1;
+    check();
+    EXPECT_EQ(lines_with(">>>>> ["), 4u);
 }
 
 TEST_F(Dust, PassesAreLoggedWhenAskedFor)
@@ -130,6 +133,11 @@ TEST_F(Dust, APointOutsideEverySearchAreaNeedsADifferenceOfExactly25500)
     check();
     EXPECT_EQ(lines_with("- SMALL  [NG]"), 2u);
     EXPECT_EQ(cfg.iDCnt, 0) << "a mark of value 0 makes no piece";
+    for (rova_pim_search_area &area : cfg.tSearchArea)
+        area.iSmallRef100 = area.iBigRef100 = 25501; // of no point
+    check();
+    EXPECT_EQ(lines_with("- SMALL  [NG]"), 2u);
+    EXPECT_EQ(lines_with("- BIG    [NG]"), 2u);
 }
 
 TEST_F(Dust, TheLimitIsThatOfTheFarPoint)
@@ -216,6 +224,19 @@ TEST_F(Dust, TheDarkerBlockIsMarked)
     check();
     EXPECT_EQ(cfg.iDCnt, 1);
     EXPECT_EQ(told(cfg.tDust[0]), "(128, 80) (205, 87) = 10000, 10000");
+}
+
+TEST_F(Dust, OfTwoBlocksThatAreEquallyDarkTheNearOneIsMarked)
+{
+    cfg.tSearchArea[1].iSmallRef100 = 0;
+    cfg.tExceptArea[0] = {0, 0, 320, 80};
+    cfg.tExceptArea[1] = {0, 88, 320, 160};
+    cfg.tExceptArea[2] = {0, 80, 152, 88};
+    cfg.tExceptArea[3] = {192, 80, 320, 88};
+    check();
+    EXPECT_EQ(lines_with("SMALL  [NG], 152, 80, 168, 80,"), 1u);
+    ASSERT_EQ(cfg.iDCnt, 1);
+    EXPECT_EQ(told(cfg.tDust[0]), "(152, 80) (181, 87) = 20000, 20000");
 }
 
 TEST_F(Dust, ADustSpanningTheRightEdgeStopsAtTheLastColumn)
@@ -355,6 +376,20 @@ TEST_F(Dust, SizesWithoutBlocksAreRefused)
     }
 }
 
+TEST_F(Dust, ABlockLargerThanThePictureIsRefusedThoughItsBytesAreThere)
+{
+    make_picture(320, 160, 336, 200);
+    cfg.iBlockY = 161;
+    expect_refused(" Dust Block Error : 8 x 161 [ 320 x 160");
+    cfg.iBlockY = 8;
+    cfg.iBlockX = 321;
+    expect_refused(" Dust Block Error : 321 x 8 [ 320 x 160");
+    cfg.iBlockX = 320;
+    cfg.iBlockY = 160;
+    check();
+    EXPECT_EQ(cfg.iDustOk, 1);
+}
+
 TEST_F(Dust, PicturesWithoutPixelsAreRefused)
 {
     const rova_pim_image good = image;
@@ -474,6 +509,7 @@ TEST_F(Dust, TheMarksOfEachRunAreABitmapOfItsOwn)
     const std::string second = test::bitmap_of(text);
     EXPECT_EQ(test::number_of(second), test::number_of(first) + 1);
     EXPECT_THAT(first, StartsWith("/mnt/mmc/marks_"));
+    EXPECT_GE(test::number_of(first), 1) << "raised before the name is made";
     const std::string file = camera.read(first);
     EXPECT_EQ(camera.read(second), file);
     ASSERT_EQ(file.size(), 1078u + 320 * 160);
@@ -519,4 +555,10 @@ TEST_F(Dust, ABitmapThatCannotBeWrittenIsRemoved)
     }
     EXPECT_FALSE(camera.exists(test::bitmap_of(text)));
     EXPECT_EQ(cfg.iDustOk, 1);
+    const std::vector<std::string> log = test::lines_of(camera.platform_log());
+    EXPECT_EQ(
+        std::ranges::count_if(
+            log, [](const std::string &line) { return line.find(" row ") != std::string::npos; }),
+        1)
+        << "the other rows are not tried";
 }
