@@ -175,6 +175,29 @@ TEST_F(DustAll, AShadingAtItsLimitsPasses)
     EXPECT_EQ(check_all(), 0);
 }
 
+TEST_F(DustAll, AShadingOfTheFirstColumnAlone)
+{
+    cfg.iDustOn = 0;
+    paint_blocks(0, 0, 1, 20, 191); // each row is as the others
+    EXPECT_EQ(check_all(), 0);
+    cfg.iShadingDiff100 = 899;
+    EXPECT_EQ(check_all(), -1);
+    EXPECT_EQ(shading_place(), "8,0 15,7");
+}
+
+TEST_F(DustAll, AShadingOfTheFirstRowAlone)
+{
+    cfg.iDustOn = 0;
+    cfg.tShadingArea[0] = {0, 0, 320, 40};
+    cfg.tShadingArea[2] = {};
+    paint_blocks(0, 0, 1, 1, 191); // with no such step along the row
+    paint_blocks(1, 0, 1, 1, 196);
+    EXPECT_EQ(check_all(), 0);
+    cfg.iShadingDiff100 = 899;
+    EXPECT_EQ(check_all(), -1);
+    EXPECT_EQ(shading_place(), "0,0 7,7");
+}
+
 TEST_F(DustAll, AFindSkipsTheLaterStages)
 {
     paint_blocks(10, 0, 1, 1, 150);

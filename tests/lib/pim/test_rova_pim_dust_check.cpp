@@ -138,6 +138,9 @@ TEST_F(Dust, APointOutsideEverySearchAreaNeedsADifferenceOfExactly25500)
     check();
     EXPECT_EQ(lines_with("- SMALL  [NG]"), 2u);
     EXPECT_EQ(lines_with("- BIG    [NG]"), 2u);
+    cfg.iSmallOffset = 0; // each block with itself
+    check();
+    EXPECT_EQ(lines_with("[NG]"), 2u);
 }
 
 TEST_F(Dust, TheLimitIsThatOfTheFarPoint)
