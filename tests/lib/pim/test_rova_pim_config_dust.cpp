@@ -205,12 +205,14 @@ TEST_F(DustConfig, AHundredTimesIsWhatARecordHasRoomFor)
     ASSERT_EQ(load({{"fShadingDiff", "1e30"},
                     {"f4xDiff", "-3e38"},
                     {"fBlurRef", "21474836.48"},
+                    {"fBigRef", "-21474834 0 0 0 0"},
                     {"fSmallRef", "21474834 -21474836.48 -21474840 3.4e38 nan"}}),
               0);
     EXPECT_EQ(cfg.iShadingDiff100, INT_MAX);
     EXPECT_EQ(cfg.i4xDiff100, INT_MIN);
     EXPECT_EQ(cfg.iBlurRef100, INT_MAX);
     EXPECT_EQ(cfg.tSearchArea[0].iSmallRef100, 2147483392); // the float below 2^31
+    EXPECT_EQ(cfg.tSearchArea[0].iBigRef100, -2147483392);
     EXPECT_EQ(cfg.tSearchArea[1].iSmallRef100, INT_MIN);
     EXPECT_EQ(cfg.tSearchArea[2].iSmallRef100, INT_MIN);
     EXPECT_EQ(cfg.tSearchArea[3].iSmallRef100, INT_MAX);
@@ -234,6 +236,14 @@ TEST_F(DustConfig, TheAreasOfTheSearch)
     EXPECT_THAT(corners(cfg.tSearchArea[2]), ElementsAre(130, 447, 863, 491));
     EXPECT_THAT(corners(cfg.tSearchArea[3]), ElementsAre(48, 8, 130, 491));
     EXPECT_THAT(corners(cfg.tSearchArea[4]), ElementsAre(863, 8, 939, 491));
+}
+
+TEST_F(DustConfig, APercentageIsTakenOfTheWholeSize)
+{
+    load_areas({{"iImgX", "1099 599"}});
+    EXPECT_THAT(corners(cfg.tSearchArea[1]), ElementsAre(142, 65, 946, 528));
+    EXPECT_THAT(corners(cfg.BlurArea[0]), ElementsAre(54, 0, 1012, 29));
+    EXPECT_THAT(corners(cfg.BlurArea[1]), ElementsAre(54, 564, 1012, 599));
 }
 
 TEST_F(DustConfig, ThePercentageOfTheMiddlePlaysNoPart)
@@ -327,6 +337,10 @@ TEST_F(DustConfig, ALoadLeavesNoResultsBehind)
 TEST_F(DustConfig, AFailedLoadKeepsThePicturesName)
 {
     std::strcpy(gMotExifInfo.filename, "SAM_0001.JPG");
-    EXPECT_EQ(load_text("LUMEN1\n"), -1);
-    EXPECT_STREQ(gMotExifInfo.filename, "SAM_0001.JPG");
+    std::string without_last = test::lines_text(test::DUST_LINES);
+    without_last.resize(without_last.rfind('\n', without_last.size() - 2) + 1);
+    for (const std::string &text : {std::string("LUMEN1\n"), without_last}) {
+        EXPECT_EQ(load_text(text), -1);
+        EXPECT_STREQ(gMotExifInfo.filename, "SAM_0001.JPG");
+    }
 }

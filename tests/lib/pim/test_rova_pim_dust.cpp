@@ -223,6 +223,15 @@ TEST_F(DustTest, APictureThatACheckRefusesHasNotPassed)
     }
 }
 
+TEST_F(DustTest, TheVerdictOfACheckThatIsOffStays)
+{
+    run();
+    for (int32_t *on : switches())
+        *on = 0;
+    run();
+    EXPECT_THAT(verdicts(), ElementsAre(1, 1, 1, 1, 1));
+}
+
 TEST_F(DustTest, ARefusedPictureHasNoVerdictOnDust)
 {
     run();

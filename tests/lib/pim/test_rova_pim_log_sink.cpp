@@ -55,6 +55,7 @@ TEST_F(LogSink, AMessageThatWouldBringTheBufferToItsSizeWritesItFirst)
 {
     open(PIM_DEBUG_BUFFERED);
     rova_pim_log("%s", std::string(8000, 'a').c_str());
+    EXPECT_EQ(flushed_file(), "");
     rova_pim_log("%s", std::string(192, 'b').c_str());
     EXPECT_EQ(flushed_file(), std::string(8000, 'a'));
     rova_pim_log("%s", std::string(8192, 'c').c_str());

@@ -135,6 +135,15 @@ TEST_F(Dust, PositionsThatAreToldInPixelsOfTheLcdAreNotScaledAgain)
     EXPECT_THAT(spots, ElementsAre("50 48, 98, 302, 402, red", "20 Dust"));
 }
 
+TEST_F(Dust, AnotherNumberOfThatOptionLeavesTheScalingToTheCommand)
+{
+    const auto drawn = shown([] {
+        cfgDust.iDbgOption[3] = 2;
+        add_spot({380, 760, 2280, 3040});
+    });
+    EXPECT_THAT(drawn, ElementsAre("50 48, 98, 302, 402, red", "20 Dust"));
+}
+
 TEST_F(Dust, EachAxisHasItsOwnScale)
 {
     const auto drawn = shown([] {

@@ -95,13 +95,16 @@ TEST_P(StillFamily, TheConfigurationOfAnotherFamilyIsNotItsOwn)
 
 TEST_P(StillFamily, DisplayResultWithOneParameterIsNgAndUnregisters)
 {
-    load_config();
-    const int client = regPim;
-    new_calls();
-    gCaptureDone = 1;
-    EXPECT_EQ(run(word("display_result")), NG);
-    EXPECT_THAT(new_drawings(), IsEmpty());
-    expect_end(client);
+    for (const bool loaded : {false, true}) {
+        if (loaded)
+            load_config();
+        const int client = regPim;
+        new_calls();
+        gCaptureDone = 1;
+        EXPECT_EQ(run(word("display_result")), NG);
+        EXPECT_THAT(new_drawings(), IsEmpty());
+        expect_end(client);
+    }
 }
 
 TEST_P(StillFamily, DisplayResultOffClearsTheScreen)
