@@ -496,6 +496,13 @@ TEST_F(Dust, PixelDataHasTheStripesOfItsRange)
               " ,2500  ,2500  ,2500  ,2500  ,2500  ,  0  ,  0  ,  0  ,  0  ,  0 \n"
               " ,2500  ,2500  ,2500  ,2500  ,2500  ,  0  ,  0  ,  0  ,  0  ,  0 \n"
               " ,255  ,255  ,255  ,255  ,255  ,  0  ,  0  ,  0  ,  0  ,  0 \n");
+    const std::string first = camera.read("/mnt/mmc/pixels.csv");
+    cfg.iPixelSave = 2;
+    check();
+    EXPECT_EQ(camera.read("/mnt/mmc/pixels.csv"), first) << "not behind what was there";
+    camera.remove("/mnt/mmc/pixels.csv");
+    check();
+    EXPECT_EQ(camera.read("/mnt/mmc/pixels.csv"), first) << "any number but 0";
     cfg.iPixelSave = 0;
     camera.remove("/mnt/mmc/pixels.csv");
     check();
@@ -511,6 +518,9 @@ TEST_F(Dust, TheMarksOfEachRunAreABitmapOfItsOwn)
     check();
     const std::string second = test::bitmap_of(text);
     EXPECT_EQ(test::number_of(second), test::number_of(first) + 1);
+    cfg.iBmpSave = 2;
+    check();
+    EXPECT_TRUE(camera.exists(test::bitmap_of(text))) << "any number but 0";
     EXPECT_THAT(first, StartsWith("/mnt/mmc/marks_"));
     EXPECT_GE(test::number_of(first), 1) << "raised before the name is made";
     const std::string file = camera.read(first);
