@@ -122,7 +122,8 @@ extern rova_pim_dust_config cfgDust;
 // As rova_pim_read_config_mot.
 int rova_pim_read_config_dust(const char *path, rova_pim_dust_config *cfg, const char *project);
 
-// Runs the checks and writes the result row.  What the last check returned.
+// Runs the checks and writes the result row.  What the last check returned.  A picture that a check
+// refuses has not passed.
 int RunDust(const rova_pim_image &image, rova_pim_dust_config &cfg);
 
 // The checks of brightness.  0 passed or switched off; -1 failed, or refused, reported, with the

@@ -1,11 +1,11 @@
 #include "lib/pim/rova_pim_brightness.h"
 #include "lib/pim/rova_pim_debug.h"
 #include "lib/pim/rova_pim_log_sink.h"
+#include "lib/pim/rova_pim_reader.h"
 
 #include <cstdint>
 #include <cstdlib>
 #include <iterator>
-#include <limits>
 
 namespace
 {
@@ -66,26 +66,19 @@ bool is_in_band(const band_walk &walk, place at)
     return walk.band.dx > 0 ? at.x < walk.area.x2 : at.x > walk.area.x1;
 }
 
-bool is_number(int64_t value)
+// A corner that is no number of 32 bits wraps: its block is empty then, or not in the picture.
+rova_pim_corners corners_of(const block &in)
 {
-    return value >= std::numeric_limits<int32_t>::min() &&
-           value <= std::numeric_limits<int32_t>::max();
-}
-
-rova_pim_sum sum_of(const rova_pim_image &image, const block &in)
-{
-    if (!is_number(in.from.x) || !is_number(in.from.y) || !is_number(in.to.x) ||
-        !is_number(in.to.y))
-        return {0, 0};
-    return GetAreaSum(image, {static_cast<int32_t>(in.from.x), static_cast<int32_t>(in.from.y),
-                              static_cast<int32_t>(in.to.x), static_cast<int32_t>(in.to.y)});
+    return {rova_pim_narrow(in.from.x), rova_pim_narrow(in.from.y), rova_pim_narrow(in.to.x),
+            rova_pim_narrow(in.to.y)};
 }
 
 // A hundred times the mean of the block at a place; the walk is refused where it has no pixels.
 int32_t mean100_at(band_walk &walk, place at)
 {
     const block in = block_at(walk, at);
-    const auto [sum, count] = sum_of(walk.image, in);
+    const auto [x1, y1, x2, y2] = corners_of(in);
+    const auto [sum, count] = GetAreaSum(walk.image, {x1, y1, x2, y2});
     if (count != 0)
         return static_cast<int32_t>(static_cast<int64_t>(sum) * 100 / static_cast<int64_t>(count));
     rova_pim_report(" Shading Block Error : %c ( %lld, %lld ) ( %lld, %lld ) is not in the picture "
@@ -101,22 +94,17 @@ int32_t mean100_at(band_walk &walk, place at)
 void log_row(const band_walk &walk, place at, const rova_pim_shading_step &step,
              const char (&verdict)[3])
 {
-    const block in = block_at(walk, at);
-    rova_pim_log_shading(walk.band.letter,
-                         {static_cast<int32_t>(in.from.x), static_cast<int32_t>(in.from.y),
-                          static_cast<int32_t>(in.to.x), static_cast<int32_t>(in.to.y)},
-                         step, verdict, walk.cfg);
+    rova_pim_log_shading(walk.band.letter, corners_of(block_at(walk, at)), step, verdict, walk.cfg);
 }
 
 // The first corner of a find on the far side, which is walked backwards, is one short of the
 // block's.
 void keep_find(band_walk &walk, place at, const rova_pim_shading_step &step)
 {
-    const block in = block_at(walk, at);
-    rova_pim_keep_shading({static_cast<int32_t>(in.from.x - (walk.band.dx < 0 ? 1 : 0)),
-                           static_cast<int32_t>(in.from.y - (walk.band.dy < 0 ? 1 : 0)),
-                           static_cast<int32_t>(in.to.x), static_cast<int32_t>(in.to.y)},
-                          step, walk.cfg);
+    block in = block_at(walk, at);
+    in.from.x -= walk.band.dx < 0 ? 1 : 0;
+    in.from.y -= walk.band.dy < 0 ? 1 : 0;
+    rova_pim_keep_shading(corners_of(in), step, walk.cfg);
 }
 
 void judge(band_walk &walk, place at, const rova_pim_shading_step &step)
@@ -131,8 +119,8 @@ void judge(band_walk &walk, place at, const rova_pim_shading_step &step)
     // The place is the walk's: for bands C and E, the block's last corner.
     rova_pim_log(" Found Shading Area in %c Region : (%4d, %4d)  : C_AVE100 = %5d, N_AVE100 = %5d, "
                  "DIFF100 = %5d \n",
-                 walk.band.letter, static_cast<int32_t>(at.x), static_cast<int32_t>(at.y),
-                 step.block, step.inner, step.difference);
+                 walk.band.letter, rova_pim_narrow(at.x), rova_pim_narrow(at.y), step.block,
+                 step.inner, step.difference);
     log_row(walk, at, step, "NG");
 }
 
