@@ -283,6 +283,18 @@ TEST_F(ColorNoise, ChromaOutsideOfThePlanesIsRefused)
     EXPECT_EQ(result, 0);
 }
 
+TEST_F(ColorNoise, LumaOutsideOfThePlanesIsRefusedWhereverItsChromaLies)
+{
+    constexpr std::size_t LAST = 45 * PITCH + 61; // of the last block, in columns 52 to 61
+    const std::span<const uint8_t> bytes = picture.image.bytes;
+    cfg.iCbOffset = cfg.iCrOffset = -PITCH; // the row above, as grey as the chroma
+    picture.image.bytes = bytes.first(LAST);
+    expect_no_colours();
+    picture.image.bytes = bytes.first(LAST + 1);
+    check();
+    EXPECT_EQ(result, 0);
+}
+
 TEST_F(ColorNoise, ColourSpacesWithoutLumaOrAPairForEachTwoPixelsAreRefused)
 {
     for (const int32_t iCS : {-1, 0, 4, 8, 10, 14, 15, 22}) {
