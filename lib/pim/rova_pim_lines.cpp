@@ -145,8 +145,8 @@ void print_row(const rova_pim_row &row, const row_values &values)
         rova_pim_debug(row.label, values.word);
     else if (row.form.starts_with("%f"))
         rova_pim_debug(row.label, f[0], f[1], f[2], f[3], f[4]);
-    else if (row.word != nullptr)
-        rova_pim_debug(row.label, n[0], row.word(n[0]));
+    else if (row.word.count != 0)
+        rova_pim_debug(row.label, n[0], row.word.text(n[0]));
     else
         rova_pim_debug(row.label, n[0], n[1], n[2], n[3], n[4], n[5], n[6], n[7], n[8], n[9]);
 }

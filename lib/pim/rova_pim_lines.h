@@ -38,12 +38,22 @@ struct rova_pim_field {
 #define ROVA_PIM_FIELD(record, member) ROVA_PIM_FIELDS(record, member, member)
 inline constexpr rova_pim_field PIM_DROPPED = {0, 0};
 
+// What a label says of a value, or nothing.  Counted, since not every compiler knows of a function
+// in another file that its address is not null before the program is linked.
+struct rova_pim_word {
+    constexpr rova_pim_word(std::nullptr_t) {}
+    constexpr rova_pim_word(const char *(*of)(int32_t)) : text(of), count(1) {}
+
+    const char *(*text)(int32_t) = nullptr;
+    int count = 0;
+};
+
 // One value line.
 struct rova_pim_row {
     std::string_view form; // "%s", or up to 8 "%d" or "%f" with a blank between
     rova_pim_field field;
     const char *label;             // printed with the values; NULL: nothing is printed
-    const char *(*word)(int32_t);  // what the label says of the first value; may be NULL
+    rova_pim_word word;            // of the first value
     rova_pim_field shown = {0, 0}; // values to print in place of those read, if of a size
 };
 
@@ -72,8 +82,7 @@ constexpr bool rova_pim_label_fits(const rova_pim_row &row)
         return true;
     const auto shown = static_cast<int>(row.shown.size / 4);
     const int values = shown != 0 ? shown : rova_pim_row_values(row);
-    const int words = row.word != nullptr ? 1 : 0;
-    return rova_pim_label_values(row.label) == values + words;
+    return rova_pim_label_values(row.label) == values + row.word.count;
 }
 
 // For a static_assert: every row's field holds what the form reads, inside of the record, and its
