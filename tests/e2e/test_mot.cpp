@@ -362,9 +362,8 @@ TEST(Mot, InQaModeEveryStillHasARowInTheFile)
     ASSERT_EQ(lines.size(), 3U);
     EXPECT_EQ(lines[0], SHOT_TITLE);
     const ShotRow sharp = read_shot(lines[1]), soft = read_shot(lines[2]);
-    // Told is the name behind that of the application's latest still.
-    EXPECT_EQ(sharp.exif, (Texts{"IMG_0002.JPG", "28/10", "1/125sec", "100", "50mm"}));
-    EXPECT_EQ(soft.exif[0], "IMG_0003.JPG");
+    EXPECT_EQ(sharp.exif, (Texts{"IMG_0001.JPG", "28/10", "1/125sec", "100", "50mm"}));
+    EXPECT_EQ(soft.exif[0], "IMG_0002.JPG");
     EXPECT_EQ(sharp.result, "OK");
     EXPECT_EQ(soft.result, "NG");
     EXPECT_EQ(sharp.brightness, std::to_string(blurred["level"].get<int>()));
@@ -405,7 +404,7 @@ TEST(Mot, TheAlignmentEndsWhenAllMarkersAreInView)
 }
 
 // A search leaves its size behind, from which the next load makes the frames: 152 x 114 of 1368 x
-// 912 pixels around the first marker, on a panel of 800 x 480.
+// 912 pixels around the first marker, on a panel of 720 x 480.
 TEST(Mot, TheFramesHaveTheSizeOfTheSearchBeforeTheLoad)
 {
     MotStation station;
@@ -417,8 +416,8 @@ TEST(Mot, TheFramesHaveTheSizeOfTheSearchBeforeTheLoad)
               0);
     const Texts frames = station.drawn(50);
     ASSERT_EQ(frames.size(), 8U);
-    EXPECT_EQ(frames[0], "63,47,0,0,green") << "around a point";
-    EXPECT_EQ(frames[4], "19,17,88,60,green");
+    EXPECT_EQ(frames[0], "57,47,0,0,green") << "around a point";
+    EXPECT_EQ(frames[4], "17,17,80,60,green");
 }
 
 // The example is for the chart as vcam draws it when it is told nothing.

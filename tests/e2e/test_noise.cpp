@@ -61,7 +61,7 @@ public:
         EXPECT_EQ(lines[1].substr(0, 24), "1,0,Name, Resutl, ISO, R");
         Texts cells = e2e::result_cells(lines[2]);
         EXPECT_EQ(cells.size(), static_cast<std::size_t>(LINES + COLUMNS)) << lines[2];
-        EXPECT_EQ(cells[NAME], "IMG_0002.JPG") << "the next still's";
+        EXPECT_EQ(cells[NAME], "IMG_0001.JPG");
         return cells;
     }
 

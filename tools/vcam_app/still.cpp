@@ -33,15 +33,12 @@ bool take_still()
         std::puts("no still: virtual/scene holds no picture");
         return true;
     }
-    // The name is asked for while the still is delivered.
-    const long long latest = number_of_latest();
-    virt::write_number(counter(), latest % MOST_STILLS + 1);
-    const bool taken = virt::take_still().has_value();
-    if (taken)
-        virt::finish_stills();
-    else
-        virt::write_number(counter(), latest);
-    return taken;
+    if (!virt::take_still())
+        return false;
+    // Its file comes behind its delivery: who asks for the name meanwhile gets the still before.
+    virt::finish_stills();
+    virt::write_number(counter(), number_of_latest() % MOST_STILLS + 1);
+    return true;
 }
 
 const char *still_name()
