@@ -14,7 +14,7 @@ constexpr int32_t ROW_STEP = 2; // every second row is read
 // twice their distance.
 bool are_sizes(const rova_pim_image &image, int64_t divisor, const rova_pim_dust_config &cfg)
 {
-    if (divisor > 0 && image.width > 0 && image.pitch <= INT32_MAX / ROW_STEP)
+    if (divisor > 0 && image.width > 0 && image.pitch > 0 && image.pitch <= INT32_MAX / ROW_STEP)
         return true;
     rova_pim_report(" Image Size Error : %d x %d [ %d x %d ] \n", cfg.iImgX, cfg.iImgY, image.width,
                     image.height);

@@ -496,9 +496,10 @@ TEST_F(FourQuadrants, ALowerHalfBehindTheBytesIsRefused)
     EXPECT_EQ(cfg.i4xOk, PIM_NO_RESULT);
 }
 
-TEST_F(FourQuadrants, APictureOfNoWidthOrOfTheGreatestPitchIsRefused)
+TEST_F(FourQuadrants, APictureOfNoWidthOrOfNoUsablePitchIsRefused)
 {
-    for (const auto &[width, pitch] : {std::pair(0, 67), {-1, 67}, {64, INT_MAX}}) {
+    for (const auto &[width, pitch] :
+         {std::pair(0, 67), {-1, 67}, {64, INT_MAX}, {64, 0}, {64, -67}, {64, INT_MIN}}) {
         picture->image.width = width;
         picture->image.pitch = pitch;
         check();
