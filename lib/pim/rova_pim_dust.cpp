@@ -17,7 +17,7 @@ constexpr char END[] =
 constexpr int ALL_IN_ONE_PASS = 1; // debug options
 constexpr int HOOK = 7;
 
-constinit std::atomic<rova_pim_dust_hook> hook = nullptr;
+constinit std::atomic<rova_pim_dust_hook> called_after = nullptr;
 
 // In the order of their run.
 struct dust_check {
@@ -86,9 +86,9 @@ int32_t find_total(const rova_pim_dust_config &cfg, int result)
 
 } // namespace
 
-void rova_pim_set_dust_hook(rova_pim_dust_hook set)
+void rova_pim_set_dust_hook(rova_pim_dust_hook hook)
 {
-    hook = set;
+    called_after = hook;
 }
 
 int RunDust(const rova_pim_image &image, rova_pim_dust_config &cfg)
@@ -104,7 +104,7 @@ int RunDust(const rova_pim_image &image, rova_pim_dust_config &cfg)
     WriteDustResult(cfg);
     rova_pim_debug(END);
     rova_pim_debug_close();
-    if (const rova_pim_dust_hook call = hook; call != nullptr && cfg.iDbgOption[HOOK] != 0)
+    if (const rova_pim_dust_hook call = called_after; call != nullptr && cfg.iDbgOption[HOOK] != 0)
         call(image);
     return in_one_pass ? 0 : result;
 }

@@ -9,7 +9,6 @@ namespace
 
 using testing::Each;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 class DustConfig : public test::ConfigRun<test::DustFile>
 {

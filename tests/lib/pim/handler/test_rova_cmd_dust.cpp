@@ -8,7 +8,6 @@
 #include <functional>
 
 using test::NG;
-using test::OK;
 using testing::ContainsRegex;
 using testing::ElementsAre;
 
