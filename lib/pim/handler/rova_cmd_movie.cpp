@@ -158,10 +158,11 @@ bool show_verdict()
     int32_t blue = 1;
     GetMovieResult(&total, &red, &blue);
     if (red == 1 && blue == 1 && audio_ok) {
-        if (total == 0)
-            ROVA_LOG_ERR("no frame and no sound failed, but the movie's total did: %d of %d frames "
+        if (total != 1)
+            ROVA_LOG_ERR("no frame and no sound failed, but the movie's total %s: %d of %d frames "
                          "were checked\n",
-                         cfgMovie.frameCount, cfgMovie.totalFrames);
+                         total == 0 ? "did" : "is missing", cfgMovie.frameCount,
+                         cfgMovie.totalFrames);
         rova_osd_draw(FACTORY_OSD_DRAW_OK, "");
         return true;
     }

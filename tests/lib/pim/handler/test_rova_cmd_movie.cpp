@@ -458,9 +458,19 @@ TEST_F(Movie, DisplayResultOfAnotherWordIsNg)
     EXPECT_THAT(new_drawings(), IsEmpty());
 }
 
+TEST_F(Movie, DisplayResultBeforeAnyFrameIsOkAndLogged)
+{
+    load();
+    EXPECT_EQ(run("movie display_result on movie.csv"), OK);
+    EXPECT_THAT(new_drawings(), ElementsAre("10 "));
+    EXPECT_TRUE(camera.logged("but the movie's total is missing: 0 of 4 frames were checked"));
+}
+
 TEST_F(Movie, DisplayResultWithoutAFileIsNgBehindTheScreen)
 {
     load();
+    EXPECT_EQ(run("movie display_result on"), NG);
+    EXPECT_THAT(new_drawings(), ElementsAre("10 ")) << "nor a name";
     EXPECT_EQ(run("movie display_result on none/movie.csv"), NG);
     EXPECT_THAT(new_drawings(), ElementsAre("10 "));
 }
