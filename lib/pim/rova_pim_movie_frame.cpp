@@ -78,8 +78,7 @@ std::size_t copy_row(const rova_pim_image &image, const rova_pim_movie_part &par
 bool can_be_read(const rova_pim_image &image, const rova_pim_movie_part &part,
                  const colour_field &field)
 {
-    if (field.width < 1 || field.width > image.width || field.area.y1 < field.area.y0 ||
-        field.right < 0 || field.below < 0)
+    if (field.width < 1 || field.area.y1 < field.area.y0 || field.right < 0 || field.below < 0)
         return false;
     std::vector<uint8_t> row(static_cast<std::size_t>(field.width));
     return copy_row(image, part, field, field.area.y0, row) == row.size() &&

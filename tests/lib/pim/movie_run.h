@@ -102,7 +102,7 @@ protected:
             record.result = PIM_NO_RESULT;
         }
         for (rova_pim_audio_record &record : cfg.audio)
-            record = {PIM_NO_RESULT, PIM_NO_RESULT, -99.0F, -99.0F, -99.0F, -99.0F};
+            record = {0, PIM_NO_RESULT, -99.0F, -99.0F, -99.0F, -99.0F};
     }
     void print_mode(int32_t mode) { cfg.rstPrint = gRstPrintOpt = mode; }
 

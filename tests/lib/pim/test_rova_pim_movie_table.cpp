@@ -222,6 +222,29 @@ TEST_F(MovieTable, AllFramesMustHaveBeenCheckedAndGood)
     EXPECT_EQ(cfg.movieResult, 0);
 }
 
+TEST_F(MovieTable, WhatAnotherTestHasLeftGoesToItsOwnFile)
+{
+    print_mode(PIM_RESULT_BUFFERED);
+    rova_pim_result_open("/mnt/mmc/other.csv");
+    rova_pim_result_print("of another test\n");
+    hear_all();
+    judge_all();
+    EXPECT_EQ(camera.read("/mnt/mmc/other.csv"), "of another test\n");
+    EXPECT_EQ(file(), TITLE + GOOD_ROWS);
+}
+
+TEST_F(MovieTable, GoodFramesDoNotMakeUpForABadOneTooMany)
+{
+    cfg.totalFrames = 3;
+    cr(8, 3) = 0;
+    judge(10);
+    cr(8, 3) = test::RED;
+    for (const int32_t number : {13, 30, 32})
+        judge(number);
+    EXPECT_EQ(cfg.frameOk, 3);
+    EXPECT_EQ(cfg.movieResult, 0);
+}
+
 TEST_F(MovieTable, AFileThatCannotBeOpenedLeavesNoTable)
 {
     std::snprintf(cfg.resultFile, sizeof(cfg.resultFile), "/mnt/mmc/none/movie.csv");
