@@ -201,7 +201,7 @@ TEST(Movie, AllThatFailsIsNamed)
 {
     MovieStation station;
     station.draw_small(both(both(NO_RED, NO_BLUE), {"--tone", "2000"}));
-    station.run_ng("Red,Blue,Audio");
+    station.run_ng("Red,BlueAudio");
 }
 
 TEST(Movie, NoiseOfAllColoursAlikeIsNoFault)

@@ -166,15 +166,11 @@ bool show_verdict()
         rova_osd_draw(FACTORY_OSD_DRAW_OK, "");
         return true;
     }
-    char text[32];
+    // Only red is parted from what follows.
     const bool more = blue == 0 || !audio_ok;
-    std::snprintf(text, sizeof(text), "%s%s%s",
-                  red != 0 ? ""
-                  : more   ? "Red,"
-                           : "Red",
-                  blue != 0  ? ""
-                  : audio_ok ? "Blue"
-                             : "Blue,",
+    const char *red_part = red != 0 ? "" : more ? "Red," : "Red";
+    char text[32];
+    std::snprintf(text, sizeof(text), "%s%s%s", red_part, blue != 0 ? "" : "Blue",
                   audio_ok ? "" : "Audio");
     rova_osd_draw(FACTORY_OSD_DRAW_NG, text);
     return false;

