@@ -278,11 +278,8 @@ static constexpr rova_cmd_entry image_quality_table[] = {
 };
 
 static constexpr rova_cmd_entry extra_table[] = {
-    {"mot", rova_cmd_app_exec},
-    {"dust", rova_cmd_app_exec},
-    {"noise", rova_cmd_app_exec},
-    {"movie", rova_cmd_app_exec},
-    {"afi_adj", rova_cmd_app_exec},
+    {"mot", rova_cmd_app_exec},   {"dust", rova_cmd_app_exec},    {"noise", rova_cmd_app_exec},
+    {"movie", rova_cmd_app_exec}, {"afi_adj", rova_cmd_app_exec},
 };
 
 static constexpr rova_cmd_entry wireless_table[] = {

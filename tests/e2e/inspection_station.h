@@ -62,8 +62,8 @@ private:
 // Bytes of a row of a picture.
 int picture_pitch(int width);
 
-// Cells of a row of a result, without quotation marks and the blanks around them; what stands behind
-// the last comma is one when it is not empty.
+// Cells of a row of a result, without quotation marks and the blanks around them; what stands
+// behind the last comma is one when it is not empty.
 std::vector<std::string> result_cells(const std::string &row);
 
 // Whether the run's output has this command with this result.

@@ -266,9 +266,8 @@ TEST(VcamScreen, OddDrawingsAreDrawnAsFarAsTheyGo)
     const char *far = "-2147483648,-2147483648,2147483647,2147483647,red";
     factory_osd_draw(FACTORY_OSD_DRAW_LINE, far);
     factory_osd_draw(FACTORY_OSD_DRAW_RECTANGLE, far);
-    for (const char *text :
-         {"2147483647, 0, -2147483648, 9, red", "-2147483648, -9, 2147483647, -1, red",
-          "9, 9, 8, 8, red"})
+    for (const char *text : {"2147483647, 0, -2147483648, 9, red",
+                             "-2147483648, -9, 2147483647, -1, red", "9, 9, 8, 8, red"})
         factory_osd_draw(FACTORY_OSD_DRAW_RECTANGLE, text);
     EXPECT_EQ(draw(camera).count(0, 480, 0, 0, 255), 720 * 480);
     factory_osd_draw(FACTORY_OSD_DRAW_LINE, "700,470,2147483647,2147483647,red");

@@ -52,8 +52,8 @@ enum factory_osd_drawing {
 };
 
 /* Put a drawing over what is there.  In a line and a rectangle the numbers are pixels of the
- * display, the colour a word such as "red".  A rectangle with a blank behind its first comma is told
- * by two corners, both of them in it; in a line blanks do not count. */
+ * display, the colour a word such as "red".  A rectangle with a blank behind its first comma is
+ * told by two corners, both of them in it; in a line blanks do not count. */
 int factory_osd_draw(int kind, const char *text);
 
 enum factory_osd_touch_state {
