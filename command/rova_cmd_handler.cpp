@@ -278,8 +278,13 @@ static constexpr rova_cmd_entry image_quality_table[] = {
 };
 
 static constexpr rova_cmd_entry extra_table[] = {
-    {"mot", rova_cmd_app_exec},   {"dust", rova_cmd_app_exec},    {"noise", rova_cmd_app_exec},
-    {"movie", rova_cmd_app_exec}, {"afi_adj", rova_cmd_app_exec},
+    // clang-format off
+    {"mot",     rova_cmd_app_exec},
+    {"dust",    rova_cmd_app_exec},
+    {"noise",   rova_cmd_app_exec},
+    {"movie",   rova_cmd_app_exec},
+    {"afi_adj", rova_cmd_app_exec},
+    // clang-format on
 };
 
 static constexpr rova_cmd_entry wireless_table[] = {

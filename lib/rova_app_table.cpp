@@ -5,8 +5,13 @@
 #include <strings.h>
 
 static constexpr rova_app_cmd app_table[] = {
-    {"mot", rova_cmd_mot},     {"dust", rova_cmd_dust},       {"noise", rova_cmd_noise},
-    {"movie", rova_cmd_movie}, {"afi_adj", rova_cmd_afi_adj},
+    // clang-format off
+    {"mot",     rova_cmd_mot},
+    {"dust",    rova_cmd_dust},
+    {"noise",   rova_cmd_noise},
+    {"movie",   rova_cmd_movie},
+    {"afi_adj", rova_cmd_afi_adj},
+    // clang-format on
 };
 
 std::span<const rova_app_cmd> rova_app_cmds()
