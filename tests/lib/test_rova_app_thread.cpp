@@ -437,7 +437,8 @@ TEST_F(AppThread, AStopWithAFullQueueWaitsForTheCommandInProgressOnly)
     while (put_command(mq_id) == 0) {
     }
     std::thread stopper([] { EXPECT_EQ(rova_stop_app(), 1); });
-    EXPECT_TRUE(test::wait_for([&] { return camera.logged("failed to send end packet "); }));
+    EXPECT_TRUE(test::wait_for([] { return test::SERVED_APP.queue() == -1; }));
+    EXPECT_TRUE(camera.logged("failed to send end packet "));
     EXPECT_FALSE(exited());
     go = true;
     stopper.join();
