@@ -280,24 +280,28 @@ TEST(Mot, AStillOfAnotherSizeThanConfiguredGivesNoValueAndNoCrash)
     EXPECT_EQ(station.csv().charts[WIDE].at(2).values[0], FLOOR);
 }
 
-// The fourth of five stills.
-TEST(Mot, EveryAlgorithmFindsTheLevelThatIsSharpest)
+class MotAlgorithm : public testing::TestWithParam<const char *>
 {
-    for (const char *algorithm : {"1", "2", "3"}) {
-        MotStation station;
-        std::string lines = "mot set pimode\nmot read_config\nmot set_chart wide\n";
-        for (int level = -2; level <= 2; level++) {
-            fit(station.config, station.draw(blur_of(TELE, level)), PASS);
-            lines += "capture still\n";
-        }
-        station.config.line(57, "200"); // no level has so much to spare
-        station.config.line(59, "1 0 0");
-        leave_out(station.config, TELE);
-        leave_out(station.config, MID);
-        station.config.group_line(WIDE, 27, algorithm);
-        EXPECT_EQ(station.run_lines(lines + "mot display_result on mot.csv\n").status, 0);
-        EXPECT_EQ(station.drawn(40), Texts{"1,-,-,OK,-,-"}) << algorithm;
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, MotAlgorithm, testing::Values("1", "2", "3"));
+
+// The fourth of five stills.
+TEST_P(MotAlgorithm, FindsTheLevelThatIsSharpest)
+{
+    MotStation station;
+    std::string lines = "mot set pimode\nmot read_config\nmot set_chart wide\n";
+    for (int level = -2; level <= 2; level++) {
+        fit(station.config, station.draw(blur_of(TELE, level)), PASS);
+        lines += "capture still\n";
     }
+    station.config.line(57, "200"); // no level has so much to spare
+    station.config.line(59, "1 0 0");
+    leave_out(station.config, TELE);
+    leave_out(station.config, MID);
+    station.config.group_line(WIDE, 27, GetParam());
+    EXPECT_EQ(station.run_lines(lines + "mot display_result on mot.csv\n").status, 0);
+    EXPECT_EQ(station.drawn(40), Texts{"1,-,-,OK,-,-"});
 }
 
 TEST(Mot, AnotherAlgorithmDecidesNothing)
