@@ -2,11 +2,11 @@
 // of examples/config, each as a ratio to plain reads of what its steps have to look at.  How much
 // longer the plain versions of the tests take is `plain_of_fast`.
 #include "bench/pictures.h"
-#include "lib/pim/rova_pim_dust.h"
-#include "lib/pim/rova_pim_noise.h"
-#include "tests/lib/pim/plain_dust.h"
-#include "tests/lib/pim/plain_noise.h"
-#include "tests/lib/pim/plain_shading.h"
+#include "lib/pim/dust/rova_pim_dust.h"
+#include "lib/pim/noise/rova_pim_noise.h"
+#include "tests/lib/pim/dust/plain_dust.h"
+#include "tests/lib/pim/dust/plain_shading.h"
+#include "tests/lib/pim/noise/plain_noise.h"
 #include "tests/support/camera.h"
 
 #include <fstream>

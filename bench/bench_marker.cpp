@@ -1,9 +1,9 @@
 // The search for colour markers: a sliding box of 12 x 12 over 400 x 400 values that are all
 // visited, and a screen nail's four markers.  Both against the plain search and against one plain
 // read of the values that have to be looked at, from planes that together exceed every cache.
-#include "lib/pim/rova_pim_marker.h"
-#include "tests/lib/pim/marker_chart.h"
-#include "tests/lib/pim/plain_marker.h"
+#include "lib/pim/mot/rova_pim_marker.h"
+#include "tests/lib/pim/mot/marker_chart.h"
+#include "tests/lib/pim/mot/plain_marker.h"
 
 #include <benchmark/benchmark.h>
 

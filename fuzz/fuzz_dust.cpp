@@ -1,7 +1,7 @@
 // The dust test of a small picture: both of its paths leave what the plain ones leave, and no
 // numbers in the configuration or of the picture's sizes lead out of its bytes.
 #include "lib/pim/rova_pim_pixels.h"
-#include "tests/lib/pim/random_dust.h"
+#include "tests/lib/pim/dust/random_dust.h"
 
 #include <cstdlib>
 

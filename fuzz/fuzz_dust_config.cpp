@@ -1,7 +1,7 @@
 // Loading a configuration of the dust test of any bytes: it is whole and its areas hang together,
 // or the load fails.
 #include "fuzz/config_input.h"
-#include "lib/pim/rova_pim_dust.h"
+#include "lib/pim/dust/rova_pim_dust.h"
 #include "lib/pim/rova_pim_log_sink.h"
 
 namespace

@@ -1,7 +1,7 @@
 // Loading a configuration of the resolution test of any bytes: it is whole and its buffers are
 // there, or the load fails.
 #include "fuzz/config_input.h"
-#include "lib/pim/rova_pim_buffers.h"
+#include "lib/pim/mot/rova_pim_buffers.h"
 
 namespace
 {

@@ -1,6 +1,6 @@
 // Loading a configuration of the movie test of any bytes: it is whole, or the load fails.
 #include "fuzz/config_input.h"
-#include "lib/pim/rova_pim_movie_test.h"
+#include "lib/pim/movie/rova_pim_movie_test.h"
 
 namespace
 {

@@ -1,8 +1,8 @@
 // Judging a small frame by a configuration of any bytes: the verdict and its record are those of
 // the plain search.
 #include "fuzz/config_input.h"
-#include "lib/pim/rova_pim_movie_test.h"
-#include "tests/lib/pim/plain_movie.h"
+#include "lib/pim/movie/rova_pim_movie_test.h"
+#include "tests/lib/pim/movie/plain_movie.h"
 
 #include <algorithm>
 #include <vector>

@@ -1,6 +1,6 @@
 // The noise test of a small picture, with good and with bad numbers: it leaves what the plain one
 // leaves.
-#include "tests/lib/pim/random_noise.h"
+#include "tests/lib/pim/noise/random_noise.h"
 
 #include <cstdlib>
 #include <cstring>

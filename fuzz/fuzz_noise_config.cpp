@@ -1,6 +1,6 @@
 // Loading a configuration of the noise test of any bytes: it is whole, or the load fails.
 #include "fuzz/config_input.h"
-#include "lib/pim/rova_pim_noise.h"
+#include "lib/pim/noise/rova_pim_noise.h"
 
 namespace
 {

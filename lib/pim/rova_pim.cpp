@@ -1,9 +1,9 @@
 #include "lib/pim/rova_pim.h"
 
 #include "common/rova_log.h"
+#include "lib/pim/movie/rova_pim_movie.h"
+#include "lib/pim/noise/rova_pim_noise.h"
 #include "lib/pim/rova_pim_debug.h"
-#include "lib/pim/rova_pim_movie.h"
-#include "lib/pim/rova_pim_noise.h"
 
 #include <algorithm>
 #include <climits>

@@ -1,11 +1,11 @@
 #include "lib/pim/rova_pim.h"
 
 #include "common/rova_log.h"
+#include "lib/pim/dust/rova_pim_dust.h"
+#include "lib/pim/mot/rova_pim_mot.h"
+#include "lib/pim/noise/rova_pim_noise.h"
 #include "lib/pim/rova_pim_config.h"
 #include "lib/pim/rova_pim_debug.h"
-#include "lib/pim/rova_pim_dust.h"
-#include "lib/pim/rova_pim_mot.h"
-#include "lib/pim/rova_pim_noise.h"
 #include "lib/pim/rova_pim_raw.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // What the camera application does at a command, and the movie player that it lends.
 #include <gtest/gtest.h>
 
-#include "lib/pim/rova_pim_movie.h"
+#include "lib/pim/movie/rova_pim_movie.h"
 #include "lib/rova_app_thread.h"
 #include "platform/capture.h"
 #include "platform/virtual/capture.h"

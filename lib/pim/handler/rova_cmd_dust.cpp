@@ -1,11 +1,11 @@
 // dust: the test for dust, shading and exposure on a white field.
 #include "common/rova_log.h"
 #include "common/rova_osd.h"
+#include "lib/pim/dust/rova_pim_dust.h"
 #include "lib/pim/handler/rova_cmd_pim.h"
 #include "lib/pim/handler/rova_pim_family.h"
 #include "lib/pim/rova_pim.h"
 #include "lib/pim/rova_pim_debug.h"
-#include "lib/pim/rova_pim_dust.h"
 #include "lib/pim/rova_pim_reader.h"
 #include "platform/factory_osd.h"
 

@@ -3,11 +3,11 @@
 #include "common/rova_osd.h"
 #include "lib/pim/handler/rova_cmd_pim.h"
 #include "lib/pim/handler/rova_pim_family.h"
+#include "lib/pim/movie/rova_pim_movie.h"
+#include "lib/pim/movie/rova_pim_movie_test.h"
 #include "lib/pim/rova_pim.h"
 #include "lib/pim/rova_pim_debug.h"
 #include "lib/pim/rova_pim_image.h"
-#include "lib/pim/rova_pim_movie.h"
-#include "lib/pim/rova_pim_movie_test.h"
 #include "platform/factory_osd.h"
 #include "platform/sys.h"
 

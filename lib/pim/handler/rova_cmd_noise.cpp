@@ -3,9 +3,9 @@
 #include "common/rova_osd.h"
 #include "lib/pim/handler/rova_cmd_pim.h"
 #include "lib/pim/handler/rova_pim_family.h"
+#include "lib/pim/noise/rova_pim_noise.h"
 #include "lib/pim/rova_pim.h"
 #include "lib/pim/rova_pim_debug.h"
-#include "lib/pim/rova_pim_noise.h"
 #include "platform/factory_osd.h"
 
 #include <algorithm>

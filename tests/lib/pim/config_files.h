@@ -2,9 +2,9 @@
 // otherwise.
 #pragma once
 
-#include "lib/pim/rova_pim_dust.h"
-#include "lib/pim/rova_pim_movie_test.h"
-#include "lib/pim/rova_pim_noise.h"
+#include "lib/pim/dust/rova_pim_dust.h"
+#include "lib/pim/movie/rova_pim_movie_test.h"
+#include "lib/pim/noise/rova_pim_noise.h"
 
 #include <algorithm>
 #include <map>

@@ -1,10 +1,10 @@
 // The loader: which file and which reader a mode has.
+#include "lib/pim/mot/rova_pim_buffers.h"
 #include "lib/pim/rova_pim.h"
-#include "lib/pim/rova_pim_buffers.h"
 #include "lib/pim/rova_pim_config.h"
 #include "lib/pim/rova_pim_debug.h"
 #include "tests/lib/pim/config_files.h"
-#include "tests/lib/pim/mot_file.h"
+#include "tests/lib/pim/mot/mot_file.h"
 #include "tests/support/camera.h"
 #include "tests/support/text.h"
 

@@ -4,7 +4,7 @@
 #include "lib/pim/rova_pim_result.h"
 #include "lib/rova_app_table.h"
 #include "platform/virtual/capture.h"
-#include "tests/lib/pim/mot_file.h"
+#include "tests/lib/pim/mot/mot_file.h"
 #include "tests/support/wrap.h"
 
 #include <cstdio>

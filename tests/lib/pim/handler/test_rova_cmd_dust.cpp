@@ -1,4 +1,4 @@
-#include "lib/pim/rova_pim_dust.h"
+#include "lib/pim/dust/rova_pim_dust.h"
 #include "lib/rova_app_table.h"
 #include "tests/lib/pim/handler/still_family.h"
 

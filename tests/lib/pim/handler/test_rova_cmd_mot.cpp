@@ -1,7 +1,7 @@
 #include "common/rova_osd.h"
 #include "common/rova_util.h"
+#include "lib/pim/mot/rova_pim_avcs.h"
 #include "lib/pim/rova_pim.h"
-#include "lib/pim/rova_pim_avcs.h"
 #include "lib/pim/rova_pim_result.h"
 #include "lib/rova_app_table.h"
 #include "platform/capture.h"

@@ -1,8 +1,8 @@
 // What the tests of single stills have in common, with the noise and the dust test.
 #include "common/rova_util.h"
+#include "lib/pim/dust/rova_pim_dust.h"
+#include "lib/pim/noise/rova_pim_noise.h"
 #include "lib/pim/rova_pim.h"
-#include "lib/pim/rova_pim_dust.h"
-#include "lib/pim/rova_pim_noise.h"
 #include "lib/pim/rova_pim_result.h"
 #include "platform/vconf.h"
 #include "tests/lib/pim/handler/still_family.h"
