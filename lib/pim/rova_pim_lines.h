@@ -102,6 +102,14 @@ constexpr bool rova_pim_rows_are_sound(const rova_pim_row (&rows)[N], std::size_
     return true;
 }
 
+// The same for all tables of a record.
+template <std::size_t... N>
+constexpr bool rova_pim_tables_are_sound(std::size_t record_size,
+                                         const rova_pim_row (&...tables)[N])
+{
+    return (rova_pim_rows_are_sound(tables, record_size) && ...);
+}
+
 // Reads the file and splits it.  0, or -1 with a report: it cannot be opened or read, is empty, or
 // is longer, or has more or longer lines, than the format has room for.
 int rova_pim_lines_read(const char *path, rova_pim_lines &lines);

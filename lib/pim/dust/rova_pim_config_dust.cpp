@@ -22,44 +22,28 @@ struct line_values {
 #define MORE(first, last) ROVA_PIM_FIELDS(rova_pim_dust_config, first, last)
 #define IN_LINE(first, last) ROVA_PIM_FIELDS(line_values, first, last)
 
-constexpr auto SWITCH = rova_pim_on_if_set; // what a label says of any switch
-constexpr char EIGHT[] = "%d %d %d %d %d %d %d %d";
+constexpr rova_pim_head HEAD = rova_pim_head_of(ONE(strModelName), ONE(iDbgPrint), ONE(iRstPrint),
+                                                PIM_SWITCH, ONE(strDbgFile));
 
 // The rows stand in the file's order, parted where something happens between two of them.
 // clang-format off
-constexpr rova_pim_row MODEL_ROW[] = {
-    {"%s", ONE(strModelName), nullptr, nullptr}, // printed with the engine's version
-};
-
-constexpr rova_pim_row DEBUG_ROW[] = {
-    {"%d", ONE(iDbgPrint), " Debug Print = %d [ %s ]  \n", SWITCH},
-};
-
-constexpr rova_pim_row RESULT_ROW[] = {
-    {"%d", ONE(iRstPrint), " Result Print = %d  [ %s ]  \n", SWITCH},
-};
-
-constexpr rova_pim_row DEBUG_FILE_ROW[] = {
-    {"%s", ONE(strDbgFile), " Debug File Name = %s \n", nullptr},
-};
-
 constexpr rova_pim_row SAVE_ROWS[] = {
     {"%s",    ONE(strOutFile),  " Output File Name for Test Result : %s \n\n", nullptr},
-    {"%d",    ONE(RunDustFunc), " RunDustFunc. = %d [%s] \n", SWITCH},
-    {"%d",    ONE(iJpegSave),   " Jpeg Save = %d [%s] \n", SWITCH},
-    {"%d",    ONE(iRawSave),    " Raw Save = %d [%s] \n", SWITCH},
-    {"%d",    ONE(iLogSave),    " Log Save = %d [%s] \n", SWITCH},
+    {"%d",    ONE(RunDustFunc), " RunDustFunc. = %d [%s] \n", PIM_SWITCH},
+    {"%d",    ONE(iJpegSave),   " Jpeg Save = %d [%s] \n", PIM_SWITCH},
+    {"%d",    ONE(iRawSave),    " Raw Save = %d [%s] \n", PIM_SWITCH},
+    {"%d",    ONE(iLogSave),    " Log Save = %d [%s] \n", PIM_SWITCH},
 };
 
 constexpr rova_pim_row RUN_ROWS[] = {
     {"%s",    ONE(strLogFile),   " Log File Name = %s \n", nullptr},
-    {"%d",    ONE(iPixelSave),   " Pixel Data Save = %d [%s] \n", SWITCH},
+    {"%d",    ONE(iPixelSave),   " Pixel Data Save = %d [%s] \n", PIM_SWITCH},
     {"%d %d", MORE(iPixelFrom, iPixelTo), " Pixel Data Range = %d ,%d \n", nullptr},
     {"%s",    ONE(strPixelFile), " Pixel File Name = %s \n", nullptr},
-    {"%d",    ONE(iBmpSave),     " BMP Save = %d [ %s ] \n", SWITCH},
+    {"%d",    ONE(iBmpSave),     " BMP Save = %d [ %s ] \n", PIM_SWITCH},
     {"%s",    ONE(strBmpFile),   " BMP File = %s  \n", nullptr},
-    {EIGHT,   ONE(iDbgLevel),  " Debugging Print Level = %d %d %d %d %d %d %d %d\t\n", nullptr},
-    {EIGHT,   ONE(iDbgOption), " Debugging Option = %d %d %d %d %d %d %d %d\t\n", nullptr},
+    {PIM_EIGHT, ONE(iDbgLevel),  " Debugging Print Level = %d %d %d %d %d %d %d %d\t\n", nullptr},
+    {PIM_EIGHT, ONE(iDbgOption), " Debugging Option = %d %d %d %d %d %d %d %d\t\n", nullptr},
     {"%d %d", MORE(iImgX, iImgY), " Image Size  %4d x %4d \n", nullptr},
     {"%d %d", MORE(iTvX, iTvY),   " Live View Image Size [ TV  OUT ] : %d x %d \n", nullptr},
     {"%d %d", MORE(iLcdLiveX, iLcdLiveY), " Live View Image Size [ LCD OUT ] : %d x %d \n", nullptr},
@@ -71,21 +55,21 @@ constexpr rova_pim_row SHADING_ROWS[] = {
     {"%d",    ONE(iCbOffset),  " [ MAIN IMG ] CB Offset = %d \n", nullptr},
     {"%d",    ONE(iCrOffset),  " [ MAIN IMG ] CR Offset = %d \n", nullptr},
     {"%d %d", MORE(iBlockX, iBlockY), " BLOCK SIZE = %3d x %3d \n", nullptr},
-    {"%d",    ONE(iShadingOn), " Shading On/Off = %d [ %s] \n", SWITCH},
+    {"%d",    ONE(iShadingOn), " Shading On/Off = %d [ %s] \n", PIM_SWITCH},
     {"%d %d %d %d", MORE(iShadingU, iShadingR),
      " Shading Range : U-[ %d ], L-[%d], L-[%d], R-[%d] blocks \n", nullptr},
     {"%d",    ONE(iShadingRef), " Shading Ref. = %d  \n", nullptr},
 };
 
 constexpr rova_pim_row QUADRANT_ROW[] = {
-    {"%d", ONE(i4xOn), " 4X Shading On/Off = %d [%s] \n", SWITCH},
+    {"%d", ONE(i4xOn), " 4X Shading On/Off = %d [%s] \n", PIM_SWITCH},
 };
 
 constexpr rova_pim_row EXPOSURE_ROWS[] = {
-    {"%d", ONE(iExpOn),   " Exposure/Darness On/Off = %d [ %s ] \n", SWITCH},
+    {"%d", ONE(iExpOn),   " Exposure/Darness On/Off = %d [ %s ] \n", PIM_SWITCH},
     {"%d", ONE(iExpHigh), " Exposure Y High. = %d  \n", nullptr},
     {"%d", ONE(iExpLow),  " Exposure Y Low. = %d  \n", nullptr},
-    {"%d", ONE(iDustOn),  " Dust On/Off = %d [ %s ] \n", SWITCH},
+    {"%d", ONE(iDustOn),  " Dust On/Off = %d [ %s ] \n", PIM_SWITCH},
 };
 
 constexpr rova_pim_row PERCENT_ROW[] = {
@@ -111,7 +95,7 @@ constexpr rova_pim_row BLUR_ROW[] = {
 };
 
 constexpr rova_pim_row COLOUR_ROW[] = {
-    {"%d", ONE(iCsOn), " Color Shading = %d [ %s ] \n", SWITCH},
+    {"%d", ONE(iCsOn), " Color Shading = %d [ %s ] \n", PIM_SWITCH},
 };
 
 // Of any of the three windows: x, y and the size are printed in another order than they are read.
@@ -165,23 +149,12 @@ constexpr limit_rows BLUR_LIMIT = {
 #undef MORE
 #undef IN_LINE
 
-static_assert(rova_pim_rows_are_sound(MODEL_ROW, sizeof(rova_pim_dust_config)));
-static_assert(rova_pim_rows_are_sound(DEBUG_ROW, sizeof(rova_pim_dust_config)));
-static_assert(rova_pim_rows_are_sound(RESULT_ROW, sizeof(rova_pim_dust_config)));
-static_assert(rova_pim_rows_are_sound(DEBUG_FILE_ROW, sizeof(rova_pim_dust_config)));
-static_assert(rova_pim_rows_are_sound(SAVE_ROWS, sizeof(rova_pim_dust_config)));
-static_assert(rova_pim_rows_are_sound(RUN_ROWS, sizeof(rova_pim_dust_config)));
-static_assert(rova_pim_rows_are_sound(SHADING_ROWS, sizeof(rova_pim_dust_config)));
-static_assert(rova_pim_rows_are_sound(QUADRANT_ROW, sizeof(rova_pim_dust_config)));
-static_assert(rova_pim_rows_are_sound(EXPOSURE_ROWS, sizeof(rova_pim_dust_config)));
-static_assert(rova_pim_rows_are_sound(SMALL_ROW, sizeof(rova_pim_dust_config)));
-static_assert(rova_pim_rows_are_sound(BIG_ROW, sizeof(rova_pim_dust_config)));
-static_assert(rova_pim_rows_are_sound(COLOUR_ROW, sizeof(rova_pim_dust_config)));
-static_assert(rova_pim_rows_are_sound(ALPHA_ROW, sizeof(rova_pim_dust_config)));
-static_assert(rova_pim_rows_are_sound(PERCENT_ROW, sizeof(line_values)));
-static_assert(rova_pim_rows_are_sound(EXCEPT_ROW, sizeof(line_values)));
-static_assert(rova_pim_rows_are_sound(BLUR_ROW, sizeof(line_values)));
-static_assert(rova_pim_rows_are_sound(WINDOW_ROW, sizeof(line_values)));
+static_assert(rova_pim_tables_are_sound(sizeof(rova_pim_dust_config), HEAD.model, HEAD.debug,
+                                        HEAD.result, HEAD.file, SAVE_ROWS, RUN_ROWS, SHADING_ROWS,
+                                        QUADRANT_ROW, EXPOSURE_ROWS, SMALL_ROW, BIG_ROW, COLOUR_ROW,
+                                        ALPHA_ROW));
+static_assert(rova_pim_tables_are_sound(sizeof(line_values), PERCENT_ROW, EXCEPT_ROW, BLUR_ROW,
+                                        WINDOW_ROW));
 
 consteval bool limits_are_sound()
 {
@@ -195,15 +168,7 @@ consteval bool limits_are_sound()
 }
 static_assert(limits_are_sound());
 
-constexpr rova_pim_reader READER = {
-    .record = " pDustCfg     = %s \n",
-    .wrong_model = "MisMatch Model Name : %s , %s \n",
-    .version = " Model Name = %s : Ver. = %s \n",
-    .model = MODEL_ROW,
-    .debug = DEBUG_ROW,
-    .result = RESULT_ROW,
-    .file = DEBUG_FILE_ROW,
-};
+constexpr rova_pim_reader READER = rova_pim_reader_of(HEAD, " pDustCfg     = %s \n");
 
 // A float product, cut to a whole number; one that a record has no room for becomes the nearest
 // that it has.
@@ -298,15 +263,6 @@ int read_big(rova_pim_lines &lines, rova_pim_dust_config &cfg)
     return 0;
 }
 
-// On a television the live view has its size.
-void use_tv_size(rova_pim_dust_config &cfg)
-{
-    if (cfg.iScreenOut == 0)
-        return;
-    cfg.iLcdLiveX = cfg.iTvX;
-    cfg.iLcdLiveY = cfg.iTvY;
-}
-
 int read_settings(rova_pim_lines &lines, rova_pim_dust_config &cfg)
 {
     if (rova_pim_read_and_print_rows(lines, SAVE_ROWS, &cfg) != 0)
@@ -314,7 +270,7 @@ int read_settings(rova_pim_lines &lines, rova_pim_dust_config &cfg)
     gLogPrintOnOff = cfg.iLogSave;
     if (rova_pim_read_and_print_rows(lines, RUN_ROWS, &cfg) != 0)
         return -1;
-    use_tv_size(cfg);
+    rova_pim_use_tv_size(cfg);
     return 0;
 }
 

@@ -15,34 +15,18 @@ const char *result_word(int32_t value)
 #define ONE(member) ROVA_PIM_FIELD(rova_pim_movie_config, member)
 #define MORE(first, last) ROVA_PIM_FIELDS(rova_pim_movie_config, first, last)
 
-constexpr auto SWITCH = rova_pim_on_if_set; // what a label says of any switch
-constexpr char EIGHT[] = "%d %d %d %d %d %d %d %d";
+constexpr rova_pim_head HEAD =
+    rova_pim_head_of(ONE(strModelName), ONE(dbgPrint), ONE(rstPrint), result_word, ONE(debugFile));
 
 // The rows stand in the file's order, parted where something happens between two of them.
 // clang-format off
-constexpr rova_pim_row MODEL_ROW[] = {
-    {"%s", ONE(strModelName), nullptr, nullptr}, // printed with the engine's version
-};
-
-constexpr rova_pim_row DEBUG_ROW[] = {
-    {"%d", ONE(dbgPrint), " Debug Print = %d [ %s ]  \n", SWITCH},
-};
-
-constexpr rova_pim_row RESULT_ROW[] = {
-    {"%d", ONE(rstPrint), " Result Print = %d  [ %s ]  \n", result_word},
-};
-
-constexpr rova_pim_row DEBUG_FILE_ROW[] = {
-    {"%s", ONE(debugFile), " Debug File Name = %s \n", nullptr},
-};
-
 constexpr rova_pim_row RUN_ROWS[] = {
     {"%s",    ONE(resultFile),       " Output File Name = %s \n\n", nullptr},
-    {"%d",    ONE(enableTest),       " RunNoiseFunc. = %d [%s] \n", SWITCH},
-    {"%d",    ONE(enableSaveRaw),    " Raw Save = %d [%s] \n", SWITCH},
-    {"%d",    ONE(enableSaveErrRaw), " Err. Raw Save = %d [%s] \n", SWITCH},
-    {EIGHT,   ONE(dbgLevel),  " Debugging Print Level = %d %d %d %d %d %d %d %d\t\n\n", nullptr},
-    {EIGHT,   ONE(dbgOption), " Debugging Option = %d %d %d %d %d %d %d %d\t\n\n", nullptr},
+    {"%d",    ONE(enableTest),       " RunNoiseFunc. = %d [%s] \n", PIM_SWITCH},
+    {"%d",    ONE(enableSaveRaw),    " Raw Save = %d [%s] \n", PIM_SWITCH},
+    {"%d",    ONE(enableSaveErrRaw), " Err. Raw Save = %d [%s] \n", PIM_SWITCH},
+    {PIM_EIGHT, ONE(dbgLevel),  " Debugging Print Level = %d %d %d %d %d %d %d %d\t\n\n", nullptr},
+    {PIM_EIGHT, ONE(dbgOption), " Debugging Option = %d %d %d %d %d %d %d %d\t\n\n", nullptr},
     {"%d %d", MORE(imageW, imageH),     " Image Size : %4d x %4d \n", nullptr},
     {"%d %d", MORE(liveTvW, liveTvH),   " Live View Image Size [ TV  OUT ] : %d x %d \n\n", nullptr},
     {"%d %d", MORE(liveLcdW, liveLcdH), " Live View Image Size [ LCD OUT ] : %d x %d \n\n", nullptr},
@@ -84,7 +68,7 @@ constexpr rova_pim_row FRAME_ROWS[] = {
 constexpr char AUDIO[] = " Audio Freq. Spec = %.2f : [ %.2f ~ %.2f ] \n"; // of the level too
 
 constexpr rova_pim_row AUDIO_ROWS[] = {
-    {"%d",       ONE(audioTest),          " Audio Test On/Off = %d [ %s ] \n", SWITCH},
+    {"%d",       ONE(audioTest),          " Audio Test On/Off = %d [ %s ] \n", PIM_SWITCH},
     {"%f %f %f", MORE(freqSpec, freqMax), AUDIO, nullptr},
     {"%f %f %f", MORE(dbfsSpec, dbfsMax), AUDIO, nullptr},
 };
@@ -92,25 +76,12 @@ constexpr rova_pim_row AUDIO_ROWS[] = {
 #undef ONE
 #undef MORE
 
-static_assert(rova_pim_rows_are_sound(MODEL_ROW, sizeof(rova_pim_movie_config)));
-static_assert(rova_pim_rows_are_sound(DEBUG_ROW, sizeof(rova_pim_movie_config)));
-static_assert(rova_pim_rows_are_sound(RESULT_ROW, sizeof(rova_pim_movie_config)));
-static_assert(rova_pim_rows_are_sound(DEBUG_FILE_ROW, sizeof(rova_pim_movie_config)));
-static_assert(rova_pim_rows_are_sound(RUN_ROWS, sizeof(rova_pim_movie_config)));
-static_assert(rova_pim_rows_are_sound(TV_ROWS, sizeof(rova_pim_movie_config)));
-static_assert(rova_pim_rows_are_sound(DROPPED_TV_ROWS, sizeof(rova_pim_movie_config)));
-static_assert(rova_pim_rows_are_sound(FRAME_ROWS, sizeof(rova_pim_movie_config)));
-static_assert(rova_pim_rows_are_sound(AUDIO_ROWS, sizeof(rova_pim_movie_config)));
+static_assert(rova_pim_tables_are_sound(sizeof(rova_pim_movie_config), HEAD.model, HEAD.debug,
+                                        HEAD.result, HEAD.file, RUN_ROWS, TV_ROWS, DROPPED_TV_ROWS,
+                                        FRAME_ROWS, AUDIO_ROWS));
 
-constexpr rova_pim_reader READER = {
-    .record = " pCfgPm     = %s \n", // that of the resolution test: there is no other
-    .wrong_model = "MisMatch Model Name : %s , %s \n",
-    .version = " Model Name = %s : Ver. = %s \n",
-    .model = MODEL_ROW,
-    .debug = DEBUG_ROW,
-    .result = RESULT_ROW,
-    .file = DEBUG_FILE_ROW,
-};
+// Its report names the record as that of the resolution test does.
+constexpr rova_pim_reader READER = rova_pim_reader_of(HEAD, " pCfgPm     = %s \n");
 
 // The television's offsets take the place of the panel's, or none.
 int read_tv_offsets(rova_pim_lines &lines, rova_pim_movie_config &cfg)

@@ -9,34 +9,18 @@ namespace
 #define ONE(member) ROVA_PIM_FIELD(rova_pim_noise_config, member)
 #define MORE(first, last) ROVA_PIM_FIELDS(rova_pim_noise_config, first, last)
 
-constexpr auto SWITCH = rova_pim_on_if_set; // what a label says of any switch
-constexpr char EIGHT[] = "%d %d %d %d %d %d %d %d";
+constexpr rova_pim_head HEAD = rova_pim_head_of(ONE(strModelName), ONE(iDbgPrint), ONE(iRstPrint),
+                                                PIM_SWITCH, ONE(strDbgFile));
 
 // The rows stand in the file's order, parted where something happens between two of them.
 // clang-format off
-constexpr rova_pim_row MODEL_ROW[] = {
-    {"%s", ONE(strModelName), nullptr, nullptr}, // printed with the engine's version
-};
-
-constexpr rova_pim_row DEBUG_ROW[] = {
-    {"%d", ONE(iDbgPrint), " Debug Print = %d [ %s ]  \n", SWITCH},
-};
-
-constexpr rova_pim_row RESULT_ROW[] = {
-    {"%d", ONE(iRstPrint), " Result Print = %d  [ %s ]  \n", SWITCH},
-};
-
-constexpr rova_pim_row DEBUG_FILE_ROW[] = {
-    {"%s", ONE(strDbgFile), " Debug File Name = %s \n", nullptr},
-};
-
 constexpr rova_pim_row RUN_ROWS[] = {
     {"%s",    ONE(strOutFile),   " Output File Name = %s \n", nullptr},
-    {"%d",    ONE(RunNoiseFunc), " RunNoiseFunc. = %d [%s] \n", SWITCH},
-    {"%d",    ONE(iJpegSave),    " Jpeg Save = %d [%s] \n", SWITCH},
-    {"%d",    ONE(iRawSave),     " Raw Save = %d [%s] \n", SWITCH},
-    {EIGHT,   ONE(iDbgLevel),  " Debugging Print Level = %d %d %d %d %d %d %d %d\t\n\n", nullptr},
-    {EIGHT,   ONE(iDbgOption), " Debugging Option = %d %d %d %d %d %d %d %d\t\n\n", nullptr},
+    {"%d",    ONE(RunNoiseFunc), " RunNoiseFunc. = %d [%s] \n", PIM_SWITCH},
+    {"%d",    ONE(iJpegSave),    " Jpeg Save = %d [%s] \n", PIM_SWITCH},
+    {"%d",    ONE(iRawSave),     " Raw Save = %d [%s] \n", PIM_SWITCH},
+    {PIM_EIGHT, ONE(iDbgLevel),  " Debugging Print Level = %d %d %d %d %d %d %d %d\t\n\n", nullptr},
+    {PIM_EIGHT, ONE(iDbgOption), " Debugging Option = %d %d %d %d %d %d %d %d\t\n\n", nullptr},
     {"%d %d", MORE(iImgX, iImgY), " Image Size : %4d x %4d \n", nullptr},
     {"%d %d", MORE(iTvX, iTvY),   " Live View Image Size [ TV  OUT ] : %d x %d \n\n", nullptr},
     {"%d %d", MORE(iLcdLiveX, iLcdLiveY), " Live View Image Size [ LCD OUT ] : %d x %d \n\n", nullptr},
@@ -55,11 +39,11 @@ constexpr rova_pim_row ISO_ROWS[] = {
 
 constexpr rova_pim_row CHECK_ROWS[] = {
     {"%d",    ONE(iNormBase),       " Normalizing Base :  %d  \n", nullptr},
-    {"%d",    ONE(iDotOn),          " Dot Noise = %d [ %s ] \n", SWITCH},
+    {"%d",    ONE(iDotOn),          " Dot Noise = %d [ %s ] \n", PIM_SWITCH},
     {"%f %f", ONE(fYSpec),          " Y Spec. = %3.2f : %3.2f  \n", nullptr},
     {"%f %f", ONE(fYMaxMinSpec),    " Y's Max-Min Spec. = %3.2f : %3.2f  \n", nullptr},
     {"%f %f", ONE(fNormMaxMinSpec), " Normalized Y's Max-Min Spec. = %3.2f : %3.2f  \n", nullptr},
-    {"%d",    ONE(iColorOn),        " Color Noise = %d [ %s ] \n", SWITCH},
+    {"%d",    ONE(iColorOn),        " Color Noise = %d [ %s ] \n", PIM_SWITCH},
     {"%f %f", ONE(fRedSpec),        " RED   Spec. = %3.2f %3.2f \n", nullptr},
     {"%f %f", ONE(fGreenSpec),      " GREEN Spec. = %3.2f %3.2f \n", nullptr},
     {"%f %f", ONE(fBlueSpec),       " BLUE  Spec. = %3.2f %3.2f \n", nullptr},
@@ -67,7 +51,7 @@ constexpr rova_pim_row CHECK_ROWS[] = {
     {"%f %f", ONE(fBGDiffSpec),     " BLUE - GREEN Diff. = %3.2f : %3.2f \n", nullptr},
     {"%f %f", ONE(fRGMaxMinSpec),   " (R-G)Max - (R-G)Min Diff. = %3.2f : %3.2f \n", nullptr},
     {"%f %f", ONE(fBGMaxMinSpec),   " (B-G)Max - (B-G)Min Diff. = %3.2f : %3.2f \n", nullptr},
-    {"%d",    ONE(iLineOn),         " Line Noise = %d [ %s ] \n", SWITCH},
+    {"%d",    ONE(iLineOn),         " Line Noise = %d [ %s ] \n", PIM_SWITCH},
     {"%f %f", ONE(fLineDiff),       " Line Diff. = %3.2f : %3.2f \n", nullptr},
     {"%d %d", ONE(iLineOffset),     " Line Offset = %d : %d \n", nullptr},
 };
@@ -75,32 +59,10 @@ constexpr rova_pim_row CHECK_ROWS[] = {
 #undef ONE
 #undef MORE
 
-static_assert(rova_pim_rows_are_sound(MODEL_ROW, sizeof(rova_pim_noise_config)));
-static_assert(rova_pim_rows_are_sound(DEBUG_ROW, sizeof(rova_pim_noise_config)));
-static_assert(rova_pim_rows_are_sound(RESULT_ROW, sizeof(rova_pim_noise_config)));
-static_assert(rova_pim_rows_are_sound(DEBUG_FILE_ROW, sizeof(rova_pim_noise_config)));
-static_assert(rova_pim_rows_are_sound(RUN_ROWS, sizeof(rova_pim_noise_config)));
-static_assert(rova_pim_rows_are_sound(ISO_ROWS, sizeof(rova_pim_noise_config)));
-static_assert(rova_pim_rows_are_sound(CHECK_ROWS, sizeof(rova_pim_noise_config)));
+static_assert(rova_pim_tables_are_sound(sizeof(rova_pim_noise_config), HEAD.model, HEAD.debug,
+                                        HEAD.result, HEAD.file, RUN_ROWS, ISO_ROWS, CHECK_ROWS));
 
-constexpr rova_pim_reader READER = {
-    .record = " pNsCfg       = %s \n",
-    .wrong_model = "MisMatch Model Name : %s , %s \n",
-    .version = " Model Name = %s : Ver. = %s \n",
-    .model = MODEL_ROW,
-    .debug = DEBUG_ROW,
-    .result = RESULT_ROW,
-    .file = DEBUG_FILE_ROW,
-};
-
-// On a television the live view has its size.
-void use_tv_size(rova_pim_noise_config &cfg)
-{
-    if (cfg.iScreenOut == 0)
-        return;
-    cfg.iLcdLiveX = cfg.iTvX;
-    cfg.iLcdLiveY = cfg.iTvY;
-}
+constexpr rova_pim_reader READER = rova_pim_reader_of(HEAD, " pNsCfg       = %s \n");
 
 void reset_results(rova_pim_noise_config &cfg)
 {
@@ -114,7 +76,7 @@ int read_body(rova_pim_lines &lines, rova_pim_noise_config &cfg)
 {
     if (rova_pim_read_and_print_rows(lines, RUN_ROWS, &cfg) != 0)
         return -1;
-    use_tv_size(cfg);
+    rova_pim_use_tv_size(cfg);
     if (rova_pim_read_and_print_rows(lines, ISO_ROWS, &cfg) != 0)
         return -1;
     SetNoiseIso(cfg.iIso, cfg);

@@ -7,6 +7,7 @@
 #include "lib/pim/noise/rova_pim_noise.h"
 
 #include <algorithm>
+#include <cctype>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -41,12 +42,13 @@ inline std::string lines_text(const ConfigLines &lines, const std::string &line_
     return text;
 }
 
-// The same lines with running numbers from 101 on; those of `kept` as they are.
+// The same lines with running numbers from 101 on; texts and those of `kept` as they are.
 inline ConfigLines numbered(ConfigLines lines, const std::vector<std::string> &kept)
 {
     int next = 101;
     for (auto &[name, values] : lines) {
-        if (std::ranges::find(kept, name) != kept.end())
+        if (values.front() == '/' || std::isalpha(values.front()) != 0 ||
+            std::ranges::find(kept, name) != kept.end())
             continue;
         const auto count = std::ranges::count(values, ' ') + 1;
         values.clear();

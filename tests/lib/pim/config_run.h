@@ -55,6 +55,11 @@ protected:
         camera.write(file_name, text);
         return File::READ(file_name.c_str(), &cfg, "LUMEN1");
     }
+    // A file of running numbers, but for its texts, the mode of the debug sink and the screen.
+    void load_numbered(const std::string &screen)
+    {
+        ASSERT_EQ(load_text(lines_text(numbered(File::lines(), {line_of(2), screen}))), 0);
+    }
     int load(const Said &said = {})
     {
         return load_text(lines_text(lines_with(File::lines(), said)));

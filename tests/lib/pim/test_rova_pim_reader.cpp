@@ -23,6 +23,14 @@ public:
 
 TYPED_TEST_SUITE(Reader, Files, FileNames);
 
+template <typename File> class StillReader : public test::ConfigRun<File>
+{
+};
+
+using StillFiles = testing::Types<test::NoiseFile, test::DustFile>;
+
+TYPED_TEST_SUITE(StillReader, StillFiles, FileNames);
+
 } // namespace
 
 TYPED_TEST(Reader, ReadsAGoodFile)
@@ -190,4 +198,18 @@ TYPED_TEST(Reader, ARemovedFileLeavesNothingOfTheLoadBefore)
     this->camera.remove(this->file_name);
     EXPECT_EQ(TypeParam::READ(this->file_name.c_str(), &this->cfg, "LUMEN1"), -1);
     EXPECT_STREQ(this->cfg.strModelName, "");
+}
+
+TYPED_TEST(StillReader, OnATelevisionTheLiveViewHasItsSize)
+{
+    for (const char *out : {"1", "2", "-1"}) {
+        ASSERT_EQ(this->load({{"iScreenOut", out}}), 0);
+        EXPECT_EQ(this->cfg.iLcdLiveX, 640);
+        EXPECT_EQ(this->cfg.iLcdLiveY, 481);
+        EXPECT_EQ(this->cfg.iLcdX, 800);
+        EXPECT_EQ(this->cfg.iLcdY, 483);
+    }
+    ASSERT_EQ(this->load(), 0);
+    EXPECT_EQ(this->cfg.iLcdLiveX, 720);
+    EXPECT_EQ(this->cfg.iLcdLiveY, 482);
 }

@@ -101,10 +101,7 @@ constexpr char COLOURS[] = " Color Shading = 1 [ ON ] \n"
 
 TEST_F(DustConfig, EveryLineFillsItsField)
 {
-    ASSERT_EQ(load_text(test::lines_text(test::numbered(
-                  test::DUST_LINES, {"strModelName", "iDbgPrint", "strDbgFile", "strOutFile",
-                                     "strLogFile", "strPixelFile", "strBmpFile", "iScreenOut"}))),
-              0);
+    load_numbered("iScreenOut");
     test::Numbers n;
     EXPECT_STREQ(cfg.strModelName, "LUMEN1");
     EXPECT_STREQ(cfg.strDbgFile, "/mnt/mmc/dust_debug.txt");
@@ -164,16 +161,6 @@ TEST_F(DustConfig, TheLogTakesItsMode)
     EXPECT_EQ(gLogPrintOnOff, 2);
     ASSERT_EQ(load({{"iLogSave", "0"}}), 0);
     EXPECT_EQ(gLogPrintOnOff, 0);
-}
-
-TEST_F(DustConfig, OnATelevisionTheLiveViewHasItsSize)
-{
-    ASSERT_EQ(load({{"iScreenOut", "-3"}}), 0);
-    EXPECT_EQ(cfg.iLcdLiveX, 640);
-    EXPECT_EQ(cfg.iLcdLiveY, 481);
-    ASSERT_EQ(load(), 0);
-    EXPECT_EQ(cfg.iLcdLiveX, 720);
-    EXPECT_EQ(cfg.iLcdLiveY, 482);
 }
 
 TEST_F(DustConfig, LimitsAreTakenAHundredTimes)

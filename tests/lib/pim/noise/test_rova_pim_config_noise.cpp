@@ -54,10 +54,7 @@ constexpr char LABELS[] = " Model Name = LUMEN1 : Ver. = v3.12 \n"
 
 TEST_F(NoiseConfig, EveryLineFillsItsField)
 {
-    ASSERT_EQ(load_text(test::lines_text(
-                  test::numbered(test::NOISE_LINES, {"strModelName", "iDbgPrint", "strDbgFile",
-                                                     "strOutFile", "iScreenOut"}))),
-              0);
+    load_numbered("iScreenOut");
     test::Numbers n;
     EXPECT_STREQ(cfg.strModelName, "LUMEN1");
     EXPECT_STREQ(cfg.strDbgFile, "/mnt/mmc/noise_debug.txt");
@@ -90,19 +87,6 @@ TEST_F(NoiseConfig, LabelsSayWhatAValueMeans)
     expect_label("iDotOn", "0", " Dot Noise = 0 [ OFF ] \n");
     expect_label("iColorOn", "2", " Color Noise = 2 [ ON ] \n");
     expect_label("iLineOn", "0", " Line Noise = 0 [ OFF ] \n");
-}
-
-TEST_F(NoiseConfig, OnATelevisionTheLiveViewHasItsSize)
-{
-    for (const char *out : {"1", "-1"}) {
-        ASSERT_EQ(load({{"iScreenOut", out}}), 0);
-        EXPECT_EQ(cfg.iLcdLiveX, 640);
-        EXPECT_EQ(cfg.iLcdLiveY, 481);
-        EXPECT_EQ(cfg.iLcdX, 800);
-    }
-    ASSERT_EQ(load(), 0);
-    EXPECT_EQ(cfg.iLcdLiveX, 720);
-    EXPECT_EQ(cfg.iLcdLiveY, 482);
 }
 
 TEST_F(NoiseConfig, TheIsoChoosesItsSpecs)
