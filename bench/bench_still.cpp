@@ -2,9 +2,9 @@
 // last buffer: against the bare calls that it makes, and against one copy of a Y plane.
 #include "bench/quiet_output.h"
 #include "lib/pim/mot/rova_pim_avcs.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "lib/pim/movie/rova_pim_movie.h"
 #include "lib/pim/rova_pim.h"
-#include "lib/pim/rova_pim_config.h"
 #include "lib/rova_app_thread.h"
 #include "platform/virtual/capture.h"
 #include "tests/support/camera.h"

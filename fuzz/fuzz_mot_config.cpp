@@ -2,6 +2,7 @@
 // there, or the load fails.
 #include "fuzz/config_input.h"
 #include "lib/pim/mot/rova_pim_buffers.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 
 namespace
 {

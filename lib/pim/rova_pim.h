@@ -7,20 +7,13 @@
 #pragma once
 
 #include "lib/pim/rova_pim_image.h"
+#include "lib/pim/rova_pim_mode.h"
 #include "platform/capture.h"
 
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-
-enum rova_pi_mode : int32_t {
-    PI_MODE_NONE,
-    PI_MODE_MOT,
-    PI_MODE_DUST,
-    PI_MODE_NOISE,
-    PI_MODE_MOVIE
-};
 
 enum rova_pim_chart : int32_t { PIM_CHART_WIDE, PIM_CHART_TELE, PIM_CHART_MID };
 
@@ -52,10 +45,6 @@ extern rova_pim_exif_info gMotExifInfo;
 // (rova_pim_result.h).
 extern char pPtpTile[512];
 extern char pPtpTilefromEEPROM[512];
-
-// The active test, a rova_pi_mode.
-void SetPIMode(int32_t mode);
-int32_t GetPIMode();
 
 // Tells which chart is in front of the camera; in MOT mode only.  Nothing is sent.
 void SendSetChart(int32_t chart);

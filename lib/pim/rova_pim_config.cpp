@@ -1,10 +1,11 @@
 #include "lib/pim/rova_pim_config.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 
 #include "lib/pim/dust/rova_pim_dust.h"
 #include "lib/pim/movie/rova_pim_movie_test.h"
 #include "lib/pim/noise/rova_pim_noise.h"
-#include "lib/pim/rova_pim.h"
 #include "lib/pim/rova_pim_debug.h"
+#include "lib/pim/rova_pim_mode.h"
 #include "lib/pim/rova_pim_result.h"
 
 #include <algorithm>

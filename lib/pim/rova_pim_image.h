@@ -46,6 +46,11 @@ struct rova_pim_image {
     int32_t iCS;   // rova_pim_colour_space; other values have no pixels
 };
 
+struct rova_pim_point {
+    int32_t x;
+    int32_t y;
+};
+
 // Inclusive corners.  With x1 below x0 or y1 below y0 it is empty.
 struct rova_pim_rect {
     int32_t x0;

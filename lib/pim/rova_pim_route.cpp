@@ -2,6 +2,7 @@
 
 #include "common/rova_log.h"
 #include "lib/pim/dust/rova_pim_dust.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "lib/pim/mot/rova_pim_mot.h"
 #include "lib/pim/noise/rova_pim_noise.h"
 #include "lib/pim/rova_pim_config.h"
@@ -17,7 +18,6 @@ namespace
 constexpr int32_t FIRST_FILE_NUMBER = 2; // lower ones are no number of a file yet
 constexpr int32_t MARKER_COLOUR = PIM_COLOUR_CR;
 
-constinit std::atomic<int32_t> piMode = PI_MODE_NONE;
 constinit std::atomic<int32_t> picture_count = 0; // calls of CheckMain
 
 // How a still is routed in a mode.
@@ -156,17 +156,6 @@ void run_test(const still_route *route, const rova_pim_still &still)
 
 } // namespace
 
-void SetPIMode(int32_t mode)
-{
-    piMode = mode;
-    rova_pim_print("%s %d, Mode : %d\n", __func__, __LINE__, mode);
-}
-
-int32_t GetPIMode()
-{
-    return piMode;
-}
-
 int rova_pim_set_test(int32_t mode, rova_pim_test test)
 {
     const still_route *route = find_route(mode);
@@ -186,7 +175,7 @@ void CheckMain(int32_t mainGWidth, int32_t mainGHeight, int32_t mainWidth, int32
     const auto lock = rova_pim_lock_records();
     const int32_t picture = ++picture_count;
     const int32_t number = fileNumber >= FIRST_FILE_NUMBER ? fileNumber : picture;
-    const still_route *route = find_route(piMode);
+    const still_route *route = find_route(GetPIMode());
     if (route == nullptr) {
         rova_pim_print("\033[41mError!!! no Production Mode Defined!!!\033[0m");
         return;

@@ -119,7 +119,7 @@ struct rova_pim_dust_config {
 
 extern rova_pim_dust_config cfgDust;
 
-// As rova_pim_read_config_mot.
+// NULL for one of the three is reported and refused.  As rova_pim_read_config.
 int rova_pim_read_config_dust(const char *path, rova_pim_dust_config *cfg, const char *project);
 
 // Runs the checks and writes the result row.  What the last check returned.  A picture that a check

@@ -4,6 +4,7 @@
 #include "lib/pim/handler/rova_cmd_pim.h"
 #include "lib/pim/handler/rova_pim_family.h"
 #include "lib/pim/mot/rova_pim_avcs.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "lib/pim/mot/rova_pim_mot.h"
 #include "lib/pim/rova_pim.h"
 #include "lib/pim/rova_pim_config.h"

@@ -6,7 +6,7 @@
 // gAvcsFinished.
 #pragma once
 
-#include "lib/pim/rova_pim_config.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "platform/capture.h"
 
 #include <atomic>

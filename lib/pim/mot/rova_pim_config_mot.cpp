@@ -1,7 +1,7 @@
 // The resolution test's configuration file.
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "lib/pim/mot/rova_pim_buffers.h"
 #include "lib/pim/mot/rova_pim_window.h"
-#include "lib/pim/rova_pim_config.h"
 #include "lib/pim/rova_pim_debug.h"
 #include "lib/pim/rova_pim_reader.h"
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "lib/pim/mot/rova_pim_boxes.h"
-#include "lib/pim/rova_pim_config.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "lib/pim/rova_pim_image.h"
 
 #include <cstdint>

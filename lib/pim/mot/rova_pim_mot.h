@@ -5,7 +5,7 @@
 // command thread, once the capture is done.
 #pragma once
 
-#include "lib/pim/rova_pim_config.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "lib/pim/rova_pim_image.h"
 
 #include <array>

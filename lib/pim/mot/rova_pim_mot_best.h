@@ -1,7 +1,7 @@
 // Which of a chart's levels is the best focused one.  Any thread.
 #pragma once
 
-#include "lib/pim/rova_pim_config.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 
 #include <cstdint>
 

@@ -1,6 +1,6 @@
 #include "lib/pim/mot/rova_pim_range.h"
 
-#include "lib/pim/rova_pim_config.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "lib/pim/rova_pim_debug.h"
 
 #include <cstdlib>

@@ -2,8 +2,8 @@
 // The capture service's thread; nothing is allocated.
 #pragma once
 
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "lib/pim/mot/rova_pim_strip.h"
-#include "lib/pim/rova_pim_config.h"
 
 #include <cstdint>
 #include <span>

@@ -6,7 +6,7 @@
 // allocated.
 #pragma once
 
-#include "lib/pim/rova_pim_config.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "lib/pim/rova_pim_image.h"
 
 #include <cstdint>

@@ -2,7 +2,7 @@
 // the markers found.
 #pragma once
 
-#include "lib/pim/rova_pim_config.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 
 #include <cstdint>
 

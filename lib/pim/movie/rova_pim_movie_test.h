@@ -78,7 +78,7 @@ struct rova_pim_movie_config {
 
 extern rova_pim_movie_config cfgMovie;
 
-// As rova_pim_read_config_mot.
+// NULL for one of the three is reported and refused.  As rova_pim_read_config.
 int rova_pim_read_config_movie(const char *path, rova_pim_movie_config *cfg, const char *project);
 
 // dbgOption[7].

@@ -68,7 +68,7 @@ struct rova_pim_noise_config {
 
 extern rova_pim_noise_config cfgNoise;
 
-// As rova_pim_read_config_mot.
+// NULL for one of the three is reported and refused.  As rova_pim_read_config.
 int rova_pim_read_config_noise(const char *path, rova_pim_noise_config *cfg, const char *project);
 
 // Runs the checks that are on, up to the first that fails, and writes the result row.  0, or -1

@@ -2,6 +2,7 @@
 
 #include "lib/pim/dust/rova_pim_dust.h"
 #include "lib/pim/mot/rova_pim_avcs.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "lib/pim/noise/rova_pim_noise.h"
 #include "lib/pim/rova_pim_config.h"
 #include "lib/rova_app_thread.h"

@@ -1,5 +1,6 @@
 // The loader: which file and which reader a mode has.
 #include "lib/pim/mot/rova_pim_buffers.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "lib/pim/rova_pim.h"
 #include "lib/pim/rova_pim_config.h"
 #include "lib/pim/rova_pim_debug.h"

@@ -6,7 +6,7 @@
 #pragma once
 
 #include "lib/pim/mot/rova_pim_buffers.h"
-#include "lib/pim/rova_pim_config.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "lib/pim/rova_pim_debug.h"
 #include "lib/pim/rova_pim_image.h"
 #include "tests/lib/pim/planes.h"

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "lib/pim/mot/rova_pim_buffers.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "lib/pim/mot/rova_pim_mot.h"
 #include "lib/pim/rova_pim.h"
-#include "lib/pim/rova_pim_config.h"
 #include "lib/pim/rova_pim_debug.h"
 #include "lib/pim/rova_pim_result.h"
 #include "tests/support/camera.h"

@@ -3,8 +3,8 @@
 // configurations that it does not refuse.
 #pragma once
 
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "lib/pim/mot/rova_pim_window.h"
-#include "lib/pim/rova_pim_config.h"
 #include "lib/pim/rova_pim_debug.h"
 #include "lib/pim/rova_pim_image.h"
 

@@ -3,7 +3,7 @@
 // engine's, for pictures and configurations that it does not refuse.
 #pragma once
 
-#include "lib/pim/rova_pim_config.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "lib/pim/rova_pim_debug.h"
 #include "lib/pim/rova_pim_image.h"
 

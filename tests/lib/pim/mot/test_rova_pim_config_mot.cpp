@@ -1,5 +1,5 @@
 #include "lib/pim/mot/rova_pim_buffers.h"
-#include "lib/pim/rova_pim_config.h"
+#include "lib/pim/mot/rova_pim_config_mot.h"
 #include "lib/pim/rova_pim_debug.h"
 #include "lib/pim/rova_pim_result.h"
 #include "tests/lib/pim/mot/mot_file.h"
