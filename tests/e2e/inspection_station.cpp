@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <climits>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <png.h>
 #include <sstream>
@@ -140,6 +141,44 @@ long InspectionStation::pixels(int red, int green, int blue, const ScreenBox &pa
             count += inside && at[0] == red && at[1] == green && at[2] == blue;
         }
     return count;
+}
+
+void InspectionStation::expect_ok(const test::Outcome &run) const
+{
+    EXPECT_EQ(run.status, 0) << run.out << run.err;
+    EXPECT_EQ(drawn(10), std::vector<std::string>{""});
+    EXPECT_TRUE(drawn(20).empty());
+    EXPECT_GT(pixels(0, 255, 0), 100) << "OK in green";
+    EXPECT_EQ(pixels(255, 0, 0), 0) << "no NG in red";
+}
+
+void InspectionStation::expect_ng(const test::Outcome &run, const std::string &display,
+                                  const std::string &words) const
+{
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(says(run, "NG", display)) << run.out << run.err;
+    EXPECT_EQ(drawn(20), std::vector<std::string>{words});
+    EXPECT_TRUE(drawn(10).empty());
+    EXPECT_GT(pixels(255, 0, 0), 100) << "NG in red";
+    EXPECT_EQ(pixels(0, 255, 0), 0) << "no OK in green";
+}
+
+std::vector<std::string> InspectionStation::only_row(const std::string &title,
+                                                     const std::string &columns) const
+{
+    const std::vector<std::string> lines = test::lines_of(read("/sdcard/" + test_ + ".csv"));
+    if (lines.size() != 3)
+        throw std::runtime_error("no result of a still");
+    EXPECT_TRUE(lines[0].starts_with("Index,CIS S/N," + title)) << lines[0];
+    EXPECT_TRUE(lines[1].starts_with("1,0," + columns)) << lines[1];
+    std::vector<std::string> cells = result_cells(lines[2]);
+    EXPECT_EQ(cells[0], "IMG_0001.JPG");
+    return cells;
+}
+
+std::string InspectionStation::pc(const std::string &words) const
+{
+    return vcam({"pc", "--timeout", "60", words}).out;
 }
 
 int picture_pitch(int width)

@@ -51,6 +51,16 @@ public:
     // without a picture.
     long pixels(int red, int green, int blue) const;
     long pixels(int red, int green, int blue, const ScreenBox &part) const;
+    // The run passed and shows the green mark alone; it failed in `display` and shows these words
+    // in red.
+    void expect_ok(const test::Outcome &run) const;
+    void expect_ng(const test::Outcome &run, const std::string &display,
+                   const std::string &words) const;
+    // The cells of the test's CSV file with one still, whose two lines of heads begin so.
+    std::vector<std::string> only_row(const std::string &title, const std::string &columns) const;
+
+    // What a computer is answered when it sends a command to the daemon that was started.
+    std::string pc(const std::string &words) const;
 
 protected:
     void write_config(const ConfigFile &config) const;
@@ -58,6 +68,9 @@ protected:
 private:
     std::string test_;
 };
+
+inline constexpr char PC_OK[] = "0x10000002 0x00000000 0x00000000 OK\n";
+inline constexpr char PC_NG[] = "0x10000002 0x00000001 0x00000000 NG\n";
 
 // Bytes of a row of a picture.
 int picture_pitch(int width);

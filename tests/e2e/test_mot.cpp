@@ -225,22 +225,17 @@ TEST(Mot, ThePcIsAnsweredAndTheScreenShowsTheTableUntilItIsCleared)
     fit(station.config, station.draw(1), PASS);
     station.write_config();
     station.start();
-    const auto pc = [&](const std::string &words) {
-        return station.vcam({"pc", "--timeout", "60", words}).out;
-    };
-    const std::string ok = "0x10000002 0x00000000 0x00000000 OK\n";
-    const std::string ng = "0x10000002 0x00000001 0x00000000 NG\n";
-    EXPECT_EQ(pc("mot set pimode"), ok);
-    EXPECT_EQ(pc("mot set_chart wide"), ng) << "without a configuration";
+    EXPECT_EQ(station.pc("mot set pimode"), e2e::PC_OK);
+    EXPECT_EQ(station.pc("mot set_chart wide"), e2e::PC_NG) << "without a configuration";
     const std::vector<std::string> lines = test::lines_of(ONE_STILL);
     for (std::size_t i = 1; i + 1 < lines.size(); i++)
-        EXPECT_EQ(pc(lines[i]), ok) << lines[i];
-    const std::string told = pc(lines.back());
+        EXPECT_EQ(station.pc(lines[i]), e2e::PC_OK) << lines[i];
+    const std::string told = station.pc(lines.back());
     EXPECT_EQ(told, "0x10000002 0x00000000 0x00010000 OK\n/sdcard/mot.csv\n" +
                         station.read("/sdcard/mot.csv"));
     EXPECT_EQ(e2e::read_mot_table(told).charts[WIDE].at(2).best, "0");
     EXPECT_EQ(station.drawings(), Texts{"drawing 40: 0,-,-,OK,-,-"});
-    EXPECT_EQ(pc("mot display_result off mot.csv"), ok);
+    EXPECT_EQ(station.pc("mot display_result off mot.csv"), e2e::PC_OK);
     EXPECT_TRUE(station.drawings().empty());
     station.stop();
 }

@@ -1,14 +1,11 @@
 // The noise station: grey charts are drawn with a known fault, the real daemon and application
 // judge them, and what a person at the station sees must agree with what was drawn.
 #include "tests/e2e/inspection_station.h"
-#include "tests/support/text.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <stdexcept>
 
 using e2e::InspectionStation;
-using e2e::says;
 
 namespace
 {
@@ -25,7 +22,7 @@ constexpr int WIDTH = 1368, HEIGHT = 912;
 constexpr int COLUMNS = 32; // of lines in a row
 
 // Columns of a row.
-enum { NAME, TOTAL, ISO, DOT, DOT_Y, COLOR = 10, RED, GREEN, BLUE, RED_GREEN, LINE = 16, LINES };
+enum { TOTAL = 1, ISO, DOT, DOT_Y, COLOR = 10, RED, GREEN, BLUE, RED_GREEN, LINE = 16, LINES };
 
 class NoiseStation : public InspectionStation
 {
@@ -54,37 +51,14 @@ public:
     // The values of the still, once the titles were seen.
     Texts row() const
     {
-        const Texts lines = test::lines_of(read("/sdcard/noise.csv"));
-        if (lines.size() != 3)
-            throw std::runtime_error("no result of a still");
-        EXPECT_EQ(lines[0].substr(0, 31), "Index,CIS S/N,File, Total ,    ");
-        EXPECT_EQ(lines[1].substr(0, 24), "1,0,Name, Resutl, ISO, R");
-        Texts cells = e2e::result_cells(lines[2]);
-        EXPECT_EQ(cells.size(), static_cast<std::size_t>(LINES + COLUMNS)) << lines[2];
-        EXPECT_EQ(cells[NAME], "IMG_0001.JPG");
+        Texts cells = only_row("File, Total ,    , Dot Noise,", "Name, Resutl, ISO, Result   ,");
+        EXPECT_EQ(cells.size(), static_cast<std::size_t>(LINES + COLUMNS));
         return cells;
     }
 
     // Runs a still that fails.
-    void run_ng(const std::string &name) const
-    {
-        const test::Outcome run = run_lines(ONE_STILL);
-        EXPECT_EQ(run.status, 1);
-        EXPECT_TRUE(says(run, "NG", DISPLAY)) << run.out << run.err;
-        EXPECT_EQ(drawn(20), Texts{name});
-        EXPECT_TRUE(drawn(10).empty());
-        EXPECT_GT(pixels(255, 0, 0), 100) << "NG in red";
-        EXPECT_EQ(pixels(0, 255, 0), 0) << "no OK in green";
-    }
-    void run_ok() const
-    {
-        const test::Outcome run = run_lines(ONE_STILL);
-        EXPECT_EQ(run.status, 0) << run.out << run.err;
-        EXPECT_EQ(drawn(10), Texts{""});
-        EXPECT_TRUE(drawn(20).empty());
-        EXPECT_GT(pixels(0, 255, 0), 100) << "OK in green";
-        EXPECT_EQ(pixels(255, 0, 0), 0) << "no NG in red";
-    }
+    void run_ng(const std::string &name) const { expect_ng(run_lines(ONE_STILL), DISPLAY, name); }
+    void run_ok() const { expect_ok(run_lines(ONE_STILL)); }
 };
 
 // The walk along the columns never reads column 1, and tells each one behind it by the number
@@ -112,10 +86,7 @@ TEST(Noise, ACleanChartPassesInTheExampleScript)
 {
     NoiseStation station;
     station.draw({});
-    const test::Outcome run = station.run(SCRIPT);
-    EXPECT_EQ(run.status, 0) << run.out << run.err;
-    EXPECT_EQ(station.drawn(10), Texts{""});
-    EXPECT_GT(station.pixels(0, 255, 0), 100) << "OK in green";
+    station.expect_ok(station.run(SCRIPT));
     const Texts row = station.row();
     for (const int verdict : {TOTAL, DOT, COLOR, LINE})
         EXPECT_EQ(row[verdict], "OK") << verdict;
@@ -241,20 +212,16 @@ TEST(Noise, ThePcIsAnsweredAndTheScreenShowsTheLinesUntilItIsCleared)
     station.draw({"--column", "1000,-20"});
     station.write_config();
     station.start();
-    const auto pc = [&](const std::string &words) {
-        return station.vcam({"pc", "--timeout", "60", words}).out;
-    };
-    const std::string ok = "0x10000002 0x00000000 0x00000000 OK\n";
     for (const char *line :
          {"noise set pimode", "noise read_config", "noise change_iso 1600", "capture still"})
-        EXPECT_EQ(pc(line), ok) << line;
-    const std::string told = pc(DISPLAY);
+        EXPECT_EQ(station.pc(line), e2e::PC_OK) << line;
+    const std::string told = station.pc(DISPLAY);
     EXPECT_EQ(told.substr(0, 10), "0x10000002") << told;
     EXPECT_NE(told.find(" NG\n"), std::string::npos) << told;
     EXPECT_NE(told.find(",ISO 100,"), std::string::npos) << "of the still: " << told;
     const std::string line = "drawing 30: " + line_at(told_as(1000));
     EXPECT_EQ(station.drawings(), (Texts{line, line, "drawing 20: line"}));
-    EXPECT_EQ(pc("noise display_result off"), ok);
+    EXPECT_EQ(station.pc("noise display_result off"), e2e::PC_OK);
     EXPECT_TRUE(station.drawings().empty());
     station.stop();
 }
