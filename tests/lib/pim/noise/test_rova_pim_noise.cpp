@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 using testing::AllOf;
 using testing::ElementsAre;
@@ -250,6 +251,22 @@ TEST_F(Noise, LinePositionsAreScaledToTheLcdWhenAskedFor)
                     " Line Noise Position [ 2 ] = 400 \n");
     cfg.iDbgOption[3] = 2;
     EXPECT_EQ(positions(&count)[0], 5471);
+}
+
+TEST_F(Noise, TheNumberOfLinesIsNoMoreThanTheirTableHolds)
+{
+    const std::pair<int32_t, int32_t> counts[] = {{-1, 0},  {INT_MIN, 0}, {31, 31},
+                                                  {32, 32}, {33, 32},     {INT_MAX, 32}};
+    for (const int32_t scaled : {0, 1}) {
+        cfg.iDbgOption[3] = scaled;
+        for (const auto &[found, told] : counts) {
+            cfg.iLnDeNum = found;
+            int32_t count = -1;
+            positions(&count);
+            EXPECT_EQ(count, told) << found;
+            EXPECT_EQ(std::ranges::count(text, '\n'), scaled * told) << found;
+        }
+    }
 }
 
 TEST_F(Noise, LinePositionsOfAnyConfiguredSizesAreNumbers)

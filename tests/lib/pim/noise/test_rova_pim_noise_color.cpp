@@ -142,6 +142,20 @@ TEST_F(ColorNoise, DifferencesAreCutToHundredthsBeforeTheyAreCompared)
     expect_stored(130.04F, GREY, GREY, 0.03F, 0);
 }
 
+// 130 of each of 360 x 400 pixels but three with 129: 18719997, which is no float.
+TEST_F(ColorNoise, AMeanIsTheFloatOfASumByTheFloatOfACount)
+{
+    const test::NoisePicture large(362, 402, 362);
+    for (const int32_t x : {7, 9, 11})
+        large.luma(x, 7) = 127;
+    blocks(1, 1, 360, 400);
+    cfg.iCbOffset = cfg.iCrOffset = large.chroma();
+    test::captured_output([&] { result = CheckColorNoise(large.image, cfg); });
+    EXPECT_EQ(result, 0);
+    for (const float mean : {cfg.fR, cfg.fG, cfg.fB})
+        EXPECT_EQ(mean, 18719996.0F / 144000.0F);
+}
+
 // The maximum of red begins with the first block's blue, and that of blue with 0.
 TEST_F(ColorNoise, TheRangesOfASingleBlockAreNoRanges)
 {

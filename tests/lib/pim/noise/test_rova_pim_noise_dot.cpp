@@ -141,6 +141,18 @@ TEST_F(DotNoise, RangesOverTheirLimitsAreOnlyPrinted)
     EXPECT_THAT(check(), Not(HasSubstr("Y.Max - Y.Min Error")));
 }
 
+// So large a sum has no odd floats: the one pixel that is brighter is lost.
+TEST_F(DotNoise, AMeanIsTheFloatOfASumByTheFloatOfACount)
+{
+    const test::NoisePicture large(300, 399, 300, 200);
+    large.luma(7, 7) = 201;
+    blocks(1, 1, 0, 0);
+    test::captured_output([&] { result = CheckDotNoise(large.image, cfg); });
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(cfg.fYMax, 200);
+    EXPECT_EQ(cfg.fY, 200) << "the average, too";
+}
+
 // Not the geometric centre, where four blocks meet.
 TEST_F(DotNoise, TheCentreOfAnEvenGridIsTheBlockAtHalfTheCount)
 {

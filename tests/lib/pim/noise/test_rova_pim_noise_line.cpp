@@ -93,6 +93,16 @@ TEST_F(LineNoise, ChangesAreMeasuredInHundredths)
     EXPECT_THAT(lines(), IsEmpty());
 }
 
+// 0.05 is a float above it, and a hundred times that is 5 in float and more in double.
+TEST_F(LineNoise, ALimitIsTakenAHundredTimesInFloat)
+{
+    picture.image.height = 40;
+    picture.luma(40, 3) = 130; // hundredfold means of 12800 and 12805
+    both(cfg.fLineDiff, 0.05F);
+    check();
+    EXPECT_THAT(lines(), ElementsAre(38, 40));
+}
+
 TEST_F(LineNoise, APixelBelowItsColumnsDipIsAFaultOfTheWalksPosition)
 {
     dot(20);
