@@ -87,10 +87,8 @@ void print_exif_info(const capture_still &still)
 // Only the noise test has limits by ISO.
 void tell_iso(const capture_still &still)
 {
-    if (GetPIMode() != PI_MODE_NOISE)
-        return;
-    const auto lock = rova_pim_lock_records();
-    SetNoiseIso(printed(still.ISOValue), cfgNoise);
+    if (GetPIMode() == PI_MODE_NOISE)
+        SetNoiseIso(printed(still.ISOValue), cfgNoise);
 }
 
 void check_picture_set(const capture_image_set &set, int32_t file_num)
@@ -100,6 +98,23 @@ void check_picture_set(const capture_image_set &set, int32_t file_num)
               set.screenGHeight, set.screenWidth, set.screenHeight, set.screenYAddress,
               chroma_address(set.screenYAddress, set.screenGWidth, set.screenHeight), stepValue, 0,
               file_num);
+}
+
+// As one step to the command thread: a load in between would clear what the test is to tell of the
+// still.  `receiver` is who prints.
+void test_still(const char *receiver, const capture_still &still, const capture_image_set &img_data,
+                std::string_view latest)
+{
+    const auto lock = rova_pim_lock_records();
+    rova_pim_exif_info &info = gMotExifInfo;
+    info = {};
+    const int32_t file_num = rova_pim_next_name(latest, info.filename, sizeof(info.filename));
+    rova_pim_print("%s %d, file_num = [%d]\n", receiver, __LINE__, file_num);
+    print_picture_set(img_data);
+    fill_exif_info(still);
+    print_exif_info(still);
+    tell_iso(still);
+    check_picture_set(img_data, file_num);
 }
 
 void release(capture_buffer_kind kind, uint32_t address)
@@ -183,17 +198,9 @@ void rova_pim_capture_data_receiver(uint32_t, const capture_still *still)
     }
     const capture_image_set img_data = *still->image_set;
     char name[PATH_MAX];
-    rova_pim_exif_info &info = gMotExifInfo;
     const std::string_view latest = copy_still_name(name, sizeof(name));
     rova_pim_print("%s %d, img_data.exif->filename : %s\n", __func__, __LINE__, name);
-    info = {};
-    const int32_t file_num = rova_pim_next_name(latest, info.filename, sizeof(info.filename));
-    rova_pim_print("%s %d, file_num = [%d]\n", __func__, __LINE__, file_num);
-    print_picture_set(img_data);
-    fill_exif_info(*still);
-    print_exif_info(*still);
-    tell_iso(*still);
-    check_picture_set(img_data, file_num);
+    test_still(__func__, *still, img_data, latest);
     release_picture_set(img_data);
     gCaptureDone = 1;
     rova_pim_print("\033[42m%s, %d : %s function done\033[0m\n", __func__, __LINE__, __func__);

@@ -39,7 +39,7 @@ extern std::atomic<int32_t> stepValue;    // rova_pim_chart: what stands before 
 extern std::atomic<int32_t> regPim;       // the client's handle
 extern std::atomic<int32_t> callbackFlag; // 1 while the client is registered for stills
 extern std::atomic<int32_t> gCaptureDone; // set behind each still, cleared by who waits for it
-extern rova_pim_exif_info gMotExifInfo;
+extern rova_pim_exif_info gMotExifInfo;   // of the still in hand; under the lock of the records
 
 // The title of the last result, as CSV text, filled by the tests; its data are in pRstData
 // (rova_pim_result.h).
@@ -76,7 +76,7 @@ using rova_pim_test = void (*)(const rova_pim_still &still);
 int rova_pim_set_test(int32_t mode, rova_pim_test test);
 
 // Routes a still to the active test; dumps it before if the configuration says so.  Addresses are
-// those of planes that the service keeps for the time of the call.
+// those of planes that the service keeps for the time of the call.  Under the lock of the records.
 void CheckMain(int32_t mainGWidth, int32_t mainGHeight, int32_t mainWidth, int32_t mainHeight,
                uint32_t mainY, uint32_t mainC, int32_t screenGWidth, int32_t screenGHeight,
                int32_t screenWidth, int32_t screenHeight, uint32_t screenY, uint32_t screenC,

@@ -16,9 +16,9 @@ inline constexpr std::size_t PIM_LOWER_NAME_SIZE = 19; // with its NUL
 void rova_pim_lower_name(const char *name, char (&lower)[PIM_LOWER_NAME_SIZE]);
 
 // Held from the first look at a record, at the sinks or at the buffers of pictures to the last: by
-// the capture service's thread for the test of a picture, by the command thread for a load, a range
-// and the display of a result.  Not to be held over a call that waits for the other thread, as to
-// unregister a callback does.
+// the capture service's thread for a still, from its shooting data on, and for a live view's frame,
+// by the command thread for a load, a range, a movie's frame or sound and the display of a result.
+// Not to be held over a call that waits for the other thread, as to unregister a callback does.
 [[nodiscard]] std::unique_lock<std::mutex> rova_pim_lock_records();
 
 // Loads the active mode's configuration from the memory card; `project` is the project's name,

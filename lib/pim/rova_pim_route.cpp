@@ -172,7 +172,6 @@ void CheckMain(int32_t mainGWidth, int32_t mainGHeight, int32_t mainWidth, int32
                int32_t screenWidth, int32_t screenHeight, uint32_t screenY, uint32_t /* screenC */,
                int32_t chart, int32_t /* reserved */, int32_t fileNumber)
 {
-    const auto lock = rova_pim_lock_records();
     const int32_t picture = ++picture_count;
     const int32_t number = fileNumber >= FIRST_FILE_NUMBER ? fileNumber : picture;
     const still_route *route = find_route(GetPIMode());

@@ -7,12 +7,14 @@
 #include "lib/pim/rova_pim_config.h"
 #include "lib/rova_app_thread.h"
 #include "platform/virtual/capture.h"
+#include "tests/lib/pim/held_records.h"
 #include "tests/lib/pim/planes.h"
 #include "tests/support/camera.h"
 
 #include <climits>
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -74,6 +76,8 @@ std::vector<int64_t> &checked()
     static std::vector<int64_t> arguments;
     return arguments;
 }
+
+std::function<void()> g_before_check;
 
 void note_still(const rova_pim_still &still)
 {
@@ -157,7 +161,7 @@ struct Pim : testing::Test {
         cfgNoise.RunNoiseFunc = 1;
         tested().clear();
         given_back().clear();
-        g_in_test = nullptr;
+        g_in_test = g_before_check = nullptr;
         g_name = "/sdcard/DCIM/100PHOTO/IMG_0012.JPG";
         rova_register_app_func(ROVA_APP_STILL_NAME, reinterpret_cast<rova_app_func>(still_name));
         for (int32_t mode : {PI_MODE_MOT, PI_MODE_DUST, PI_MODE_NOISE})
@@ -267,6 +271,8 @@ void __wrap__Z9CheckMainiiiijjiiiijjiii(int32_t mainGWidth, int32_t mainGHeight,
     checked() = {mainGWidth, mainGHeight,  mainWidth,     mainHeight,  mainY,
                  mainC,      screenGWidth, screenGHeight, screenWidth, screenHeight,
                  screenY,    screenC,      chart,         reserved,    fileNumber};
+    if (g_before_check)
+        g_before_check();
     __real__Z9CheckMainiiiijjiiiijjiii(mainGWidth, mainGHeight, mainWidth, mainHeight, mainY, mainC,
                                        screenGWidth, screenGHeight, screenWidth, screenHeight,
                                        screenY, screenC, chart, reserved, fileNumber);
@@ -439,6 +445,32 @@ TEST_F(Pim, ShootingDataAreClearedBeforeEachStill)
     EXPECT_EQ(std::string(gMotExifInfo.iso, 32), std::string("100") + std::string(29, '\0'));
     EXPECT_EQ(gMotExifInfo.filename[63], '\0');
     EXPECT_EQ(gMotExifInfo.reserved[3], 0);
+}
+
+TEST_F(Pim, ShootingDataAreWrittenWhenNobodyElseHasTheRecords)
+{
+    gMotExifInfo = {};
+    EXPECT_FALSE(test::changes_held_records([&] { receive(); },
+                                            [] { return gMotExifInfo.filename[0] != '\0'; }));
+    EXPECT_STREQ(gMotExifInfo.filename, "/sdcard/DCIM/100PHOTO/IMG_0013.JPG");
+}
+
+TEST_F(Pim, TheRecordsAreHeldFromTheShootingDataToTheEndOfTheTest)
+{
+    std::mutex *records = rova_pim_lock_records().mutex();
+    int looks = 0;
+    g_before_check = g_in_test = [&] {
+        std::future<bool> taken = std::async(std::launch::async, [&] {
+            const std::unique_lock lock(*records, std::try_to_lock);
+            return lock.owns_lock();
+        });
+        EXPECT_FALSE(taken.get());
+        looks++;
+    };
+    receive();
+    EXPECT_EQ(looks, 2);
+    EXPECT_TRUE(records->try_lock()) << "and no longer";
+    records->unlock();
 }
 
 TEST_F(Pim, TheGreatestShootingDataFit)

@@ -165,13 +165,16 @@ void watch_record(const rova_pim_still &)
 TEST_F(Mot, ReadConfigWaitsForTheTestOfAStill)
 {
     const test::Planes planes(64 * 64 * 2);
+    capture_image_set set = {};
+    set.mainGWidth = set.mainGHeight = set.mainWidth = set.mainHeight = 64;
+    set.screenGWidth = set.screenGHeight = set.screenWidth = set.screenHeight = 64;
+    set.mainYAddress = set.screenYAddress = planes.address();
+    capture_still still = {};
+    still.image_set = &set;
     g_in_test = g_load_begins = g_load_ended = g_overtaken = false;
     load_mot_config();
     rova_pim_set_test(PI_MODE_MOT, watch_record);
-    std::thread service([&] {
-        CheckMain(64, 64, 64, 64, planes.address(), 0, 64, 64, 64, 64, planes.address(), 0, 0, 0,
-                  2);
-    });
+    std::thread service([&] { rova_pim_capture_data_receiver(CAPTURE_STILL_ID, &still); });
     g_in_test.wait(false);
     g_load_begins = true;
     g_load_begins.notify_all();
@@ -209,6 +212,7 @@ TEST_F(Mot, ACaptureServiceThatRefusesIsNgAndLeavesNothingRegistered)
     EXPECT_EQ(run("mot read_config"), NG);
     EXPECT_EQ(callbackFlag, 0);
     EXPECT_TRUE(camera.logged("RegCallbackClient failed (-1)"));
+    EXPECT_EQ(capture_calls().size(), 1U) << "nothing is asked for nobody";
 
     new_calls();
     camera.fault("RegImageSetCallbackId", "-1 at 1");

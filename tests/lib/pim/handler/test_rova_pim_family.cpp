@@ -4,8 +4,10 @@
 #include "lib/pim/noise/rova_pim_noise.h"
 #include "lib/pim/rova_pim.h"
 #include "lib/pim/rova_pim_result.h"
+#include "lib/rova_app_table.h"
 #include "platform/vconf.h"
 #include "tests/lib/pim/handler/still_family.h"
+#include "tests/lib/pim/held_records.h"
 #include "tests/support/wrap.h"
 
 #include <thread>
@@ -200,4 +202,26 @@ TEST_P(StillFamily, AFileWithoutANameIsNgBehindTheScreen)
     leave_result("T\n", "D\n");
     EXPECT_EQ(run(word("display_result on")), NG);
     EXPECT_THAT(new_drawings(), ElementsAre("10 "));
+}
+
+TEST_P(StillFamily, DisplayResultWaitsForWhoHasTheRecords)
+{
+    load_config();
+    leave_result("T\n", "D\n");
+    EXPECT_FALSE(test::changes_held_records([&] { run(word("display_result on r.csv")); },
+                                            [&] { return camera.exists("/sdcard/r.csv"); }));
+    EXPECT_TRUE(camera.exists("/sdcard/r.csv"));
+}
+
+TEST_P(StillFamily, WordsBehindTheLastAreNotLookedAt)
+{
+    load_config();
+    leave_result("T\n", "D\n");
+    cmd_data record = test::line_record(word("display_result on"));
+    std::strcpy(record.p[2], "stale.csv");
+    answer.response_type = 7;
+    EXPECT_TRUE(rova_app_cmd_exec(rova_app_cmds(), &record, &answer));
+    EXPECT_EQ(answer.response_type, ROVA_RESPONSE_PLAIN);
+    EXPECT_EQ(answer.result, NG);
+    EXPECT_FALSE(camera.exists("/sdcard/stale.csv"));
 }
