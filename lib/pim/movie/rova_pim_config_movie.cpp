@@ -98,7 +98,6 @@ void reset_results(rova_pim_movie_config &cfg)
     cfg.movieResult = PIM_NO_RESULT;
     cfg.audioResult = PIM_NO_RESULT;
     for (rova_pim_frame_record &frame : cfg.frame) {
-        frame = {};
         frame.colour = UNUSED;
         frame.result = PIM_NO_RESULT;
     }

@@ -3,10 +3,7 @@
 #include "lib/pim/rova_pim_raw.h"
 #include "lib/pim/rova_pim_reader.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <vector>
 
 int32_t rova_pim_movie_done[2];
 
@@ -14,187 +11,6 @@ namespace
 {
 
 constexpr int FAILED = -1;
-
-// The judged field in the colour's plane, and how it is walked, in values of the plane.
-struct colour_field {
-    rova_pim_subsampling pixels; // of a value
-    rova_pim_rect area;
-    int32_t width;
-    int32_t right; // distances to the two neighbours
-    int32_t below;
-};
-
-// A value and its neighbours, at these places of the field's rows.
-struct colour_pixel {
-    int32_t i, y, value;
-    int32_t j, right;
-    int32_t y2, below;
-};
-
-int32_t v_diff(const colour_pixel &pixel)
-{
-    return std::abs(pixel.value - pixel.below);
-}
-
-int32_t h_diff(const colour_pixel &pixel)
-{
-    return std::abs(pixel.value - pixel.right);
-}
-
-// As the cast does; false where there is no such number.
-bool cut(float value, int32_t *number)
-{
-    constexpr float END = 2147483648.0F;
-    if (!(value >= -END && value < END))
-        return false;
-    *number = static_cast<int32_t>(value);
-    return true;
-}
-
-bool find_area(const rova_pim_image &image, rova_pim_subsampling pixels, float test_field,
-               rova_pim_rect *area)
-{
-    const float t = test_field * 100.0F;
-    const float lo = 100.0F - t;
-    const float hi = t + 100.0F;
-    const int32_t half_width = image.width / 2;
-    const int32_t half_height = image.height / 2;
-    const auto hw = static_cast<float>(half_width);
-    const auto hh = static_cast<float>(half_height);
-    const auto fx = static_cast<float>(pixels.fx);
-    const auto fy = static_cast<float>(pixels.fy);
-    return cut(lo * hh / 100.0F / fy, &area->y0) && cut(hi * hh / 100.0F / fy, &area->y1) &&
-           cut(hw * lo / 100.0F / fx, &area->x0) && cut(hw * hi / 100.0F / fx, &area->x1);
-}
-
-std::size_t copy_row(const rova_pim_image &image, const rova_pim_movie_part &part,
-                     const colour_field &field, int32_t y, std::span<uint8_t> row)
-{
-    return GetChromaArea(image, part.colour, field.area.x0, y, field.width, 1, part.plane, row);
-}
-
-// Whether all rows can be read: a plane's rows lie one behind the other, so that the first and the
-// last tell.
-bool can_be_read(const rova_pim_image &image, const rova_pim_movie_part &part,
-                 const colour_field &field)
-{
-    if (field.width < 1 || field.area.y1 < field.area.y0 || field.right < 0 || field.below < 0)
-        return false;
-    std::vector<uint8_t> row(static_cast<std::size_t>(field.width));
-    return copy_row(image, part, field, field.area.y0, row) == row.size() &&
-           copy_row(image, part, field, field.area.y1, row) == row.size();
-}
-
-bool find_field(const rova_pim_image &image, const rova_pim_movie_part &part, float test_field,
-                colour_field *field)
-{
-    field->right = part.off / field->pixels.fx;
-    field->below = part.off / field->pixels.fy;
-    rova_pim_rect &area = field->area;
-    const bool found = find_area(image, field->pixels, test_field, &area);
-    const int64_t width = int64_t{area.x1} - area.x0 + 1;
-    field->width = rova_pim_narrow(width);
-    if (found)
-        rova_pim_debug(" AREA :  (%5d, %5d) (%5d, %5d) = %5d x %5d \n\n", area.x0, area.y0, area.x1,
-                       area.y1, field->width, rova_pim_narrow(int64_t{area.y1} - area.y0 + 1));
-    if (found && width <= image.width && can_be_read(image, part, *field))
-        return true;
-    rova_pim_report(
-        " ERROR :  the frame of %d x %d has no field (%d, %d) (%d, %d) for offset %d of "
-        "the plane at %d \n",
-        image.width, image.height, area.x0, area.y0, area.x1, area.y1, part.off, part.plane);
-    return false;
-}
-
-rova_pim_point point_of(const colour_field &field, int32_t x, int32_t y)
-{
-    return {field.pixels.fx * x, field.pixels.fy * y};
-}
-
-// Reports what is wrong with it.
-bool is_bad(const colour_pixel &pixel, const colour_field &field, const rova_pim_movie_part &part)
-{
-    const rova_pim_point p = point_of(field, pixel.i, pixel.y);
-    if (pixel.value < part.min || pixel.value > part.max)
-        rova_pim_report(" ERROR :  COLOR Value    = (%5d, %5d) = %d [ %d - %d ] \n", p.x, p.y,
-                        pixel.value, part.min, part.max);
-    else if (v_diff(pixel) > part.diffY)
-        rova_pim_report(" ERROR :  V. PIXEL DIFF. = (%5d, %5d) = %5d - %5d = %5d [ %5d ] \n", p.x,
-                        p.y, pixel.value, pixel.below, v_diff(pixel), part.diffY);
-    else if (h_diff(pixel) > part.diffX)
-        rova_pim_report(" ERROR :  H. PIXEL DIFF. = (%5d, %5d) = %5d - %5d = %5d [ %5d ] \n", p.x,
-                        p.y, pixel.value, pixel.right, h_diff(pixel), part.diffX);
-    else
-        return false;
-    return true;
-}
-
-// The first bad pixel of a row.
-bool search_row(std::span<const uint8_t> row, std::span<const uint8_t> row_below,
-                const colour_field &field, const rova_pim_movie_part &part, colour_pixel *pixel)
-{
-    for (int32_t i = 0; i < field.width; i++) {
-        const int64_t right = int64_t{i} + field.right;
-        const int32_t j = rova_pim_narrow(std::min<int64_t>(right, field.width - 1));
-        pixel->i = i;
-        pixel->j = j;
-        pixel->value = row[static_cast<std::size_t>(i)];
-        pixel->below = row_below[static_cast<std::size_t>(i)];
-        pixel->right = row[static_cast<std::size_t>(j)];
-        if (is_bad(*pixel, field, part))
-            return true;
-    }
-    return false;
-}
-
-// The first bad pixel of the field.
-bool search_field(const rova_pim_image &image, const colour_field &field,
-                  const rova_pim_movie_part &part, colour_pixel *pixel)
-{
-    std::vector<uint8_t> row(static_cast<std::size_t>(field.width));
-    std::vector<uint8_t> row_below(row.size());
-    for (int32_t y = field.area.y0; y <= field.area.y1; y++) {
-        pixel->y = y;
-        pixel->y2 = rova_pim_narrow(std::min<int64_t>(field.area.y1, int64_t{y} + field.below));
-        copy_row(image, part, field, pixel->y, row);
-        copy_row(image, part, field, pixel->y2, row_below);
-        if (search_row(row, row_below, field, part, pixel))
-            return true;
-    }
-    return false;
-}
-
-// The second point's y counts columns: the line's tools know it so.
-rova_pim_frame_record bad_record(int32_t frame, int32_t colour, const colour_field &field,
-                                 const colour_pixel &pixel)
-{
-    return {.frame = frame,
-            .colour = colour,
-            .p1 = point_of(field, pixel.i, pixel.y),
-            .v1 = pixel.value,
-            .p2 = point_of(field, pixel.i, pixel.j),
-            .v2 = pixel.right,
-            .p3 = point_of(field, pixel.i, pixel.y2),
-            .v3 = pixel.below,
-            .vDiff = v_diff(pixel),
-            .hDiff = h_diff(pixel),
-            .result = 0};
-}
-
-rova_pim_frame_record good_record(int32_t frame, int32_t colour)
-{
-    return {.frame = frame,
-            .colour = colour,
-            .p1 = {},
-            .v1 = 0,
-            .p2 = {},
-            .v2 = 0,
-            .p3 = {},
-            .v3 = 0,
-            .vDiff = 0,
-            .hDiff = 0,
-            .result = 1};
-}
 
 void append(const rova_pim_frame_record &record, rova_pim_movie_config &cfg)
 {
@@ -207,24 +23,18 @@ void append(const rova_pim_frame_record &record, rova_pim_movie_config &cfg)
     cfg.frameOk += record.result;
 }
 
-int judge_field(int32_t frame, const rova_pim_image &image, const rova_pim_movie_part &part,
-                rova_pim_movie_config &cfg)
+int judge(int32_t frame, const rova_pim_image &image, const rova_pim_movie_part &part,
+          rova_pim_movie_config &cfg)
 {
-    colour_field field = {};
-    colour_pixel pixel = {};
-    field.pixels = rova_pim_chroma_subsampling(image.iCS);
-    if (field.pixels.fx == 0) {
-        rova_pim_report("NOT FOUND COLOR Marker : NG !!!! \n");
-        return FAILED;
-    }
-    if (!find_field(image, part, cfg.testField, &field)) {
+    rova_pim_frame_record record = {};
+    record.frame = frame;
+    record.colour = part.colour;
+    if (!rova_pim_movie_judge_field(image, part, cfg.testField, &record)) {
         cfg.refused++;
         return FAILED;
     }
-    const bool bad = search_field(image, field, part, &pixel);
-    append(bad ? bad_record(frame, part.colour, field, pixel) : good_record(frame, part.colour),
-           cfg);
-    return bad ? FAILED : 0;
+    append(record, cfg);
+    return record.result == 1 ? 0 : FAILED;
 }
 
 // A frame out of step is passed over.
@@ -236,7 +46,7 @@ int check_frame(int32_t frame, const rova_pim_image &image, const rova_pim_movie
         return 0;
     done++;
     rova_pim_debug(" >>> Frame # = %d \n", frame);
-    return judge_field(frame, image, part, cfg);
+    return judge(frame, image, part, cfg);
 }
 
 bool is_of(int32_t frame, const rova_pim_movie_part &part)
@@ -315,35 +125,23 @@ void dump(const char *name, const char *form, int32_t frame, const rova_pim_imag
 
 } // namespace
 
+// clang-format off
 rova_pim_movie_part rova_pim_movie_red(const rova_pim_movie_config &cfg)
 {
-    return {.word = "RED",
-            .colour = PIM_COLOUR_CR,
-            .plane = cfg.crOffset,
-            .start = cfg.redStart,
-            .num = cfg.redNum,
-            .inc = cfg.redInc,
-            .min = cfg.redMin,
-            .max = cfg.redMax,
-            .off = cfg.redOffY,
-            .diffX = cfg.redDiffX,
-            .diffY = cfg.redDiffY};
+    return {.word  = "RED",          .colour = PIM_COLOUR_CR, .plane = cfg.crOffset,
+            .start = cfg.redStart,   .num    = cfg.redNum,    .inc   = cfg.redInc,
+            .min   = cfg.redMin,     .max    = cfg.redMax,    .off   = cfg.redOffY,
+            .diffX = cfg.redDiffX,   .diffY  = cfg.redDiffY};
 }
 
 rova_pim_movie_part rova_pim_movie_blue(const rova_pim_movie_config &cfg)
 {
-    return {.word = "BLUE",
-            .colour = PIM_COLOUR_CB,
-            .plane = cfg.cbOffset,
-            .start = cfg.blueStart,
-            .num = cfg.blueNum,
-            .inc = cfg.blueInc,
-            .min = cfg.blueMin,
-            .max = cfg.blueMax,
-            .off = cfg.blueOffY,
-            .diffX = cfg.blueDiffX,
-            .diffY = cfg.blueDiffY};
+    return {.word  = "BLUE",         .colour = PIM_COLOUR_CB, .plane = cfg.cbOffset,
+            .start = cfg.blueStart,  .num    = cfg.blueNum,   .inc   = cfg.blueInc,
+            .min   = cfg.blueMin,    .max    = cfg.blueMax,   .off   = cfg.blueOffY,
+            .diffX = cfg.blueDiffX,  .diffY  = cfg.blueDiffY};
 }
+// clang-format on
 
 int rova_pim_movie_test_frame(int32_t frame, const rova_pim_image &image,
                               rova_pim_movie_config &cfg)

@@ -119,6 +119,11 @@ constexpr int64_t rova_pim_movie_last(const rova_pim_movie_part &part)
 // Red and blue frames checked since the process began; a load does not begin anew.
 extern int32_t rova_pim_movie_done[2];
 
+// Judges the field of a frame of this colour: fills the record's result and, of a bad frame, the
+// first bad pixel, which is reported.  False, reported, where there is no such field.
+bool rova_pim_movie_judge_field(const rova_pim_image &image, const rova_pim_movie_part &part,
+                                float test_field, rova_pim_frame_record *record);
+
 // Judges a frame, and writes the table behind the last one.  0, or -1: it failed or was refused.
 int rova_pim_movie_test_frame(int32_t frame, const rova_pim_image &image,
                               rova_pim_movie_config &cfg);
