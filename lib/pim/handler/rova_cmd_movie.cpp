@@ -178,6 +178,7 @@ bool show_verdict()
 
 bool display_on(const char *name, const cmd_data *record, rova_cmd_response *answer)
 {
+    const auto lock = rova_pim_lock_records();
     const bool written = rova_pim_write_csv(name, rova_pim_param(record, 2), &answer->stream);
     return show_verdict() && written;
 }

@@ -52,6 +52,7 @@ void append(const rova_pim_audio_record &sound, rova_pim_movie_config &cfg)
 
 int checkAudio(const rova_pim_aframe_info &info)
 {
+    const auto lock = rova_pim_lock_records();
     rova_pim_movie_config &cfg = cfgMovie;
     rova_pim_audio_record sound = {.index = cfg.audioCount,
                                    .result = 0,

@@ -159,6 +159,7 @@ int32_t GetMovieDebugValue7()
 
 void CheckMovie(const uint8_t *y, int32_t width, int32_t height, int32_t frame)
 {
+    const auto lock = rova_pim_lock_records();
     rova_pim_movie_config &cfg = cfgMovie;
     rova_pim_image image;
     int result = 0;

@@ -86,7 +86,7 @@ int32_t GetMovieDebugValue7();
 
 // Judges a frame in CS420_Y_CbCr, with rows of `width` bytes; dumps it as the configuration says.
 // `y` is the first of width * height * 3 / 2 bytes; null, and a size that there is no room for
-// below 4 GiB, are reported and refused.
+// below 4 GiB, are reported and refused.  Takes the lock of the records, as the next one does.
 void CheckMovie(const uint8_t *y, int32_t width, int32_t height, int32_t frame);
 // 1 passed, 0 failed.  From the 65th on it counts without a record.
 int checkAudio(const rova_pim_aframe_info &info);

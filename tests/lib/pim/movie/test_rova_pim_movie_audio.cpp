@@ -1,3 +1,4 @@
+#include "tests/lib/pim/held_records.h"
 #include "tests/lib/pim/movie/movie_run.h"
 
 #include <gmock/gmock.h>
@@ -89,4 +90,11 @@ TEST_F(MovieAudio, ASoundBehindThe64thCountsWithoutARecord)
     EXPECT_EQ(cfg.audioResult, 0);
     EXPECT_EQ(cfg.audio[63].result, 1);
     EXPECT_EQ(cfg.tableDone, 0) << "what stands behind is whole";
+}
+
+TEST_F(MovieAudio, ASoundWaitsForWhoHasTheRecords)
+{
+    EXPECT_FALSE(test::changes_held_records([&] { hear(1000, 1000, -20, -20); },
+                                            [&] { return cfg.audioCount != 0; }));
+    EXPECT_EQ(cfg.audioCount, 1);
 }
