@@ -8,10 +8,13 @@
 #include "lib/rova_app_thread.h"
 #include "platform/vconf.h"
 #include "tests/lib/pim/handler/handler_test.h"
+#include "tests/lib/pim/held_records.h"
 #include "tests/lib/pim/planes.h"
+#include "tests/support/text.h"
 #include "tests/support/wrap.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -49,6 +52,8 @@ struct Player {
     rova_pim_aframe_info sound = {1000, 1000, 0, 0, 0, 0, -20, -20};
     int stop_at_frame = 0; // the daemon is asked to stop at this one
     int frames = 0;
+    int sounds = 0;
+    int bad_sound = 0; // this one is
 };
 Player player;
 
@@ -92,6 +97,7 @@ int video()
 int audio()
 {
     note("sound");
+    player.sound.left_frequency = ++player.sounds == player.bad_sound ? 1 : 1000;
     return rova_pim_aframe_set_frame_info(&player.sound);
 }
 
@@ -164,23 +170,31 @@ protected:
     }
     void spoil_sound()
     {
-        player.sound.left_frequency = 1;
+        player.sound.left_loudness = 0;
         start("movie movie_start 0", OK);
         cfgMovie.frameCount = 0;
         cfgMovie.movieResult = 0;
     }
 };
 
-// In a process of its own.
-[[noreturn]] void start_at_once()
+// Whether, in a process of its own, nothing can be started and no sound has failed.
+[[noreturn]] void look_at_start()
 {
-    rova_cmd_response answer = {};
+    bool good = false;
     {
-        const test::Camera camera;
-        const cmd_data record = test::line_record("movie movie_start 0");
-        rova_app_cmd_exec(rova_app_cmds(), &record, &answer);
+        test::Camera camera;
+        camera.speed(1000);
+        rova_cmd_response answer = {};
+        const cmd_data start = test::line_record("movie movie_start 0");
+        const cmd_data display = test::line_record("movie display_result off");
+        rova_app_cmd_exec(rova_app_cmds(), &start, &answer);
+        good = answer.result == NG;
+        good = test::captured_output([&] {
+                   rova_app_cmd_exec(rova_app_cmds(), &display, &answer);
+               }).starts_with("Audio result: OK") &&
+               good;
     }
-    std::exit(answer.result);
+    std::exit(good ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
 } // namespace
@@ -229,7 +243,12 @@ TEST_F(Movie, StartWithoutAConfigurationIsNg)
 {
     rova_pim_set_mode(1);
     EXPECT_THAT(start("movie movie_start 100", NG), IsEmpty()) << "and the mode is 0 again";
-    EXPECT_EXIT(start_at_once(), testing::ExitedWithCode(NG), "");
+}
+
+TEST(MovieAtStart, NothingIsLoadedAndNoSoundHasFailed)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(look_at_start(), testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
 TEST_F(Movie, StartWithoutATimeIsNg)
@@ -281,6 +300,41 @@ TEST_F(Movie, TheBlueFramesCheckTheLastSoundAgain)
     EXPECT_EQ(cfgMovie.movieResult, 0);
 }
 
+TEST_F(Movie, OneBadSoundIsEnough)
+{
+    load();
+    player.bad_sound = 1;
+    start("movie movie_start 0", OK);
+    EXPECT_EQ(cfgMovie.audioOk, 3);
+    EXPECT_EQ(run("movie display_result on movie.csv"), NG);
+    EXPECT_THAT(new_drawings(), ElementsAre("20 Audio"));
+}
+
+TEST_F(Movie, TheSoundIsCheckedBeforeTheFrame)
+{
+    load();
+    cfgMovie.redNum = 1;
+    cfgMovie.blueNum = 0;
+    player.bad_sound = 1;
+    start("movie movie_start 0", OK);
+    EXPECT_THAT(printed, ContainsRegex("checkAudio [0-9]+: actual freqL(.|\n)*CheckMovie [0-9]+ : "
+                                       "frame  10 returnValue"));
+}
+
+TEST_F(Movie, APlaceThatIsNoNumberOfMillisecondsIsTheNextThatIs)
+{
+    load();
+    cfgMovie.redNum = cfgMovie.blueNum = 0;
+    cfgMovie.redStart = INT_MAX / 10;
+    cfgMovie.blueStart = -5;
+    const Steps inside = start("movie movie_start 0", OK);
+    EXPECT_THAT(inside, testing::IsSupersetOf({"at 2147483640", "at -50"}));
+    cfgMovie.redStart = INT_MAX / 10 + 1;
+    cfgMovie.blueStart = INT_MIN;
+    const Steps outside = start("movie movie_start 0", OK);
+    EXPECT_THAT(outside, testing::IsSupersetOf({"at 2147483647", "at -2147483648"}));
+}
+
 TEST_F(Movie, WithoutAFrameRateAFrameTakes16Milliseconds)
 {
     load();
@@ -299,6 +353,8 @@ TEST_F(Movie, TheTimeOfAFrameIsCut)
     load();
     cfgMovie.dbgOption[7] = 30;
     EXPECT_THAT(start("movie movie_start 0", OK), testing::Contains("at 330"));
+    cfgMovie.dbgOption[7] = 1;
+    EXPECT_THAT(start("movie movie_start 0", OK), testing::Contains("at 10000"));
     cfgMovie.dbgOption[7] = 1001;
     EXPECT_THAT(start("movie movie_start 0", OK), testing::Contains("at 0"));
 }
@@ -349,6 +405,8 @@ TEST_F(Movie, AFrameThatCannotBeJudgedIsNgAndTheRunGoesOn)
     EXPECT_TRUE(camera.logged("no frame 42 of 40 x 20 at 0x00000000"));
     player.frame = {frame.address(), 0, INT32_MAX, INT32_MAX};
     start("movie movie_start 0", NG);
+    player.frame = {frame.address(), 0, 40, 20};
+    start("movie movie_start 0", OK);
 }
 
 TEST_F(Movie, WithoutTheApplicationsFunctionsTheCallsDoNothing)
@@ -393,6 +451,15 @@ TEST_F(Movie, DisplayResultWritesTheFileAndShowsThatAllIsGood)
     EXPECT_EQ(camera.read(CSV), "Index,CIS S/N," + title + "\r\n1,0," + data + "\r\n");
     EXPECT_STREQ(answer.stream.text, CSV);
     EXPECT_THAT(new_drawings(), ElementsAre("10 "));
+    EXPECT_FALSE(camera.logged("no frame and no sound failed"));
+}
+
+TEST_F(Movie, DisplayResultWaitsForWhoHasTheRecords)
+{
+    load();
+    EXPECT_FALSE(test::changes_held_records([&] { run("movie display_result on movie.csv"); },
+                                            [&] { return camera.exists(CSV); }));
+    EXPECT_TRUE(camera.exists(CSV));
 }
 
 TEST_F(Movie, DisplayResultTellsEachFailureAndTheirOrder)
@@ -455,6 +522,12 @@ TEST_F(Movie, DisplayResultOfAnotherWordIsNg)
     for (const char *line :
          {"movie display_result", "movie display_result up movie.csv", "movie display_result ON x"})
         EXPECT_EQ(run(line), NG) << line;
+    EXPECT_THAT(new_drawings(), IsEmpty());
+}
+
+TEST_F(Movie, DisplayResultWithoutAWordShowsNothing)
+{
+    EXPECT_EQ(run("movie display_result"), NG);
     EXPECT_THAT(new_drawings(), IsEmpty());
 }
 

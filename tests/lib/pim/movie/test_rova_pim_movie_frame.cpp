@@ -1,3 +1,4 @@
+#include "tests/lib/pim/held_records.h"
 #include "tests/lib/pim/movie/movie_run.h"
 #include "tests/lib/pim/movie/plain_movie.h"
 
@@ -7,6 +8,7 @@
 #include <cmath>
 #include <random>
 
+using test::BLUE;
 using test::RED;
 using testing::HasSubstr;
 using testing::Not;
@@ -252,6 +254,40 @@ TEST_F(MovieFrame, OnlyTheOffsetOfYIsUsedInBothDirections)
     expect_points({8, 8}, {8, 12}, {8, 12});
 }
 
+TEST_F(MovieFrame, ABlueFrameHasLimitsAndDistancesOfItsOwn)
+{
+    for (int32_t y = 0; y < HEIGHT / 2; y++)
+        cb(12, y) = BLUE - 4;
+    EXPECT_EQ(judge(30), -1);
+    EXPECT_THAT(printed,
+                HasSubstr(" ERROR :  H. PIXEL DIFF. = (   12,     4) =   210 -   206 =     "
+                          "4 [     3 ] \n"));
+    for (int32_t y = 0; y < HEIGHT / 2; y++)
+        cb(12, y) = y < 4 ? BLUE : BLUE - 5;
+    cfg.blueDiffX = 255;
+    EXPECT_EQ(judge(32), -1);
+    EXPECT_THAT(printed,
+                HasSubstr(" ERROR :  V. PIXEL DIFF. = (   14,     6) =   210 -   205 =     "
+                          "5 [     4 ] \n"));
+    EXPECT_EQ(cfg.frame[1].p3.y, 8) << "the next row";
+    cfg.blueNum = 3;
+    cfg.blueDiffY = 255;
+    cb(5, 2) = 190;
+    cb(6, 2) = 231;
+    EXPECT_EQ(judge(34), -1);
+    EXPECT_THAT(printed, HasSubstr(" COLOR Value    = (    2,     4) = 231 [ 190 - 230 ] \n"));
+}
+
+TEST_F(MovieFrame, EachColourHasItsPlane)
+{
+    cfg.cbOffset = INT_MAX;
+    EXPECT_EQ(judge(10), 0);
+    cfg.cbOffset = cfg.crOffset;
+    cfg.crOffset = INT_MAX;
+    EXPECT_EQ(judge(30), 0);
+    EXPECT_EQ(cfg.frameOk, 2);
+}
+
 TEST_F(MovieFrame, AFieldOfATenthRunsFrom90To110PercentOfTheHalfSize)
 {
     test::Planes large(200 * 200 * 3 / 2);
@@ -261,6 +297,27 @@ TEST_F(MovieFrame, AFieldOfATenthRunsFrom90To110PercentOfTheHalfSize)
     cfg.crOffset = 200 * 200;
     EXPECT_EQ(judge(10, picture), 0);
     EXPECT_THAT(printed, HasSubstr(" AREA :  (   45,    45) (   55,    55) =    11 x    11 \n"));
+}
+
+// In other orders these end a row earlier or a row later.
+TEST_F(MovieFrame, TheFieldsPlaceIsCountedInSingleFloatsInTheirOrder)
+{
+    const struct {
+        int32_t height;
+        float field;
+        const char *rows;
+    } cases[] = {{200, 0.06F, "    47) (   10,    53)"},
+                 {480, 0.475F, "    63) (   14,   177)"},
+                 {720, 0.35F, "   117) (   13,   243)"}};
+    test::Planes tall(40 * 720 * 3 / 2);
+    std::fill_n(tall.data(), tall.bytes().size(), RED);
+    for (const auto &[height, field, rows] : cases) {
+        rova_pim_movie_done[0] = 0;
+        cfg.testField = field;
+        cfg.crOffset = WIDTH * height;
+        EXPECT_EQ(judge(10, {tall.bytes(), WIDTH, height, WIDTH, CS420_Y_CbCr}), 0);
+        EXPECT_THAT(printed, HasSubstr(rows));
+    }
 }
 
 TEST_F(MovieFrame, AFieldOfNoSizeIsTheMiddlePixel)
@@ -350,6 +407,23 @@ TEST_F(MovieFrame, ANeighbourInFrontOfTheFieldIsRefused)
     EXPECT_EQ(judge(13), 0);
 }
 
+TEST_F(MovieFrame, AFieldInsideOutIsRefusedInBothDirections)
+{
+    cfg.testField = -0.5F;
+    EXPECT_EQ(judge(10, {frame.bytes(), 1, HEIGHT, WIDTH, CS420_Y_CbCr}), -1);
+    expect_refused("=     1 x    -4");
+    EXPECT_EQ(judge(13, {frame.bytes(), WIDTH, 1, WIDTH, CS420_Y_CbCr}), -1);
+    expect_refused("=    -9 x     1", 2);
+}
+
+TEST_F(MovieFrame, ANeighbourInTheRowAboveAloneIsRefused)
+{
+    test::Planes planes(40 * 20 * 2);
+    cfg.redOffY = -1; // half a value in a row
+    EXPECT_EQ(judge(10, {planes.bytes(), WIDTH, HEIGHT, WIDTH, CS422_Y_CbCr}), -1);
+    expect_refused(REFUSED);
+}
+
 TEST_F(MovieFrame, AFieldThatIsWiderThanTheFrameIsRefused)
 {
     const rova_pim_image flat = {frame.bytes(), WIDTH, 1, WIDTH, CS420_Y_CbCr};
@@ -413,6 +487,13 @@ TEST_F(MovieFrame, CheckMovieTellsTheFrameIfAsked)
     EXPECT_THAT(printed, Not(HasSubstr("\033[43m")));
 }
 
+TEST_F(MovieFrame, CheckMovieWaitsForWhoHasTheRecords)
+{
+    EXPECT_FALSE(
+        test::changes_held_records([&] { check(10); }, [&] { return cfg.frameCount != 0; }));
+    EXPECT_EQ(cfg.frameCount, 1);
+}
+
 TEST_F(MovieFrame, CheckMovieReadsNoByteBehindTheFrame)
 {
     cfg.testField = 0.9F;
@@ -445,13 +526,18 @@ TEST_F(MovieFrame, WithoutTheVideoCheckAllResultsStay)
 TEST_F(MovieFrame, EachFrameIsDumpedIfAsked)
 {
     cfg.enableSaveRaw = cfg.enableSaveErrRaw = 1;
+    cr(10, 5) = 0;
     check(10);
     cfg.enableTest = 0;
     check(1234);
     const std::string bytes(frame.bytes().begin(), frame.bytes().end());
     EXPECT_EQ(camera.read("/mnt/mmc/MovieRawDump010C.raw"), bytes);
     EXPECT_EQ(camera.read("/mnt/mmc/MovieRawDump1234C.raw"), bytes);
-    EXPECT_FALSE(camera.exists("/mnt/mmc/MovieErrRawDump010C.raw"));
+    EXPECT_FALSE(camera.exists("/mnt/mmc/MovieErrRawDump010C.raw")) << "once is enough";
+    cfg.enableTest = 1;
+    cfg.enableSaveRaw = 2;
+    check(13);
+    EXPECT_FALSE(camera.exists("/mnt/mmc/MovieRawDump013C.raw"));
 }
 
 TEST_F(MovieFrame, AFailedFrameIsDumpedIfOnlyThoseAre)
@@ -475,6 +561,16 @@ TEST_F(MovieFrame, ADumpThatCannotBeOpenedIsPrinted)
     camera.fault("sys_open", "-1");
     check(10);
     EXPECT_THAT(printed, testing::ContainsRegex("CheckMovie, [0-9]+: file open error. fp -1\n"));
+    EXPECT_EQ(cfg.frameOk, 1);
+}
+
+TEST_F(MovieFrame, ADumpThatCannotBeWrittenIsLoggedOnly)
+{
+    cfg.enableSaveRaw = 1;
+    camera.fault("sys_write", "-1");
+    check(10);
+    EXPECT_THAT(printed, Not(HasSubstr("file open error")));
+    EXPECT_TRUE(camera.logged("failed to write /mnt/mmc/MovieRawDump010C.raw"));
     EXPECT_EQ(cfg.frameOk, 1);
 }
 

@@ -84,11 +84,12 @@ TEST_F(MovieTable, MayHaveItsLastRedFrameBehindTheBlueOnes)
 TEST_F(MovieTable, IsWrittenInTheBufferedModeToo)
 {
     print_mode(PIM_RESULT_BUFFERED);
+    std::snprintf(pPtpTile, sizeof(pPtpTile), "of another test");
     hear_all();
     judge_all();
     EXPECT_EQ(file(), TITLE + GOOD_ROWS);
     EXPECT_STREQ(pRstData, "");
-    EXPECT_STREQ(pPtpTile, "");
+    EXPECT_STREQ(pPtpTile, "") << "nor what another test has left";
 }
 
 TEST_F(MovieTable, HasATitleOnlyInAnEmptyFile)
@@ -173,6 +174,18 @@ TEST_F(MovieTable, ShowsTheFirstBadPixelOfAFrame)
     EXPECT_EQ(verdict(), (Verdict{0, 0, 1}));
 }
 
+TEST_F(MovieTable, ARowHasItsOwnSoundAndTheVerdictOfAll)
+{
+    for (const int32_t left : {1010, 500, 1030, 1040})
+        hear(left, 1000, -20.5F, -19.5F);
+    judge_all();
+    const std::vector<std::string> rows = test::lines_of(file());
+    ASSERT_EQ(rows.size(), 5U);
+    const char *lefts[] = {"1.01", "0.50", "1.03", "1.04"};
+    for (std::size_t i = 0; i < 4; i++)
+        EXPECT_THAT(rows[i + 1], HasSubstr("0, 0,NG,0.90, " + std::string(lefts[i]) + ", 1.00"));
+}
+
 TEST_F(MovieTable, TheVerticalDifferenceStandsBeforeTheHorizontalOne)
 {
     cfg.redMin = 0;
@@ -194,8 +207,10 @@ TEST_F(MovieTable, GetMovieResultTellsTheColourThatFailed)
     cfg.movieResult = 0;
     cfg.frame[0].result = 0;
     EXPECT_EQ(verdict(), (Verdict{0, 0, 0}));
-    cfg.enableTest = 0;
-    EXPECT_EQ(verdict(), (Verdict{PIM_NO_RESULT, 1, 1}));
+    for (const int32_t other : {0, 2}) {
+        cfg.enableTest = other;
+        EXPECT_EQ(verdict(), (Verdict{PIM_NO_RESULT, 1, 1})) << other;
+    }
 }
 
 TEST_F(MovieTable, TheSoundCountsOnlyInAudioTestOne)
@@ -299,6 +314,8 @@ TEST_F(MovieTable, Has64RowsOfMoreFrames)
     EXPECT_EQ(test::lines_of(file()).size(), 65U);
     EXPECT_EQ(cfg.movieResult, 1);
     EXPECT_EQ(verdict(), (Verdict{1, 1, 1}));
+    cfg.movieResult = 0;
+    EXPECT_EQ(verdict(), (Verdict{0, 1, 1})) << "of those that are recorded";
 }
 
 TEST_F(MovieTable, FramesOfAnyNumbersAreCountedWithoutOverflow)
