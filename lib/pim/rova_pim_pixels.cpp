@@ -1,5 +1,5 @@
-// Rows are read several at a time, and the sums of their bytes kept in 16 bits side by side, until
-// these are full or the last row is in: then they are added up, block by block.
+// Rows are read several at a time, and the sums of their bytes kept side by side, of eight bytes or
+// of fewer, until these are full or the last row is in: then they are added up, block by block.
 #include "lib/pim/rova_pim_pixels.h"
 
 #include <algorithm>
@@ -95,12 +95,41 @@ ROVA_INLINE void add_column_rows(const uint8_t *at, std::size_t pitch, std::size
     add_columns_of<ROWS>(at + x, pitch, columns - x, lanes + x, minima + x);
 }
 
-// Pixels side by side, and a sum of two that is held in 16 bits: the one operation that compilers
-// do not find for themselves.
+// The sum of eight bytes: of pairs first, then of all.
+struct one_eight {
+    using eights = uint64_t;
+
+    static ROVA_INLINE void add_eights(eights &sums, const uint8_t *at)
+    {
+        constexpr uint64_t EVEN = 0x00ff00ff00ff00ff, ALL = 0x0001000100010001;
+        uint64_t bytes;
+        std::memcpy(&bytes, at, sizeof(bytes));
+        sums += ((bytes & EVEN) + (bytes >> 8 & EVEN)) * ALL >> 48;
+    }
+};
+
+// Pixels side by side, and the two operations that compilers do not find for themselves: the sums
+// of each eight bytes, and a sum of two that is held in 16 bits.
 struct narrow {
+    using eights = uint64_t __attribute__((vector_size(16)));
     using type = int16_t __attribute__((vector_size(16)));
     using bits = uint16_t __attribute__((vector_size(16)));
 
+    static ROVA_INLINE void add_eights(eights &sums, const uint8_t *at)
+    {
+#ifdef __x86_64__
+        eights bytes;
+        std::memcpy(&bytes, at, sizeof(bytes));
+        asm("psadbw %1, %0" : "+x"(bytes) : "x"(eights{}));
+        sums += bytes;
+#else
+        for (std::size_t i = 0; i < 2; i++) {
+            uint64_t sum = sums[i];
+            one_eight::add_eights(sum, at + 8 * i);
+            sums[i] = sum;
+        }
+#endif
+    }
     static ROVA_INLINE void add_held(type &sum, const type &value)
     {
 #ifdef __x86_64__
@@ -119,9 +148,17 @@ struct narrow_avx : narrow {
     }
 };
 struct wide_avx {
+    using eights = uint64_t __attribute__((vector_size(32)));
     using type = int16_t __attribute__((vector_size(32)));
     using bits = uint16_t __attribute__((vector_size(32)));
 
+    static ROVA_INLINE void add_eights(eights &sums, const uint8_t *at)
+    {
+        eights bytes;
+        std::memcpy(&bytes, at, sizeof(bytes));
+        asm("vpsadbw %1, %0, %0" : "+x"(bytes) : "x"(eights{}));
+        sums += bytes;
+    }
     static ROVA_INLINE void add_held(type &sum, const type &value)
     {
         asm("vpaddsw %1, %0, %0" : "+x"(sum) : "x"(value));
@@ -129,26 +166,30 @@ struct wide_avx {
 };
 #endif
 
-template <typename VECTOR> ROVA_INLINE uint64_t sum_inline(std::span<const uint8_t> bytes)
+// As many eights of ROWS rows as fill a VECTOR.
+template <typename VECTOR, int ROWS>
+ROVA_INLINE void add_eights_of(const uint8_t *at, std::size_t pitch, uint64_t *lanes)
 {
-    using bits = typename VECTOR::bits;
+    typename VECTOR::eights sums;
+    std::memcpy(&sums, lanes, sizeof(sums));
+    for (int row = 0; row < ROWS; row++)
+        VECTOR::add_eights(sums, at + static_cast<std::size_t>(row) * pitch);
+    std::memcpy(lanes, &sums, sizeof(sums));
+}
+
+template <typename VECTOR, int ROWS>
+ROVA_INLINE void add_eight_rows(const uint8_t *at, std::size_t pitch, std::size_t eights,
+                                uint64_t *lanes)
+{
+    constexpr std::size_t LINE = CHUNK / 8, COUNT = sizeof(typename VECTOR::eights) / 8;
     std::size_t i = 0;
-    uint64_t sum = 0;
-    while (bytes.size() - i >= sizeof(bits)) {
-        bits lanes = {};
-        const std::size_t words = std::min((bytes.size() - i) / sizeof(bits), PAIR_ROWS);
-        for (const std::size_t end = i + words * sizeof(bits); i < end; i += sizeof(bits)) {
-            bits word;
-            __builtin_prefetch(bytes.data() + i + AHEAD);
-            std::memcpy(&word, bytes.data() + i, sizeof(word));
-            lanes += (word & 255) + (word >> 8);
-        }
-        for (std::size_t lane = 0; lane < sizeof(bits) / sizeof(uint16_t); lane++)
-            sum += lanes[lane];
+    for (; i + LINE <= eights; i += LINE) {
+        fetch<ROWS>(at + 8 * i, pitch);
+        for (std::size_t k = i; k < i + LINE; k += COUNT)
+            add_eights_of<VECTOR, ROWS>(at + 8 * k, pitch, lanes + k);
     }
-    for (; i < bytes.size(); i++)
-        sum += bytes[i];
-    return sum;
+    for (; i < eights; i++)
+        add_eights_of<one_eight, ROWS>(at + 8 * i, pitch, lanes + i);
 }
 
 // Adds a colour of pairs of pixels: `light`, then `tint` so many times.  A sum above 0x7fff is as
@@ -228,13 +269,23 @@ ROVA_INLINE void add_rgb_last(const uint8_t *luma, const uint8_t *chroma, std::s
 
 // The inner loops, for the processor at hand.
 struct kernels {
-    uint64_t (*sum)(std::span<const uint8_t> bytes);
+    void (*add_eights)(const rova_pim_rows &rows, std::size_t eights, uint64_t *lanes);
     void (*add_pairs)(const rova_pim_rows &rows, std::size_t pairs, uint16_t *lanes);
     void (*add_columns)(const rova_pim_rows &rows, std::size_t columns, uint16_t *lanes,
                         uint8_t *minima);
     void (*add_rgb)(const rova_pim_rows &luma, const rova_pim_rows &chroma, std::size_t pairs,
                     rgb_lanes &lanes);
 };
+
+template <typename VECTOR>
+ROVA_INLINE void add_eights_inline(const rova_pim_rows &rows, std::size_t eights, uint64_t *lanes)
+{
+    std::size_t y = 0;
+    for (; y + 8 <= rows.count; y += 8)
+        add_eight_rows<VECTOR, 8>(rows.first + y * rows.pitch, rows.pitch, eights, lanes);
+    for (; y < rows.count; y++)
+        add_eight_rows<VECTOR, 1>(rows.first + y * rows.pitch, rows.pitch, eights, lanes);
+}
 
 ROVA_INLINE void add_pairs_inline(const rova_pim_rows &rows, std::size_t pairs, uint16_t *lanes)
 {
@@ -269,9 +320,10 @@ ROVA_INLINE void add_rgb_inline(const rova_pim_rows &luma, const rova_pim_rows &
 }
 
 #define ROVA_KERNELS(name, attribute, many, few)                                                   \
-    __attribute__(attribute) uint64_t sum_##name(std::span<const uint8_t> bytes)                   \
+    __attribute__(attribute) void add_eights_##name(const rova_pim_rows &rows, std::size_t eights, \
+                                                    uint64_t *lanes)                               \
     {                                                                                              \
-        return sum_inline<many>(bytes);                                                            \
+        add_eights_inline<many>(rows, eights, lanes);                                              \
     }                                                                                              \
     __attribute__(attribute) void add_pairs_##name(const rova_pim_rows &rows, std::size_t pairs,   \
                                                    uint16_t *lanes)                                \
@@ -289,7 +341,7 @@ ROVA_INLINE void add_rgb_inline(const rova_pim_rows &luma, const rova_pim_rows &
     {                                                                                              \
         add_rgb_inline<many, few>(luma, chroma, pairs, lanes);                                     \
     }                                                                                              \
-    constexpr kernels KERNELS_##name = {sum_##name, add_pairs_##name, add_columns_##name,          \
+    constexpr kernels KERNELS_##name = {add_eights_##name, add_pairs_##name, add_columns_##name,   \
                                         add_rgb_##name};
 
 ROVA_KERNELS(any, (), narrow, narrow)
@@ -320,28 +372,30 @@ void sum_words(const uint16_t *__restrict lanes, std::size_t words, uint32_t *__
     }
 }
 
-template <typename VALUE> ROVA_INLINE uint32_t sum_values(const VALUE *values, std::size_t count)
-{
-    uint32_t sum = 0;
-    for (std::size_t i = 0; i < count; i++)
-        sum += values[i];
-    return sum;
-}
-
 // Calls `add` with each block and the sum of its `width` values, `step` values behind the last
-// block's.  Those of 8 and 16 bytes, which are one or two values, are not worth a loop.
+// block's.
 template <typename VALUE, typename ADD>
-ROVA_INLINE void add_values(const VALUE *values, std::size_t step, std::size_t width,
+ROVA_INLINE void add_values(const VALUE *__restrict values, std::size_t step, std::size_t width,
                             std::size_t blocks, const ADD &add)
 {
-    for (std::size_t block = 0; block < blocks; block++, values += step) {
-        if (width == 1)
-            add(block, values[0]);
-        else if (width == 2)
-            add(block, values[0] + values[1]);
-        else
-            add(block, sum_values(values, width));
+    for (std::size_t block = 0; block < blocks; block++) {
+        uint64_t sum = 0;
+        for (std::size_t i = 0; i < width; i++)
+            sum += values[block * step + i];
+        add(block, sum);
     }
+}
+
+// Blocks side by side of one value or two are not worth a loop each.
+template <typename VALUE, typename ADD>
+ROVA_INLINE void add_blocks(const VALUE *values, std::size_t step, std::size_t width,
+                            std::size_t blocks, const ADD &add)
+{
+    if (step == 1 && width == 1)
+        return add_values(values, 1, 1, blocks, add);
+    if (step == 2 && width == 2)
+        return add_values(values, 2, 2, blocks, add);
+    add_values(values, step, width, blocks, add);
 }
 
 template <typename ADD>
@@ -349,10 +403,10 @@ void add_lanes(const uint16_t *lanes, std::size_t step, std::size_t width, std::
                const ADD &add)
 {
     if ((step | width) % 4 != 0)
-        return add_values(lanes, step, width, blocks, add);
+        return add_blocks(lanes, step, width, blocks, add);
     uint32_t sums[PANEL / 4];
     sum_words(lanes, ((blocks - 1) * step + width) / 4, sums);
-    add_values(sums, step / 4, width / 4, blocks, add);
+    add_blocks(sums, step / 4, width / 4, blocks, add);
 }
 
 // Blocks side by side whose sums are kept at the same time, or a part of one block's width.
@@ -367,6 +421,11 @@ struct panel {
     panel every_second(std::size_t from) const
     {
         return {x + from * step, y, rows, 2 * step, width, first + from, (blocks - from + 1) / 2};
+    }
+    // Of the one block's width.
+    panel part(std::size_t from, std::size_t count) const
+    {
+        return {x + from, y, rows, step, count, first, blocks};
     }
     rova_pim_rows of(const rova_pim_rows &rows_of_all) const
     {
@@ -401,21 +460,45 @@ void for_each_panel(std::size_t rows, std::size_t step, std::size_t width, std::
     }
 }
 
-// A panel's sums: of pairs of bytes, or of bytes where blocks begin or end in the middle of a pair.
-void sum_panel(const rova_pim_rows &rows, const panel &at, std::span<uint64_t> sums)
+// The panel's sums: of eights of bytes, of pairs where blocks begin or end in the middle of an
+// eight, of bytes where they do so in the middle of a pair.
+template <typename ADD> void sum_eights(const rova_pim_rows &rows, const panel &at, const ADD &add)
+{
+    uint64_t lanes[PANEL / 8];
+    std::fill_n(lanes, at.across() / 8, uint64_t{0});
+    kernels_here().add_eights(at.of(rows), at.across() / 8, lanes);
+    add_blocks(lanes, at.step / 8, at.width / 8, at.blocks, add);
+}
+
+template <typename ADD> void sum_pairs(const rova_pim_rows &rows, const panel &at, const ADD &add)
+{
+    uint16_t lanes[PANEL / 2];
+    std::fill_n(lanes, at.across() / 2, uint16_t{0});
+    kernels_here().add_pairs(at.of(rows), at.across() / 2, lanes);
+    add_lanes(lanes, at.step / 2, at.width / 2, at.blocks, add);
+}
+
+template <typename ADD> void sum_columns(const rova_pim_rows &rows, const panel &at, const ADD &add)
 {
     uint16_t lanes[PANEL];
-    const auto add = [&](std::size_t block, uint64_t sum) { sums[at.first + block] += sum; };
-    if ((at.step | at.width) % 2 == 0) {
-        std::fill_n(lanes, at.across() / 2, uint16_t{0});
-        kernels_here().add_pairs(at.of(rows), at.across() / 2, lanes);
-        add_lanes(lanes, at.step / 2, at.width / 2, at.blocks, add);
-    } else {
-        uint8_t minima[PANEL] = {};
-        std::fill_n(lanes, at.across(), uint16_t{0});
-        kernels_here().add_columns(at.of(rows), at.across(), lanes, minima);
-        add_lanes(lanes, at.step, at.width, at.blocks, add);
-    }
+    uint8_t minima[PANEL] = {};
+    std::fill_n(lanes, at.across(), uint16_t{0});
+    kernels_here().add_columns(at.of(rows), at.across(), lanes, minima);
+    add_lanes(lanes, at.step, at.width, at.blocks, add);
+}
+
+void sum_panel(const rova_pim_rows &rows, const panel &at, std::span<uint64_t> sums)
+{
+    const auto add = [first = sums.data() + at.first](std::size_t block, uint64_t sum) {
+        first[block] += sum;
+    };
+    const std::size_t sizes = at.step | at.width;
+    if (sizes % 8 == 0)
+        return sum_eights(rows, at, add);
+    if (at.blocks > 1 || at.width < 8)
+        return sizes % 2 == 0 ? sum_pairs(rows, at, add) : sum_columns(rows, at, add);
+    sum_panel(rows, at.part(0, at.width / 8 * 8), sums);
+    sum_panel(rows, at.part(at.width / 8 * 8, at.width % 8), sums);
 }
 
 // The lanes of the panel's first block begin at `from`; its sum is the panel's first, the next
@@ -499,14 +582,16 @@ void rova_pim_pixels_set_portable(bool portable)
     portable_only = portable;
 }
 
-// As rows, several of which are read at the same time, and what does not fill these.
+// As rows, several of which are read at the same time, and one of what does not fill these.
 uint64_t rova_pim_sum_bytes(std::span<const uint8_t> bytes)
 {
     constexpr std::size_t ROW = 1024, ROWS = 8;
     const std::size_t count = bytes.size() / ROW / ROWS * ROWS;
-    uint64_t sum = 0;
+    uint64_t sum = 0, rest = 0;
     rova_pim_sum_blocks({bytes.data(), ROW, count}, 0, ROW, {&sum, 1});
-    return sum + kernels_here().sum(bytes.subspan(count * ROW));
+    rova_pim_sum_blocks({bytes.data() + count * ROW, 0, 1}, 0, bytes.size() - count * ROW,
+                        {&rest, 1});
+    return sum + rest;
 }
 
 void rova_pim_sum_blocks(const rova_pim_rows &rows, std::size_t step, std::size_t width,

@@ -211,6 +211,17 @@ TEST_P(PimPixels, SumsOfBlocksThatLieSideBySide)
     }
 }
 
+// Narrower and wider than what is summed at the same time.
+TEST_P(PimPixels, SumsOfOneBlockOfAnyWidth)
+{
+    for (int round = 0; round < 400; round++) {
+        const std::size_t width = number(0, number(0, 20'000)), step = number(0, 20);
+        const rova_pim_rows rows = draw_rows(width, 20);
+        ASSERT_EQ(blocks(rows, step, width, 1), plain_blocks(rows, step, width, 1))
+            << width << ", " << rows.count << " rows of " << rows.pitch;
+    }
+}
+
 // Sums of few bits are full with so many of the brightest bytes.
 TEST_P(PimPixels, SumsOfTheBrightestBlocksOfAnyHeight)
 {
