@@ -70,9 +70,8 @@ void read_for_noise()
 
 void read_every_second_row()
 {
-    const uint8_t *picture = bench::next_picture();
-    for (std::size_t y = 0; y < HEIGHT; y += 2)
-        benchmark::DoNotOptimize(bench::read_plain(picture + y * WIDTH, WIDTH));
+    const rova_pim_rows rows = {bench::next_picture(), std::size_t{2} * WIDTH, HEIGHT / 2};
+    benchmark::DoNotOptimize(bench::read_rows(rows, WIDTH));
 }
 
 // A picture that fails is not what is measured.

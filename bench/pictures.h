@@ -39,37 +39,36 @@ inline uint8_t *next_picture()
     return all.data() + turn++ % PICTURES * PICTURE;
 }
 
-// Every byte, as fast as it comes: from eight places at the same time, 1 KiB apart.
+// Every byte of these rows, as fast as it comes: from eight rows at the same time, while the next
+// eight are fetched.  Half a line of the cache at once: with less, reading takes a tenth longer.
 #ifdef __x86_64__
 __attribute__((target_clones("arch=x86-64-v3", "default")))
 #endif
 inline uint64_t
-read_plain(const uint8_t *bytes, std::size_t count)
+read_rows(const rova_pim_rows &rows, std::size_t width)
 {
-    constexpr std::size_t ROW = 1024, ROWS = 8, LINE = 64;
-    uint64_t sums[LINE / sizeof(uint64_t)] = {};
-    const auto read_line = [&](const uint8_t *line) __attribute__((always_inline))
-    {
-        __builtin_prefetch(line + ROW * ROWS);
-        for (std::size_t i = 0; i < LINE; i += sizeof(uint64_t)) {
-            uint64_t word;
-            std::memcpy(&word, line + i, sizeof(word));
-            sums[i / sizeof(uint64_t)] ^= word;
-        }
-    };
-    std::size_t at = 0;
-    for (; at + ROW * ROWS <= count; at += ROW * ROWS) {
-        for (std::size_t x = 0; x < ROW; x += LINE) {
-            for (std::size_t row = 0; row < ROWS; row++)
-                read_line(bytes + at + row * ROW + x);
+    using half = uint64_t __attribute__((vector_size(32), aligned(1), may_alias));
+    constexpr std::size_t ROWS = 8, LINE = 2 * sizeof(half);
+    half left = {}, right = {};
+    for (std::size_t y = 0; y + ROWS <= rows.count; y += ROWS) {
+        for (std::size_t x = 0; x + LINE <= width; x += LINE) {
+            const uint8_t *line = rows.first + y * rows.pitch + x;
+            for (std::size_t row = 0; row < ROWS; row++, line += rows.pitch) {
+                __builtin_prefetch(line + ROWS * rows.pitch, 0, 2);
+                left ^= reinterpret_cast<const half *>(line)[0];
+                right ^= reinterpret_cast<const half *>(line)[1];
+            }
         }
     }
-    for (; at + LINE <= count; at += LINE)
-        read_line(bytes + at);
-    uint64_t all = 0;
-    for (const uint64_t sum : sums)
-        all ^= sum;
-    return all;
+    left ^= right;
+    return left[0] ^ left[1] ^ left[2] ^ left[3];
+}
+
+// The same of bytes in a row.
+inline uint64_t read_plain(const uint8_t *bytes, std::size_t count)
+{
+    constexpr std::size_t ROW = 1024;
+    return read_rows({bytes, ROW, count / ROW}, ROW);
 }
 
 // Of this thread: other programs of the machine may take turns with it.
