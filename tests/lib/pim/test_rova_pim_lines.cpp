@@ -60,6 +60,9 @@ static_assert(!rova_pim_rows_are_sound(NO_WORD, sizeof(Record)));
 static_assert(!rova_pim_rows_are_sound(WORD_TOO_MANY, sizeof(Record)));
 static_assert(!rova_pim_rows_are_sound(LABEL_OF_ONE, sizeof(Record)));
 static_assert(!rova_pim_rows_are_sound(SHOWN_OF_TWO, sizeof(Record)));
+static_assert(rova_pim_tables_are_sound(sizeof(Record), TWO, THREE_FLOATS, WORD));
+static_assert(!rova_pim_tables_are_sound(sizeof(Record), NO_WORD, TWO));
+static_assert(!rova_pim_tables_are_sound(sizeof(Record), TWO, NO_WORD));
 
 bool fail_read = false; // the next fread
 

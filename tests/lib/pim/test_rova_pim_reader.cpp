@@ -67,9 +67,12 @@ TYPED_TEST(Reader, ADebugPrintOfZeroOpensNoFile)
 
 TYPED_TEST(Reader, OtherDebugPrintsOpenTheFileAndPrintNothing)
 {
-    EXPECT_EQ(this->printed({{this->line_of(2), "3"}}), "");
-    EXPECT_TRUE(this->camera.exists(this->debug_name));
-    EXPECT_EQ(this->camera.read(this->debug_name), "");
+    for (const char *mode : {"3", "-1"}) {
+        EXPECT_EQ(this->printed({{this->line_of(2), mode}}), "");
+        EXPECT_TRUE(this->camera.exists(this->debug_name)) << mode;
+        EXPECT_EQ(this->camera.read(this->debug_name), "");
+        this->camera.remove(this->debug_name);
+    }
 }
 
 TYPED_TEST(Reader, TheLoadGoesOnWithoutADebugFile)

@@ -114,6 +114,18 @@ TEST_F(Noise, ChecksThatAreOffDoNotRun)
     EXPECT_THAT(verdicts(), ElementsAre(NONE, NONE, 1, 1));
 }
 
+TEST_F(Noise, ACheckThatIsOffPassesAndTouchesNothing)
+{
+    cfg.iDotOn = cfg.iColorOn = cfg.iLineOn = 0;
+    cfg.iNX = picture.image.height = 0; // which is refused otherwise
+    const rova_pim_noise_config before = cfg;
+    for (const Check function : {CheckDotNoise, CheckColorNoise, CheckLineNoise}) {
+        EXPECT_EQ(check(function), "");
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(std::memcmp(&before, &cfg, sizeof(cfg)), 0);
+    }
+}
+
 TEST_F(Noise, ASecondPictureOverwritesOnlyTheChecksThatRun)
 {
     make_line();
@@ -155,6 +167,17 @@ TEST_F(Noise, WithoutDebugPrintNoFileIsMade)
     gDbgPrintOnOff = 0;
     EXPECT_EQ(run(), "");
     EXPECT_FALSE(camera.exists(test::NOISE_DEBUG));
+}
+
+TEST_F(Noise, OtherDebugPrintsOpenTheFileAndPrintNothing)
+{
+    for (const int32_t mode : {3, -1}) {
+        print_modes(mode, PIM_RESULT_DIRECT);
+        EXPECT_EQ(run(), "");
+        EXPECT_TRUE(camera.exists(test::NOISE_DEBUG)) << mode;
+        EXPECT_EQ(camera.read(test::NOISE_DEBUG), "");
+        camera.remove(test::NOISE_DEBUG);
+    }
 }
 
 TEST_F(Noise, ADebugFileThatCannotBeOpenedIsReportedAndTheTestGoesOn)

@@ -1,7 +1,6 @@
 #include "tests/lib/pim/noise/noise_run.h"
 
 #include <climits>
-#include <cstring>
 
 using testing::HasSubstr;
 
@@ -51,16 +50,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(ColorNoise, SwitchedOffPassesAndTouchesNothing)
-{
-    cfg.iColorOn = 0;
-    cfg.iNX = 0;
-    const rova_pim_noise_config before = cfg;
-    EXPECT_EQ(check(), "");
-    EXPECT_EQ(result, 0);
-    EXPECT_EQ(std::memcmp(&before, &cfg, sizeof(cfg)), 0);
-}
 
 TEST_F(ColorNoise, ACleanPicturePassesWithTheMeansOfItsBlocks)
 {
