@@ -136,29 +136,14 @@ inline int plain_shading(const rova_pim_image &image, rova_pim_dust_config &cfg)
     return found ? -1 : 0;
 }
 
-inline int plain_4x_shading(const rova_pim_image &image, rova_pim_dust_config &cfg)
+inline void plain_start_4x()
 {
-    if (cfg.i4xOn == 0)
-        return 0;
     rova_pim_log(" <<<<< Start Checking 4x Shading ... >>>>> Log :,Shading  AREA , L1 , L2 , L3, "
                  "L4, MAX, MIN, \xA5\xC4, Ref. \xA5\xC4");
-    const int X = image.width;
-    int64_t sum1 = 0, sum2 = 0, sum3 = 0, sum4 = 0;
-    for (int y = 0; y < cfg.iImgY / 2; y += 2) {
-        sum1 += plain_sum(image, 0, y, X / 2 - 1, y);
-        sum2 += plain_sum(image, X / 2, y, X - 1, y);
-    }
-    for (int y = cfg.iImgY / 2; y < cfg.iImgY; y += 2) {
-        sum3 += plain_sum(image, 0, y, X / 2 - 1, y);
-        sum4 += plain_sum(image, X / 2, y, X - 1, y);
-    }
-    const int64_t divisor = (cfg.iImgY * (cfg.iImgX / 2)) / 4;
-    if (divisor == 0)
-        throw PlainRefusal();
-    const auto L1 = static_cast<int>(sum1 * 100 / divisor);
-    const auto L2 = static_cast<int>(sum2 * 100 / divisor);
-    const auto L3 = static_cast<int>(sum3 * 100 / divisor);
-    const auto L4 = static_cast<int>(sum4 * 100 / divisor);
+}
+
+inline int plain_judge_4x(int L1, int L2, int L3, int L4, rova_pim_dust_config &cfg)
+{
     int most = -99900, least = 99900;
     for (const int L : {L2, L3, L1, L4}) {
         most = std::max(most, L);
@@ -179,18 +164,37 @@ inline int plain_4x_shading(const rova_pim_image &image, rova_pim_dust_config &c
     return pass ? 0 : -1;
 }
 
-inline int plain_exposure(const rova_pim_image &image, rova_pim_dust_config &cfg)
+inline int plain_4x_shading(const rova_pim_image &image, rova_pim_dust_config &cfg)
 {
-    if (cfg.iExpOn == 0)
+    if (cfg.i4xOn == 0)
         return 0;
+    plain_start_4x();
+    const int X = image.width;
+    int64_t sum1 = 0, sum2 = 0, sum3 = 0, sum4 = 0;
+    for (int y = 0; y < cfg.iImgY / 2; y += 2) {
+        sum1 += plain_sum(image, 0, y, X / 2 - 1, y);
+        sum2 += plain_sum(image, X / 2, y, X - 1, y);
+    }
+    for (int y = cfg.iImgY / 2; y < cfg.iImgY; y += 2) {
+        sum3 += plain_sum(image, 0, y, X / 2 - 1, y);
+        sum4 += plain_sum(image, X / 2, y, X - 1, y);
+    }
+    const int64_t divisor = (cfg.iImgY * (cfg.iImgX / 2)) / 4;
+    if (divisor == 0)
+        throw PlainRefusal();
+    const auto mean = [&](int64_t sum) { return static_cast<int>(sum * 100 / divisor); };
+    return plain_judge_4x(mean(sum1), mean(sum2), mean(sum3), mean(sum4), cfg);
+}
+
+inline void plain_start_exposure()
+{
     rova_pim_log(" <<<<< Start Checking Exposure Image ... >>>>> Log :,Exposure  AREA , L , R.Max, "
                  "R.Min ");
-    int64_t sum = 0;
-    for (int y = 0; y < cfg.iImgY; y += 2)
-        sum += plain_sum(image, 0, y, image.width - 1, y);
-    if (cfg.iImgX * cfg.iImgY / 2 == 0)
-        throw PlainRefusal();
-    cfg.fExpY = static_cast<float>(sum) / static_cast<float>(cfg.iImgX * cfg.iImgY / 2);
+}
+
+inline int plain_judge_exposure(int64_t sum, float mean, rova_pim_dust_config &cfg)
+{
+    cfg.fExpY = mean;
     rova_pim_log(" AreaSum = %lld , AreaAve = %3.2f \n", static_cast<long long>(sum), cfg.fExpY);
     rova_pim_log(" Ref. Luma Max / Mix = %3d / %3d \n", cfg.iExpHigh, cfg.iExpLow);
     const bool fail =
@@ -200,6 +204,20 @@ inline int plain_exposure(const rova_pim_image &image, rova_pim_dust_config &cfg
     cfg.iExpOk = cfg.iExpRst = fail ? 0 : 1;
     rova_pim_log(" <<<<< End   Checking Exposure Image ... >>>>>");
     return fail ? -1 : 0;
+}
+
+inline int plain_exposure(const rova_pim_image &image, rova_pim_dust_config &cfg)
+{
+    if (cfg.iExpOn == 0)
+        return 0;
+    plain_start_exposure();
+    int64_t sum = 0;
+    for (int y = 0; y < cfg.iImgY; y += 2)
+        sum += plain_sum(image, 0, y, image.width - 1, y);
+    const int divisor = cfg.iImgX * cfg.iImgY / 2;
+    if (divisor == 0)
+        throw PlainRefusal();
+    return plain_judge_exposure(sum, static_cast<float>(sum) / static_cast<float>(divisor), cfg);
 }
 
 // The mean of the bytes x, x + step and so on while below `end` in h rows.
