@@ -12,6 +12,7 @@
 #include "tests/support/camera.h"
 
 #include <climits>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <future>
@@ -449,9 +450,9 @@ TEST_F(Pim, ShootingDataAreClearedBeforeEachStill)
 
 TEST_F(Pim, ShootingDataAreWrittenWhenNobodyElseHasTheRecords)
 {
-    gMotExifInfo = {};
-    EXPECT_FALSE(test::changes_held_records([&] { receive(); },
-                                            [] { return gMotExifInfo.filename[0] != '\0'; }));
+    std::strcpy(gMotExifInfo.filename, "before");
+    EXPECT_FALSE(test::changes_held_records(
+        [&] { receive(); }, [] { return std::strcmp(gMotExifInfo.filename, "before") != 0; }));
     EXPECT_STREQ(gMotExifInfo.filename, "/sdcard/DCIM/100PHOTO/IMG_0013.JPG");
 }
 

@@ -309,6 +309,8 @@ TEST_F(MovieTable, Has64RowsOfMoreFrames)
     cfg.blueStart = 0;
     cfg.blueNum = 0;
     cfg.totalFrames = 70;
+    for (int i = 0; i < 64; i++)
+        hear(1, 1, 0, 0); // what lies behind the frames' records
     for (int32_t number = 0; number < 70; number++)
         judge(number);
     EXPECT_EQ(test::lines_of(file()).size(), 65U);
