@@ -151,6 +151,10 @@ TEST(Mot, ThreeChartsOfFiveLevelsAreJudgedAsTheyWereDrawn)
     for (const int chart : {WIDE, TELE, MID})
         for (int k = 0; k < LEVELS; k++)
             expect_level(table.charts[chart][k], chart, k - 2, charts[5 * chart + k]);
+    const Texts lines = test::lines_of(station.read("/sdcard/mot.csv"));
+    EXPECT_EQ(e2e::result_cells(lines[0]).at(2), "TIME");
+    for (std::size_t i = 1; i < lines.size(); i++)
+        EXPECT_EQ(e2e::result_cells(lines[i]).at(2), "00:00:00") << "below its title";
     EXPECT_EQ(station.drawn(40), Texts{"0,1,-1,OK,OK,OK"});
     EXPECT_GT(station.pixels(0, 255, 0), 500) << "OK in green";
     EXPECT_EQ(station.pixels(255, 0, 0), 0) << "no NG in red";
@@ -353,6 +357,7 @@ TEST(Mot, InQaModeEveryStillHasARowInTheFile)
     fit(station.config, station.draw(1), PASS);
     const nlohmann::json blurred = station.draw(4);
     station.config.line(4, "0");
+    station.config.line(17, "0 0 0 0 0 0 0 0");
     station.config.line(18, "1");
     station.config.line(19, "2");
     EXPECT_EQ(station.run_lines(shots(2)).status, 1) << "there is no verdict of charts";
@@ -376,6 +381,7 @@ TEST(Mot, InTiltModeTheValuesAreNotCorrected)
     MotStation station;
     const nlohmann::json chart = station.draw(2);
     fit(station.config, chart, PASS);
+    station.config.line(17, "0 0 0 0 0 0 0 0");
     station.config.line(18, "2");
     station.config.line(25, "1"); // a middle wedge that is far too long: values would be the floor
     EXPECT_EQ(station.run_lines(shots(1)).status, 1) << "there is no verdict of charts";
