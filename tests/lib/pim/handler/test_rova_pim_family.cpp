@@ -204,6 +204,17 @@ TEST_P(StillFamily, AFileWithoutANameIsNgBehindTheScreen)
     EXPECT_THAT(new_drawings(), ElementsAre("10 "));
 }
 
+TEST_P(StillFamily, ARowThatCannotBeWrittenIsNgBehindTheScreen)
+{
+    load_config();
+    cfgNoise.iDotOk = cfgNoise.iTotal = 1;
+    cfgDust.iTotal = 1;
+    leave_result("T\n", "D\n");
+    camera.fault("sys_write", "-1");
+    EXPECT_EQ(run(word("display_result on r.csv")), NG);
+    EXPECT_THAT(new_drawings(), ElementsAre("10 "));
+}
+
 TEST_P(StillFamily, DisplayResultWaitsForWhoHasTheRecords)
 {
     load_config();
