@@ -94,6 +94,17 @@ protected:
         paint_blocks(30, 10, 1, 4);
         paint_bar(16, 14, 15);
     }
+    // So many spots, in a picture that has room for them: one above, as the first row of blocks
+    // that has any keeps but one, and the others side by side.
+    void paint_many(int32_t count)
+    {
+        make_picture(count * 3 * BLOCK, 160, count * 3 * BLOCK);
+        cfg.tSearchArea[1].x2 = image.width;
+        cfg.iSmallOffset = cfg.iBigOffset = 1;
+        paint_blocks(1, 1, 1, 1);
+        for (int32_t i = 0; i < count - 1; i++)
+            paint_blocks(1 + i * 3, 10, 1, 1);
+    }
     int check(int (*test)(const rova_pim_image &, rova_pim_dust_config &) = CheckDust)
     {
         int result = 1;

@@ -7,6 +7,7 @@
 #include "lib/pim/rova_pim_debug.h"
 #include "lib/pim/rova_pim_log_sink.h"
 #include "platform/sys.h"
+#include "tests/lib/pim/dust/plain_shading.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -219,46 +220,23 @@ private:
     {
         if (c.i4xOn == 0)
             return true;
-        rova_pim_log(" <<<<< Start Checking 4x Shading ... >>>>> Log :,Shading "
-                     " AREA , L1 , L2 , L3, L4, MAX, MIN, \xA5\xC4, Ref. \xA5\xC4");
+        plain_start_4x();
         const int64_t divisor = int64_t{c.iImgY} * (c.iImgX / 2) / 2;
-        const auto l1 = static_cast<int>(sum_of(true, true) * 100 / divisor);
-        const auto l2 = static_cast<int>(sum_of(false, true) * 100 / divisor);
-        const auto l3 = static_cast<int>(sum_of(true, false) * 100 / divisor);
-        const auto l4 = static_cast<int>(sum_of(false, false) * 100 / divisor);
-        const int max = std::max({-99900, l1, l2, l3, l4});
-        const int min = std::min({99900, l1, l2, l3, l4});
-        const bool ok = max - min <= c.i4xDiff100;
-        rova_pim_log(" 4x AVE = %d, %d, %d, %d \n", l1, l2, l3, l4);
-        rova_pim_log(" 4x Y      = %4d - %4d  = %4d\n", max, min, max - min);
-        rova_pim_log(" 4x Y Diff = %4d \n", c.i4xDiff100);
-        rova_pim_log(" %s, %3.2f, %3.2f, %3.2f, %3.2f, %3.2f, %3.2f , %3.2f \n", ok ? "OK " : "NG",
-                     l1 / 100.0, l2 / 100.0, l3 / 100.0, l4 / 100.0, max / 100.0, min / 100.0,
-                     (max - min) / 100.0);
-        c.i4xOk = c.i4xRst = ok ? 1 : 0;
-        c.f4xMin = static_cast<float>(min / 100.0);
-        c.f4xMax = static_cast<float>(max / 100.0);
-        c.f4xD = static_cast<float>(static_cast<int>(std::abs(c.f4xMax - c.f4xMin)));
-        rova_pim_log(" <<<<< End   Checking 4x Shading ... >>>>>");
-        return ok;
+        const auto mean = [&](bool left, bool upper) {
+            return static_cast<int>(sum_of(left, upper) * 100 / divisor);
+        };
+        return plain_judge_4x(mean(true, true), mean(false, true), mean(true, false),
+                              mean(false, false), c) == 0;
     }
     bool all_exposure()
     {
         if (c.iExpOn == 0)
             return true;
-        rova_pim_log(" <<<<< Start Checking Exposure Image ... >>>>> Log :,Exposure "
-                     " AREA , L , R.Max, R.Min ");
+        plain_start_exposure();
         const int64_t sum =
             sum_of(true, true) + sum_of(true, false) + sum_of(false, true) + sum_of(false, false);
-        c.fExpY = static_cast<float>(sum / (int64_t{c.iImgX} * c.iImgY));
-        const bool ok =
-            c.fExpY >= static_cast<float>(c.iExpLow) && c.fExpY <= static_cast<float>(c.iExpHigh);
-        rova_pim_log(" AreaSum = %lld , AreaAve = %3.2f \n", static_cast<long long>(sum), c.fExpY);
-        rova_pim_log(" Ref. Luma Max / Mix = %3d / %3d \n", c.iExpHigh, c.iExpLow);
-        rova_pim_log("  [%s], %3.2f, %d, %d \n", ok ? "OK" : "NG", c.fExpY, c.iExpHigh, c.iExpLow);
-        c.iExpOk = c.iExpRst = ok ? 1 : 0;
-        rova_pim_log(" <<<<< End   Checking Exposure Image ... >>>>>");
-        return ok;
+        const int64_t mean = sum / (int64_t{c.iImgX} * c.iImgY);
+        return plain_judge_exposure(sum, static_cast<float>(mean), c) == 0;
     }
     void all_dust()
     {
@@ -279,20 +257,15 @@ private:
 
     std::size_t width() const { return static_cast<std::size_t>(im.width); }
     int last() const { return im.width - 1; }
-    int at(int64_t x) const
-    {
-        return map[0][static_cast<std::size_t>(std::min<int64_t>(x, last()))];
-    }
+    int at(int64_t x) const { return map[static_cast<std::size_t>(std::min<int64_t>(x, last()))]; }
 
     void fill_map(int y)
     {
-        map.assign(static_cast<std::size_t>(c.iBlockY), std::vector<int>(width(), 0));
+        map.assign(width(), 0);
         for (int x = 0; x < im.width; x += c.iBlockX) {
             const int mean = mean100(x, y);
-            for (int row = 0; row < c.iBlockY; row++)
-                for (int k = 0; k < c.iBlockX; k++)
-                    map[static_cast<std::size_t>(row)]
-                       [static_cast<std::size_t>(std::min(x + k, last()))] = mean;
+            for (int k = 0; k < c.iBlockX; k++)
+                map[static_cast<std::size_t>(std::min(x + k, last()))] = mean;
         }
     }
 
@@ -466,7 +439,7 @@ private:
         return corner_inside(j, i) || corner_inside(i, j);
     }
 
-    std::vector<std::vector<int>> map;
+    std::vector<int> map; // of each pixel of any of the stripe's rows, its block's mean
     std::vector<uint8_t> mark;
     std::vector<int32_t> value;
 };

@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 
 #include <climits>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 using testing::AllOf;
 using testing::EndsWith;
@@ -238,6 +240,13 @@ TEST_F(DustAll, A4xSumHasTheWholeBlocksWhoseCornerLiesInTheQuadrant)
     EXPECT_THAT(text, HasSubstr(" 4x AVE = 38400, 25600, 19200, 12800 \n"));
 }
 
+TEST_F(DustAll, A4xMeanIsDividedByHalvesThatAreCut)
+{
+    cfg.iImgX = 321;
+    check_all();
+    EXPECT_THAT(text, HasSubstr(" 4x AVE = 20000, 20000, 20000, 20000 \n"));
+}
+
 TEST_F(DustAll, TheExposureIsAnIntegerMean)
 {
     cfg.iShadingOn = cfg.i4xOn = cfg.iDustOn = 0;
@@ -260,6 +269,7 @@ TEST_F(DustAll, ADustIsToldAsItWasFound)
 {
     paint_blocks(20, 10, 1, 1);
     cfg.tDust[0].min100 = 77;
+    cfg.tDust[0].max100 = 88;
     EXPECT_EQ(check_all(), 0);
     EXPECT_EQ(cfg.iDustOk, 0);
     EXPECT_EQ(cfg.iDCnt, 1);
@@ -267,6 +277,7 @@ TEST_F(DustAll, ADustIsToldAsItWasFound)
     EXPECT_EQ(cfg.tDust[0].x2, 166);
     EXPECT_EQ(cfg.tDust[0].y2, 80);
     EXPECT_EQ(cfg.tDust[0].min100, 77) << "this path has no extremes";
+    EXPECT_EQ(cfg.tDust[0].max100, 88);
 }
 
 TEST_F(DustAll, ABlackMarkCounts)
@@ -290,13 +301,8 @@ TEST_F(DustAll, BlobsAreMergedInOnePass)
 
 TEST_F(DustAll, TheCountIsNotLimitedAndTheFirst32AreStored)
 {
-    make_picture(1600, 160, 1600);
     cfg.iShadingOn = 0;
-    cfg.tSearchArea[1].x2 = 1600;
-    cfg.iSmallOffset = cfg.iBigOffset = 1;
-    paint_blocks(1, 1, 1, 1);
-    for (int32_t i = 0; i < 40; i++)
-        paint_blocks(1 + i * 3, 10, 1, 1);
+    paint_many(41);
     check_all();
     EXPECT_EQ(cfg.iDCnt, 41);
     EXPECT_EQ(cfg.iDustOk, 0);
@@ -312,10 +318,29 @@ TEST_F(DustAll, ItsBitmapsHaveACounterOfTheirOwn)
     check();
     check();
     const int alone = test::number_of(test::bitmap_of(text));
+    cfg.iBmpSave = 0;
+    check_all();
+    cfg.iBmpSave = 1;
     check_all();
     EXPECT_EQ(test::number_of(test::bitmap_of(text)), all + 1);
     check();
     EXPECT_EQ(test::number_of(test::bitmap_of(text)), alone + 1);
+}
+
+TEST_F(DustAll, TheFirstBitmapOfEitherPathIsNumberOne)
+{
+    cfg.iBmpSave = 1;
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a process in which none was made
+    EXPECT_EXIT(
+        {
+            check_all();
+            const int all = test::number_of(test::bitmap_of(text));
+            check();
+            std::filesystem::remove_all(camera.root());
+            std::fprintf(stderr, "%d %d\n", all, test::number_of(test::bitmap_of(text)));
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "1 1");
 }
 
 TEST_F(DustAll, SizesThatDoNotFitAreRefused)

@@ -180,6 +180,18 @@ TEST(DustBlobs, ACornerOnTheEdgeIsEnoughToMerge)
               "0,0-10,10:1..2 11,0-20,10:3..4 ");
 }
 
+TEST(DustBlobs, TheEarlierOfTwoTakesInTheLater)
+{
+    EXPECT_EQ(merged_once({{5, 5, 6, 6, 2, 2}, {50, 50, 51, 51, 3, 3}, {0, 0, 20, 20, 1, 4}}),
+              "0,0-20,20:1..4 50,50-51,51:3..3 ");
+}
+
+TEST(DustBlobs, ABlobTakesInAnEarlierOneThatHasGrownSince)
+{
+    EXPECT_EQ(merged_once({{0, 0, 10, 10, 1, 1}, {15, 0, 18, 3, 2, 2}, {8, 8, 20, 20, 3, 3}}),
+              "0,0-20,20:1..3 ");
+}
+
 TEST(DustBlobs, OnePassDoesNotSeeWhatMergingBroughtTogether)
 {
     // The first touches only what the other two make together.

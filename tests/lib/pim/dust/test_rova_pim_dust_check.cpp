@@ -29,6 +29,13 @@ std::string told(const rova_pim_dust_spot &spot)
 }
 
 struct Dust : test::DustSearchRun {
+    // A long step down, which is looked for with the small distance only.
+    void paint_step()
+    {
+        cfg.tSearchArea[1].iBigRef100 = 25500;
+        cfg.iBlurRef100 = 100;
+        paint_blocks(20, 2, 20, 1);
+    }
     void expect_refused(const std::string &report)
     {
         const rova_pim_dust_config before = cfg;
@@ -157,11 +164,9 @@ TEST_F(Dust, TheLimitIsThatOfTheFarPoint)
 
 TEST_F(Dust, ABlurredBorderIsNoSmallDust)
 {
-    cfg.tSearchArea[1].iBigRef100 = 25500;
-    cfg.iBlurRef100 = 100;
+    paint_step();
     cfg.BlurArea[0] = {0, 0, 320, 40};
     cfg.iDbgOption[2] = 1;
-    paint_blocks(20, 2, 20, 1);
     check();
     // The far side of the step is followed by the like.
     EXPECT_EQ(lines_with("[NG]"), 0u);
@@ -172,12 +177,33 @@ TEST_F(Dust, ABlurredBorderIsNoSmallDust)
     EXPECT_EQ(cfg.iDustOk, 1);
 }
 
+TEST_F(Dust, TheBlurIsThatOfTheFarPoint)
+{
+    paint_step();
+    cfg.BlurArea[0] = {160, 0, 320, 40};
+    check();
+    EXPECT_EQ(lines_with("[NG]"), 0u);
+    cfg.BlurArea[0] = {0, 0, 160, 40};
+    check();
+    EXPECT_EQ(lines_with("[NG]"), 2u);
+}
+
+TEST_F(Dust, TheBackgroundIsTwoThreeAndFourSmallOffsetsOn)
+{
+    paint_blocks(20, 10, 1, 1, 150);
+    paint_blocks(22, 10, 1, 1, 197);
+    paint_blocks(24, 10, 1, 1, 196);
+    paint_blocks(26, 10, 1, 1, 189);
+    check();
+    EXPECT_THAT(text, HasSubstr("B SMALL  [NG], 144, 80, 160, 80, 200.00, 150.00, 194.00, 50.00, "
+                                "44.00, 5.00 \n"));
+}
+
 TEST_F(Dust, ABlurAtItsLimitIsAFind)
 {
-    cfg.tSearchArea[1].iBigRef100 = 25500;
+    paint_step();
     cfg.BlurArea[2] = {0, 0, 320, 160};
     cfg.iBlurRef100 = 1;
-    paint_blocks(20, 2, 20, 1);
     check();
     EXPECT_EQ(lines_with("[NG]"), 0u);
     cfg.iBlurRef100 = 0;
@@ -187,10 +213,8 @@ TEST_F(Dust, ABlurAtItsLimitIsAFind)
 
 TEST_F(Dust, TheBottomStripIsNotBlurred)
 {
-    cfg.tSearchArea[1].iBigRef100 = 25500;
-    cfg.iBlurRef100 = 100;
+    paint_step();
     cfg.BlurArea[1] = {0, 0, 320, 160};
-    paint_blocks(20, 2, 20, 1);
     check();
     EXPECT_EQ(lines_with("[NG]"), 2u);
 }
@@ -284,12 +308,41 @@ TEST_F(Dust, PiecesInTheFirstMarkedStripeBeyondTheFirstAreLost)
 TEST_F(Dust, EqualOffsetsSplitAPieceBehindThatOneWidth)
 {
     cfg.iSmallOffset = cfg.iBigOffset = 1;
+    cfg.iBlockY = 4;          // of no account for a width
     paint_blocks(2, 3, 1, 1); // a first stripe, whose further pieces would be lost
     paint_blocks(20, 10, 1, 1);
     paint_blocks(22, 10, 1, 1); // 10 columns behind the last even one
     check();
     EXPECT_EQ(cfg.iDCnt, 3);
-    cfg.iBigOffset = 2;
+    for (int32_t *offset : {&cfg.iBigOffset, &cfg.iSmallOffset}) { // the wider one counts
+        cfg.iSmallOffset = cfg.iBigOffset = 1;
+        *offset = 2;
+        check();
+        EXPECT_EQ(cfg.iDCnt, 2);
+    }
+}
+
+TEST_F(Dust, APieceJoinsABlobBesideItWithinTheSmallOffset)
+{
+    paint_blocks(5, 3, 1, 1);
+    paint_blocks(7, 4, 1, 1); // 10 columns behind the last even one, of 16
+    check();
+    EXPECT_EQ(cfg.iDCnt, 1);
+    paint_blocks(7, 4, 1, 1, WHITE);
+    paint_blocks(8, 4, 1, 1);
+    check();
+    EXPECT_EQ(cfg.iDCnt, 2);
+}
+
+TEST_F(Dust, APieceJoinsABlobAboveItWithinTheSmallOffset)
+{
+    cfg.iBlockY = 4;
+    paint(40, 24, 8, 4, 150);
+    paint(40, 32, 8, 4, 150); // two blocks below, as the offset
+    check();
+    EXPECT_EQ(cfg.iDCnt, 1);
+    paint(40, 32, 8, 4, WHITE);
+    paint(40, 36, 8, 4, 150);
     check();
     EXPECT_EQ(cfg.iDCnt, 2);
 }
@@ -314,18 +367,13 @@ TEST_F(Dust, APictureWhereEveryStripeHasPiecesDropsThemAt256Blobs)
 
 TEST_F(Dust, ACountAtTheLimitOf32IsNG)
 {
-    make_picture(800, 160, 800);
-    cfg.tSearchArea[1].x2 = 800;
-    cfg.iSmallOffset = cfg.iBigOffset = 1;
-    paint_blocks(1, 1, 1, 1);
-    for (int32_t i = 0; i < 31; i++)
-        paint_blocks(1 + i * 3, 10, 1, 1);
+    paint_many(32);
     check();
     EXPECT_EQ(cfg.iDCnt, 32);
     EXPECT_EQ(cfg.iDustOk, 0);
     EXPECT_EQ(told(cfg.tDust[31]), "(728, 80) (741, 87) = 15000, 15000");
     EXPECT_THAT(text, HasSubstr(" DUST[31] = ( 728,   80), ( 741,   87) = 150.00, 150.00 \n"));
-    paint_blocks(1 + 31 * 3, 10, 1, 1);
+    paint_many(33);
     check();
     EXPECT_EQ(cfg.iDCnt, 32);
     EXPECT_EQ(lines_with("DUST["), 32u);
@@ -337,6 +385,11 @@ TEST_F(Dust, MergingRepeatsUntilNothingMerges)
     check();
     EXPECT_EQ(cfg.iDCnt, 1);
     EXPECT_EQ(told(cfg.tDust[0]), "(32, 16) (253, 119) = 14000, 15000");
+    EXPECT_THAT(text, HasSubstr(" DUST[ 0] = (  32,   16), ( 253,  119) = 140.00, 150.00 \n"));
+    paint_blocks(10, 0, 1, 4); // touches only what the second pass makes
+    check();
+    EXPECT_EQ(cfg.iDCnt, 1);
+    EXPECT_EQ(cfg.tDust[0].y1, 0);
 }
 
 TEST_F(Dust, ABlockThatLeavesThePictureReadsMemoryAsItLies)
@@ -483,7 +536,8 @@ TEST_F(Dust, PixelDataHasTheStripesOfItsRange)
     make_picture(10, 24, 10);
     cfg.iBlockX = 5;
     cfg.iBlockY = 4;
-    cfg.iSmallOffset = cfg.iBigOffset = 1;
+    cfg.iSmallOffset = 1;
+    cfg.iBigOffset = 0;
     cfg.iPixelSave = 1;
     cfg.iPixelFrom = 5; // the stripe that begins at 4 is outside
     cfg.iPixelTo = 8;   // both ends belong to it
@@ -494,7 +548,7 @@ TEST_F(Dust, PixelDataHasTheStripesOfItsRange)
               " ,20000  ,20000  ,20000  ,20000  ,20000  ,10000  ,10000  ,10000  ,10000  ,10000 \n"
               " ,20000  ,20000  ,20000  ,20000  ,20000  ,17500  ,17500  ,17500  ,17500  ,17500 \n"
               " ,2500  ,2500  ,2500  ,2500  ,2500  ,  0  ,  0  ,  0  ,  0  ,  0 \n"
-              " ,2500  ,2500  ,2500  ,2500  ,2500  ,  0  ,  0  ,  0  ,  0  ,  0 \n"
+              " ,  0  ,  0  ,  0  ,  0  ,  0  ,  0  ,  0  ,  0  ,  0  ,  0 \n"
               " ,255  ,255  ,255  ,255  ,255  ,  0  ,  0  ,  0  ,  0  ,  0 \n");
     const std::string first = camera.read("/mnt/mmc/pixels.csv");
     cfg.iPixelSave = 2;
