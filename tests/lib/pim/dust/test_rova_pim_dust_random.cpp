@@ -22,7 +22,7 @@ TEST_P(RandomDustRun, CheckDustDoesAsThePlainSearch)
 {
     int32_t number = last_number(CheckDust);
     int found = 0, bitmaps = 0, crowded = 0;
-    for (uint32_t seed = 0; seed < 1500; seed++) {
+    for (uint32_t seed = 0; seed < 3000; seed++) {
         test::RandomDust random(seed);
         rova_pim_dust_config before = {};
         random.configure(before);
@@ -45,7 +45,7 @@ TEST_P(RandomDustRun, CheckDustAllDoesAsThePlainPass)
 {
     int32_t number = last_number(CheckDustAll);
     int shaded = 0, quartered = 0, exposed = 0, found = 0, passed = 0;
-    for (uint32_t seed = 0; seed < 1500; seed++) {
+    for (uint32_t seed = 0; seed < 3000; seed++) {
         test::RandomDust random(seed);
         rova_pim_dust_config before = {};
         random.configure(before);
