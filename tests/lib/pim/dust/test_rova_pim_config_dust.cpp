@@ -15,9 +15,17 @@ class DustConfig : public test::ConfigRun<test::DustFile>
 protected:
     // The areas as x1, y1, x2, y2.
     using Corners = std::vector<int32_t>;
+    using Places = std::vector<Corners>;
     template <typename area> static Corners corners(const area &a)
     {
         return {a.x1, a.y1, a.x2, a.y2};
+    }
+    template <typename area, std::size_t N> static Places places(const area (&areas)[N])
+    {
+        Places all;
+        for (const area &a : areas)
+            all.push_back(corners(a));
+        return all;
     }
     // Of a picture of 1003 x 507 and blocks of 16 x 8, unless said otherwise.
     void load_areas(const test::Said &said = {}) { ASSERT_EQ(load(said), 0); }
@@ -208,20 +216,18 @@ TEST_F(DustConfig, AHundredTimesIsWhatARecordHasRoomFor)
 TEST_F(DustConfig, TheBorderThatIsLeftOut)
 {
     load_areas();
-    EXPECT_THAT(corners(cfg.tExceptArea[0]), ElementsAre(48, 0, 939, 8));
-    EXPECT_THAT(corners(cfg.tExceptArea[1]), ElementsAre(48, 491, 939, 507));
-    EXPECT_THAT(corners(cfg.tExceptArea[2]), ElementsAre(0, 0, 48, 507));
-    EXPECT_THAT(corners(cfg.tExceptArea[3]), ElementsAre(939, 0, 1003, 507));
+    EXPECT_EQ(places(cfg.tExceptArea),
+              (Places{{48, 0, 939, 8}, {48, 491, 939, 507}, {0, 0, 48, 507}, {939, 0, 1003, 507}}));
 }
 
 TEST_F(DustConfig, TheAreasOfTheSearch)
 {
     load_areas();
-    EXPECT_THAT(corners(cfg.tSearchArea[0]), ElementsAre(130, 8, 863, 55));
-    EXPECT_THAT(corners(cfg.tSearchArea[1]), ElementsAre(130, 55, 863, 447));
-    EXPECT_THAT(corners(cfg.tSearchArea[2]), ElementsAre(130, 447, 863, 491));
-    EXPECT_THAT(corners(cfg.tSearchArea[3]), ElementsAre(48, 8, 130, 491));
-    EXPECT_THAT(corners(cfg.tSearchArea[4]), ElementsAre(863, 8, 939, 491));
+    EXPECT_EQ(places(cfg.tSearchArea), (Places{{130, 8, 863, 55},
+                                               {130, 55, 863, 447},
+                                               {130, 447, 863, 491},
+                                               {48, 8, 130, 491},
+                                               {863, 8, 939, 491}}));
 }
 
 TEST_F(DustConfig, APercentageIsTakenOfTheWholeSize)
@@ -235,29 +241,27 @@ TEST_F(DustConfig, APercentageIsTakenOfTheWholeSize)
 TEST_F(DustConfig, ThePercentageOfTheMiddlePlaysNoPart)
 {
     load_areas();
-    const rova_pim_dust_config before = cfg;
+    const Places before = places(cfg.tSearchArea);
     load_areas({{"iPercent", "11 7 12 13 14"}});
-    for (int i = 0; i < PIM_SEARCH_AREAS; i++)
-        EXPECT_EQ(corners(cfg.tSearchArea[i]), corners(before.tSearchArea[i])) << i;
+    EXPECT_EQ(places(cfg.tSearchArea), before);
 }
 
 TEST_F(DustConfig, TheBlurredBorderHasAFifthAreaThatStaysEmpty)
 {
     load_areas();
-    EXPECT_THAT(corners(cfg.BlurArea[0]), ElementsAre(50, 0, 923, 25));
-    EXPECT_THAT(corners(cfg.BlurArea[1]), ElementsAre(50, 477, 923, 507));
-    EXPECT_THAT(corners(cfg.BlurArea[2]), ElementsAre(0, 0, 50, 507));
-    EXPECT_THAT(corners(cfg.BlurArea[3]), ElementsAre(923, 0, 1003, 507));
-    EXPECT_THAT(corners(cfg.BlurArea[4]), Each(0));
+    EXPECT_EQ(places(cfg.BlurArea), (Places{{50, 0, 923, 25},
+                                            {50, 477, 923, 507},
+                                            {0, 0, 50, 507},
+                                            {923, 0, 1003, 507},
+                                            {0, 0, 0, 0}}));
 }
 
 TEST_F(DustConfig, TheLeftEdgeOfTheBlurComesFromTheUpperPercentage)
 {
     load_areas();
-    const rova_pim_dust_config before = cfg;
+    const Places before = places(cfg.BlurArea);
     load_areas({{"iBlurU", "5 6 70 8"}});
-    for (int i = 0; i < PIM_BLUR_AREAS; i++)
-        EXPECT_EQ(corners(cfg.BlurArea[i]), corners(before.BlurArea[i])) << i;
+    EXPECT_EQ(places(cfg.BlurArea), before);
     load_areas({{"iBlurU", "20 6 7 8"}});
     EXPECT_THAT(corners(cfg.BlurArea[2]), ElementsAre(0, 0, 200, 507));
 }
@@ -265,19 +269,17 @@ TEST_F(DustConfig, TheLeftEdgeOfTheBlurComesFromTheUpperPercentage)
 TEST_F(DustConfig, TheAreasOfTheShading)
 {
     load_areas();
-    EXPECT_THAT(corners(cfg.tShadingArea[0]), ElementsAre(48, 0, 923, 48));
-    EXPECT_THAT(corners(cfg.tShadingArea[1]), ElementsAre(80, 467, 923, 507));
-    EXPECT_THAT(corners(cfg.tShadingArea[2]), ElementsAre(0, 0, 80, 507));
-    EXPECT_THAT(corners(cfg.tShadingArea[3]), ElementsAre(923, 0, 1003, 507));
+    EXPECT_EQ(
+        places(cfg.tShadingArea),
+        (Places{{48, 0, 923, 48}, {80, 467, 923, 507}, {0, 0, 80, 507}, {923, 0, 1003, 507}}));
 }
 
 TEST_F(DustConfig, OfTheShadingsRangeOnlyTheUpperAndLeftValuesAreUsed)
 {
     load_areas();
-    const rova_pim_dust_config before = cfg;
+    const Places before = places(cfg.tShadingArea);
     load_areas({{"iShadingU", "6 70 3 40"}});
-    for (int i = 0; i < PIM_SHADING_AREAS; i++)
-        EXPECT_EQ(corners(cfg.tShadingArea[i]), corners(before.tShadingArea[i])) << i;
+    EXPECT_EQ(places(cfg.tShadingArea), before);
 }
 
 TEST_F(DustConfig, AreasOfTheGreatestNumbersAreCutToTheRecord)
@@ -298,10 +300,8 @@ TEST_F(DustConfig, AreasOfTheGreatestNumbersAreCutToTheRecord)
 TEST_F(DustConfig, AreasOfNothingAreEmpty)
 {
     load_areas({{"iImgX", "0 0"}, {"iBlockX", "0 0"}});
-    for (const rova_pim_search_area &area : cfg.tSearchArea)
-        EXPECT_THAT(corners(area), Each(0));
-    for (const rova_pim_corners &area : cfg.BlurArea)
-        EXPECT_THAT(corners(area), Each(0));
+    EXPECT_THAT(places(cfg.tSearchArea), Each(Each(0)));
+    EXPECT_THAT(places(cfg.BlurArea), Each(Each(0)));
 }
 
 TEST_F(DustConfig, ALoadLeavesNoResultsBehind)
