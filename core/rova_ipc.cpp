@@ -18,15 +18,18 @@ namespace
 
 constexpr int MQ_FLAGS = 0766;
 
+// The two members of a packet behind its type.
+struct mq_packet {
+    uint32_t size;
+    char data[sizeof(void *)]; // bytes, because the address is not aligned
+};
+
 // What msgsnd and msgrcv see of a packet: its type widened to the kernel's type word, then
 // ROVA_PACKET_SIZE bytes.  Where pointers are short the last of them mean nothing.
 struct mq_message {
     long type;
     union {
-        struct {
-            uint32_t size;
-            char data[sizeof(void *)]; // bytes, because the address is not aligned
-        } packet;
+        mq_packet packet;
         char room[ROVA_PACKET_SIZE];
     };
 };

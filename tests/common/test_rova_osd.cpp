@@ -183,10 +183,10 @@ TEST_F(OsdThread, EachFunctionHasItsNumber)
         {6, "factory_osd_clear()"},
         {7, "factory_osd_background_color_set(9)"},
     };
-    for (const auto &[func, call] : rows) {
-        RawMessage message = {func, {9}};
+    for (const auto &row : rows) {
+        RawMessage message = {row.first, {9}};
         send(message);
-        EXPECT_TRUE(test::wait_for([&] { return last_call() == call; })) << func;
+        EXPECT_TRUE(test::wait_for([&] { return last_call() == row.second; })) << row.first;
     }
 }
 
