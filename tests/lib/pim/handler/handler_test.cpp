@@ -31,7 +31,8 @@ HandlerTest::HandlerTest()
 {
     camera.speed(1000);
     SetPIMode(PI_MODE_MOT);
-    run("mot read_config"); // there is none: from here on nothing is loaded
+    for (const char *test : {"mot", "noise", "dust", "movie"})
+        run(test + std::string(" read_config")); // there is none: from here on nothing is loaded
     regPim = 0;
     callbackFlag = 0;
     gCaptureDone = 0;
