@@ -8,10 +8,13 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <numeric>
 #include <vector>
 
 namespace
 {
+
+constexpr int32_t GREATEST_DIFF = 25500; // of white and black
 
 // Kept from picture to picture.
 struct all_blocks {
@@ -28,17 +31,25 @@ struct all_blocks {
     }
 };
 
+// Blocks whose corners lie left of the middle.
+std::size_t left_columns(const rova_pim_dust_grid &grid, const rova_pim_dust_config &cfg)
+{
+    const int64_t middle = std::max(cfg.iImgX / 2, 0);
+    const int64_t columns = (middle + grid.blockX - 1) / grid.blockX;
+    return static_cast<std::size_t>(std::min<int64_t>(columns, grid.columns));
+}
+
 // A block belongs to the quadrant of its corner.
 void add_row(all_blocks &blocks, int32_t row, const rova_pim_dust_config &cfg)
 {
     const bool below = row * blocks.grid.blockY >= cfg.iImgY / 2;
-    uint64_t *quadrants = &blocks.quadrants[below ? 2 : 0];
-    int32_t x = 0;
-    for (const uint64_t sum : blocks.row_sums) {
-        quadrants[x < cfg.iImgX / 2 ? 0 : 1] += sum;
-        blocks.sum += sum;
-        x += blocks.grid.blockX;
-    }
+    const auto middle =
+        blocks.row_sums.begin() + static_cast<std::ptrdiff_t>(left_columns(blocks.grid, cfg));
+    const uint64_t left = std::accumulate(blocks.row_sums.begin(), middle, uint64_t{0});
+    const uint64_t right = std::accumulate(middle, blocks.row_sums.end(), uint64_t{0});
+    blocks.quadrants[below ? 2 : 0] += left;
+    blocks.quadrants[below ? 3 : 1] += right;
+    blocks.sum += left + right;
 }
 
 const all_blocks &read_blocks(const rova_pim_image &image, const rova_pim_dust_grid &grid,
@@ -143,15 +154,10 @@ bool judge_pair(const border_pair &pair, rova_pim_dust_config &cfg)
 bool may_have_shading(const all_blocks &blocks, int32_t row, int32_t limit)
 {
     const std::span<const int32_t> means = blocks.row(row);
-    bool differs = false;
-    for (std::size_t i = 1; i < means.size(); i++)
-        differs |= std::abs(means[i - 1] - means[i]) > limit;
-    if (row + 1 == blocks.grid.rows)
-        return differs;
-    const std::span<const int32_t> below = blocks.row(row + 1);
-    for (std::size_t i = 0; i < means.size(); i++)
-        differs |= std::abs(means[i] - below[i]) > limit;
-    return differs;
+    const int32_t least = std::min(limit, GREATEST_DIFF) + 1;
+    return rova_pim_dust_any_differs(means.first(means.size() - 1), means.subspan(1), least) ||
+           (row + 1 < blocks.grid.rows &&
+            rova_pim_dust_any_differs(means, blocks.row(row + 1), least));
 }
 
 // In the order of the rows, up to the first find.

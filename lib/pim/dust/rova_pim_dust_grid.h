@@ -24,6 +24,11 @@ int rova_pim_dust_grid_of(const rova_pim_image &image, int32_t blockX, int32_t b
 void rova_pim_dust_sums(const rova_pim_image &image, const rova_pim_dust_grid &grid, int32_t row,
                         std::span<uint64_t> sums);
 
-// A hundred times the means of blocks with these sums, truncated.
+// A hundred times the means of the grid's blocks with these sums, truncated; as many means.
 void rova_pim_dust_means(const rova_pim_dust_grid &grid, std::span<const uint64_t> sums,
                          std::span<int32_t> means);
+
+// Whether some mean differs by this much or more from that at the same place of `others`, of which
+// there are as many.
+bool rova_pim_dust_any_differs(std::span<const int32_t> means, std::span<const int32_t> others,
+                               int32_t least);

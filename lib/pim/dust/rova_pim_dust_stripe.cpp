@@ -1,5 +1,6 @@
 #include "lib/pim/dust/rova_pim_dust_stripe.h"
 
+#include "lib/pim/dust/rova_pim_dust_grid.h"
 #include "lib/pim/rova_pim_log_sink.h"
 
 #include <algorithm>
@@ -137,12 +138,11 @@ least_refs least_refs_of(const rova_pim_dust_config &cfg)
 bool any_differs(std::span<const int32_t> means, int32_t offset, int32_t least)
 {
     const std::size_t step = std::min(static_cast<std::size_t>(offset), means.size());
-    bool differs = false;
-    for (std::size_t i = 0; i + step < means.size(); i++)
-        differs |= std::abs(means[i] - means[i + step]) >= least;
-    for (std::size_t i = means.size() - step; i < means.size(); i++)
-        differs |= std::abs(means[i] - means.back()) >= least;
-    return differs;
+    const std::span<const int32_t> last = means.last(step);
+    return rova_pim_dust_any_differs(means.first(means.size() - step), means.subspan(step),
+                                     least) ||
+           std::ranges::any_of(
+               last, [&](int32_t mean) { return std::abs(mean - means.back()) >= least; });
 }
 
 // Nearly all stripes of a good picture have nothing to mark or to log; that is seen at a fraction
