@@ -2,6 +2,7 @@
 """Install the tree, build the example application against it, and run it on a virtual camera.
 
 usage: check_install.py --cmake CMAKE --build DIR --example DIR [--cc CC] [--sanitize LIST]
+       [--link FLAGS]
 """
 import argparse
 import os
@@ -28,7 +29,8 @@ def build_example(args, prefix, folder):
     pc = next(prefix.rglob('rova.pc'))
     flags = f'-Wall -Wextra -Wpedantic -Werror{" -fsanitize=" if args.sanitize else ""}{args.sanitize}'
     run(args.cmake, '-S', args.example, '-B', folder, '-G', 'Ninja', f'-DCMAKE_C_COMPILER={args.cc}',
-        f'-DCMAKE_C_FLAGS={flags}', env=dict(os.environ, PKG_CONFIG_PATH=str(pc.parent)))
+        f'-DCMAKE_C_FLAGS={flags}', f'-DCMAKE_EXE_LINKER_FLAGS={args.link}',
+        env=dict(os.environ, PKG_CONFIG_PATH=str(pc.parent)))
     run(args.cmake, '--build', folder)
     return folder / 'camera-app'
 
@@ -60,6 +62,7 @@ def main():
     parser.add_argument('--example', type=Path, required=True)
     parser.add_argument('--cc', default='cc')
     parser.add_argument('--sanitize', default='')
+    parser.add_argument('--link', default='')
     args = parser.parse_args()
     with tempfile.TemporaryDirectory() as folder:
         top = Path(folder)

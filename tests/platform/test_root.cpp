@@ -70,7 +70,7 @@ TEST(Root, SpeedIsOneUnlessANumberAboveZeroIsGiven)
 
 TEST(Root, AChildOfABusyProcessFindsTheCamera)
 {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef ROVA_SANITIZE_ADDRESS
     GTEST_SKIP() << "a child hangs in the address sanitizer's own heap when fork() finds it locked";
 #endif
     test::Camera camera;

@@ -267,7 +267,7 @@ TEST(SysTime, ASleepIsAtLeastAsLongAsAsked)
 
 TEST(SysTime, ASleepCanBeCancelled)
 {
-#ifdef __SANITIZE_THREAD__
+#ifdef ROVA_SANITIZE_THREAD
     GTEST_SKIP() << "the thread sanitizer loses count of threads cancelled in a sleep";
 #endif
     test::Camera camera;

@@ -151,7 +151,7 @@ bool Process::running()
 int Process::wait(double seconds)
 {
     const auto ended = [this] { return !running(); };
-#ifdef __SANITIZE_THREAD__
+#ifdef ROVA_SANITIZE_THREAD
     // Its run time loses a signal now and then: taken from the kernel, and no handler called.
     constexpr double PATIENCE = 5;
     for (; sent_ != 0 && seconds > PATIENCE && !wait_for(ended, PATIENCE); seconds -= PATIENCE)

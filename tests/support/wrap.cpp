@@ -163,7 +163,7 @@ WRAP(void *, g_try_malloc0, (size_t size), (size))
 // Not through the C library when a sanitizer has its own msgsnd and msgrcv there: a thread that is
 // cancelled inside one of those leaves the sanitizer's state behind.  Nor with anything to unwind:
 // syscall() claims that nothing is ever thrown through it.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(ROVA_SANITIZED)
 #define CANCELLABLE_CALL(NAME, ...) syscall(SYS_##NAME, __VA_ARGS__)
 #else
 #define CANCELLABLE_CALL(NAME, ...) __real_##NAME(__VA_ARGS__)
