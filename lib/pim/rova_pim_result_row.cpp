@@ -4,6 +4,7 @@
 #include "lib/pim/rova_pim_config.h"
 #include "lib/pim/rova_pim_debug.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace
@@ -30,6 +31,7 @@ void rova_pim_result_begin_row(int32_t mode, const char *path, const char *title
 {
     rova_pim_result_close();
     rova_pim_result_clear();
+    std::ranges::fill(pPtpTile, '\0');
     if (mode == PIM_RESULT_KEPT) {
         std::snprintf(pPtpTile, sizeof(pPtpTile), "%s", title);
         rova_pim_result_print("%s", columns);

@@ -8,8 +8,9 @@
 #include <initializer_list>
 
 // Opens the result file where the mode wants one, and prints the heads to a new file or, in
-// PIM_RESULT_KEPT, anew for each row; the first then goes to pPtpTile.  What keeps the file shut is
-// reported, and the row is lost.
+// PIM_RESULT_KEPT, anew for each row; the first then goes to pPtpTile, which is empty in the other
+// modes.  What an earlier row has left to be written is.  What keeps the file shut is reported, and
+// the row is lost.
 void rova_pim_result_begin_row(int32_t mode, const char *path, const char *title,
                                const char *columns);
 

@@ -115,10 +115,12 @@ TEST_F(Noise, ChangeIsoInAnotherModeChangesNothing)
     load_config();
     cfgNoise.iIsoHigh = 3200;
     const rova_pim_noise_config before = cfgNoise;
-    SetPIMode(PI_MODE_DUST);
-    EXPECT_EQ(run("noise change_iso 3200"), OK);
-    EXPECT_THAT(printed, HasSubstr("Available on Noise Test mode."));
-    EXPECT_EQ(std::memcmp(&before, &cfgNoise, sizeof(cfgNoise)), 0);
+    for (const int32_t mode : {+PI_MODE_NONE, +PI_MODE_MOT, +PI_MODE_DUST, +PI_MODE_MOVIE}) {
+        SetPIMode(mode);
+        EXPECT_EQ(run("noise change_iso 3200"), OK);
+        EXPECT_THAT(printed, HasSubstr("Available on Noise Test mode.")) << mode;
+        EXPECT_EQ(std::memcmp(&before, &cfgNoise, sizeof(cfgNoise)), 0) << mode;
+    }
 }
 
 // display_result.

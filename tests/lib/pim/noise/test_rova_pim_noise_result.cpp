@@ -153,9 +153,11 @@ TEST_F(NoiseResult, ARowWithoutFindsHasAnEmptyColumnForEachLine)
 
 TEST_F(NoiseResult, AVerdictThatIsNeitherGoodNorBadIsADash)
 {
-    cfg.iDotRst = 2;
+    cfg.iDotRst = cfg.iColorRst = cfg.iLineRst = 2;
     write();
     EXPECT_THAT(file(), HasSubstr(",ISO 100,-,128.12,"));
+    EXPECT_THAT(file(), HasSubstr(",99.00,-,1.50,"));
+    EXPECT_THAT(file(), HasSubstr(",1.00,-,7,70,5400,, "));
 }
 
 TEST_F(NoiseResult, TheRowHasTheCopiesOfTheVerdicts)
@@ -186,6 +188,28 @@ TEST_F(NoiseResult, TheTotalIsThatOfTheChecksThatRan)
         cfg.iLineOk = line;
         write();
         EXPECT_EQ(cfg.iTotal, total) << dot << " " << color << " " << line;
+    }
+}
+
+TEST_F(NoiseResult, WhatAnotherTestLeftToBeWrittenReachesItsFile)
+{
+    constexpr char OTHER[] = "/mnt/mmc/other.csv";
+    print_modes(PIM_DEBUG_STDOUT, PIM_RESULT_BUFFERED);
+    ASSERT_EQ(rova_pim_result_open(OTHER), 0);
+    rova_pim_result_print("another test's\n");
+    write();
+    EXPECT_EQ(camera.read(OTHER), "another test's\n");
+    EXPECT_EQ(file(), HEADS + row());
+}
+
+TEST_F(NoiseResult, TheTitleOfAnotherTestDoesNotStay)
+{
+    for (const int32_t mode : {PIM_RESULT_BUFFERED, PIM_RESULT_DIRECT, 3}) {
+        print_modes(PIM_DEBUG_STDOUT, mode);
+        say(pPtpTile, "another test's\n");
+        write();
+        EXPECT_STREQ(pPtpTile, "") << mode;
+        EXPECT_STREQ(pRstData, "") << mode;
     }
 }
 
