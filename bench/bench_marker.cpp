@@ -1,13 +1,13 @@
 // The search for colour markers: a sliding box of 12 x 12 over 400 x 400 values that are all
 // visited, and a screen nail's four markers.  Both against the plain search and against one plain
 // read of the values that have to be looked at, from planes that together exceed every cache.
+#include "bench/pictures.h"
 #include "lib/pim/mot/rova_pim_marker.h"
 #include "tests/lib/pim/mot/marker_chart.h"
 #include "tests/lib/pim/mot/plain_marker.h"
 
 #include <benchmark/benchmark.h>
 
-#include <chrono>
 #include <random>
 #include <vector>
 
@@ -18,13 +18,6 @@ constexpr int32_t SIDE = 400;
 constexpr int32_t ARRAY = 12;
 constexpr std::size_t STRIP = SIDE * SIDE;
 constexpr std::size_t STRIPS = 1024; // 160 MB
-
-using Clock = std::chrono::steady_clock;
-
-double seconds_since(Clock::time_point begin)
-{
-    return std::chrono::duration<double>(Clock::now() - begin).count();
-}
 
 // Values around the middle of the range, so that no box is without one.
 const std::vector<uint8_t> &values()
@@ -44,18 +37,14 @@ const uint8_t *strip(std::size_t turn)
     return values().data() + turn % STRIPS * STRIP;
 }
 
+// All bytes of a strip but the last few.
 uint64_t read_strip(const uint8_t *bytes)
 {
-    uint64_t sum = 0;
-    for (std::size_t i = 0; i < STRIP; i += sizeof(uint64_t)) {
-        uint64_t word;
-        __builtin_memcpy(&word, bytes + i, sizeof(word));
-        sum += word;
-    }
-    return sum;
+    constexpr std::size_t ROW = 640;
+    return bench::read_rows({bytes, ROW, STRIP / ROW}, ROW);
 }
 
-void walk_strip(const uint8_t *bytes, rova_pim_histogram &histogram, bool portable)
+void walk_strip(const uint8_t *bytes, rova_pim_histogram *histogram, bool portable)
 {
     int64_t hits = 0;
     rova_pim_walk_boxes({{bytes, STRIP}, SIDE, SIDE},
@@ -91,32 +80,28 @@ void plain_boxes(const uint8_t *bytes, rova_pim_histogram &histogram)
     benchmark::DoNotOptimize(hits);
 }
 
-template <typename Step> double timed(const Step &step)
+// A search counts the values for a histogram only where it is printed.
+void BM_SlidingBox(benchmark::State &state, bool portable, bool counted)
 {
-    const Clock::time_point begin = Clock::now();
-    step();
-    return seconds_since(begin);
-}
-
-void BM_SlidingBox(benchmark::State &state, bool portable)
-{
-    double reading = 0, walking = 0;
+    std::vector<double> reading, walking;
     rova_pim_histogram histogram = {};
     std::size_t turn = 0;
     for (auto _ : state) {
-        reading += timed([&] { benchmark::DoNotOptimize(read_strip(strip(turn++))); });
-        const double seconds = timed([&] { walk_strip(strip(turn++), histogram, portable); });
-        walking += seconds;
-        state.SetIterationTime(seconds);
+        reading.push_back(
+            bench::timed([&] { benchmark::DoNotOptimize(read_strip(strip(turn++))); }));
+        walking.push_back(bench::timed(
+            [&] { walk_strip(strip(turn++), counted ? &histogram : nullptr, portable); }));
+        state.SetIterationTime(walking.back());
     }
+    const double plain = bench::timed([&] { plain_boxes(strip(turn), histogram); });
     benchmark::DoNotOptimize(histogram);
-    const double plain = timed([&] { plain_boxes(strip(turn), histogram); });
-    const auto rounds = static_cast<double>(state.iterations());
-    state.counters["of_read"] = walking / reading;
-    state.counters["plain_of_read"] = plain * rounds / reading;
+    state.counters["of_read"] = bench::median(walking) / bench::median(reading);
+    state.counters["plain_of_read"] = plain / bench::median(reading);
 }
-BENCHMARK_CAPTURE(BM_SlidingBox, best, false)->UseManualTime()->MinTime(1);
-BENCHMARK_CAPTURE(BM_SlidingBox, portable, true)->UseManualTime()->MinTime(1);
+BENCHMARK_CAPTURE(BM_SlidingBox, best, false, false)->UseManualTime()->MinTime(1);
+BENCHMARK_CAPTURE(BM_SlidingBox, best_with_histogram, false, true)->UseManualTime()->MinTime(1);
+BENCHMARK_CAPTURE(BM_SlidingBox, portable, true, false)->UseManualTime()->MinTime(1);
+BENCHMARK_CAPTURE(BM_SlidingBox, portable_with_histogram, true, true)->UseManualTime()->MinTime(1);
 
 // Markers in the middle of a grey picture: most boxes are skipped.
 void BM_ScreenNail(benchmark::State &state)
@@ -128,12 +113,12 @@ void BM_ScreenNail(benchmark::State &state)
     test::configure_markers(cfgPm);
     double searching = 0, plain = 0;
     for (auto _ : state) {
-        const double seconds =
-            timed([&] { rova_pim_search_screen_nail(picture.image, PIM_COLOUR_CR, 0, cfgPm); });
+        const double seconds = bench::timed(
+            [&] { rova_pim_search_screen_nail(picture.image, PIM_COLOUR_CR, 0, cfgPm); });
         searching += seconds;
         state.SetIterationTime(seconds);
-        plain +=
-            timed([&] { test::plain_search_screen_nail(picture.image, PIM_COLOUR_CR, 0, cfgPm); });
+        plain += bench::timed(
+            [&] { test::plain_search_screen_nail(picture.image, PIM_COLOUR_CR, 0, cfgPm); });
     }
     state.counters["plain_of_fast"] = plain / searching;
     rova_pim_buffers_free();

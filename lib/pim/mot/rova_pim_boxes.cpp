@@ -281,10 +281,10 @@ void add_parts(const histogram_parts &parts, uint32_t times, rova_pim_histogram 
 template <typename N> class Walk
 {
 public:
-    Walk(const rova_pim_strip &strip, const rova_pim_box_rules &rules,
+    Walk(const rova_pim_strip &strip, const rova_pim_box_rules &rules, bool counts_values,
          const rova_pim_hit_function &on_hits)
-        : strip_(strip), rules_(rules), on_hits_(on_hits), at_(limits_of(strip, rules)),
-          run_(kernels_here<N>(rules.portable))
+        : strip_(strip), rules_(rules), counts_values_(counts_values), on_hits_(on_hits),
+          at_(limits_of(strip, rules)), run_(kernels_here<N>(rules.portable))
     {
     }
     bool prepare();
@@ -316,6 +316,7 @@ private:
 
     const rova_pim_strip &strip_;
     const rova_pim_box_rules &rules_;
+    const bool counts_values_;
     const rova_pim_hit_function &on_hits_;
     limits at_;
     const kernels<N> &run_;
@@ -438,6 +439,8 @@ template <typename N> void Walk<N>::trace(int32_t from, int32_t to) const
 
 template <typename N> void Walk<N>::cover_row(int32_t y)
 {
+    if (!counts_values_)
+        return;
     if (is_whole(y))
         whole_rows_++;
     else // the last column is in no box
@@ -469,6 +472,8 @@ template <typename N> void Walk<N>::count_row(int32_t y)
 // Counts a row of values that no box of a row below `last` will cover; `first` begins the block.
 template <typename N> void Walk<N>::count_below(int32_t y, int32_t first, int32_t last)
 {
+    if (!counts_values_)
+        return;
     count_row(y);
     const int32_t gone = y - at_.h + 1;
     if (gone >= first && gone <= last)
@@ -483,23 +488,24 @@ template <typename N> void Walk<N>::add_to(rova_pim_histogram &histogram) const
 
 template <typename N>
 int walk_boxes(const rova_pim_strip &strip, const rova_pim_box_rules &rules,
-               rova_pim_histogram &histogram, const rova_pim_hit_function &on_hits)
+               rova_pim_histogram *histogram, const rova_pim_hit_function &on_hits)
 {
-    Walk<N> walk(strip, rules, on_hits);
+    Walk<N> walk(strip, rules, histogram != nullptr, on_hits);
     if (!walk.prepare()) {
         rova_pim_report("no memory for boxes of %d x %d in %d x %d\n", rules.w, rules.h, strip.w,
                         strip.h);
         return -1;
     }
     walk.walk();
-    walk.add_to(histogram);
+    if (histogram != nullptr)
+        walk.add_to(*histogram);
     return 0;
 }
 
 } // namespace
 
 int rova_pim_walk_boxes(const rova_pim_strip &strip, const rova_pim_box_rules &rules,
-                        rova_pim_histogram &histogram, const rova_pim_hit_function &on_hits)
+                        rova_pim_histogram *histogram, const rova_pim_hit_function &on_hits)
 {
     if (rules.w <= 0 || rules.h <= 0 || rules.w >= strip.w || rules.h >= strip.h)
         return 0;

@@ -194,16 +194,27 @@ void take_marker(const rova_pim_marker_search &search, int marker, rova_pim_rect
 int search_marker(const rova_pim_marker_search &search, int marker, const rova_pim_box &area,
                   rova_pim_pm_config &cfg, rova_pim_histogram &histogram)
 {
+    const bool prints = cfg.dbgLevel[2] != 0;
     Groups groups(cfg.arrayW, cfg.arrayH);
     cfg.cmCenter[marker] = {0, 0};
     if (rova_pim_walk_marker(search, area, cfg.arrayCount, rova_pim_row_step::AFTER_HIT, cfg,
-                             histogram, [&](const rova_pim_hits &hits) { groups.add(hits); }) != 0)
+                             prints ? &histogram : nullptr,
+                             [&](const rova_pim_hits &hits) { groups.add(hits); }) != 0)
         return -1;
     const rova_pim_rect box = groups.best();
-    if (cfg.dbgLevel[2] != 0)
+    if (prints)
         rova_pim_print_histogram(histogram);
     take_marker(search, marker, box, area, cfg);
     return 0;
+}
+
+// The values of all areas, which the search has left alone.
+void count_values(const rova_pim_marker_search &search, const rova_pim_box (&areas)[PIM_MARKERS],
+                  const rova_pim_pm_config &cfg, rova_pim_histogram &histogram)
+{
+    for (const rova_pim_box &area : areas)
+        rova_pim_walk_marker(search, area, cfg.arrayCount, rova_pim_row_step::AFTER_HIT, cfg,
+                             &histogram, [](const rova_pim_hits &) {});
 }
 
 } // namespace
@@ -297,7 +308,7 @@ void rova_pim_print_marker_areas(const rova_pim_marker_search &search,
 
 int rova_pim_walk_marker(const rova_pim_marker_search &search, const rova_pim_box &area,
                          int64_t count, rova_pim_row_step step, const rova_pim_pm_config &cfg,
-                         rova_pim_histogram &histogram, const rova_pim_hit_function &on_hits)
+                         rova_pim_histogram *histogram, const rova_pim_hit_function &on_hits)
 {
     if (area.w <= 0 || area.h <= 0)
         return 0;
@@ -389,6 +400,8 @@ int rova_pim_search_screen_nail(const rova_pim_image &screen, int32_t colour, in
     }
     rova_pim_measure_markers(cfg);
     if (!all_found(cfg)) {
+        if (cfg.dbgLevel[2] == 0)
+            count_values(search, areas, cfg, histogram);
         rova_pim_print_histogram(histogram);
         return -1;
     }

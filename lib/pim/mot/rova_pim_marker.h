@@ -56,12 +56,12 @@ rova_pim_point rova_pim_chroma_limit(const rova_pim_marker_search &search);
 void rova_pim_print_marker_areas(const rova_pim_marker_search &search,
                                  const rova_pim_box (&areas)[PIM_MARKERS]);
 
-// Walks boxes over an area's values: the hits, and the histogram of all.  `count` is the least
-// number of values in range.  0, or -1 with a report: the picture or the buffer has no room for the
-// area.
+// Walks boxes over an area's values: the hits, and the histogram of all if there is one to count
+// in.  `count` is the least number of values in range.  0, or -1 with a report: the picture or the
+// buffer has no room for the area.
 int rova_pim_walk_marker(const rova_pim_marker_search &search, const rova_pim_box &area,
                          int64_t count, rova_pim_row_step step, const rova_pim_pm_config &cfg,
-                         rova_pim_histogram &histogram, const rova_pim_hit_function &on_hits);
+                         rova_pim_histogram *histogram, const rova_pim_hit_function &on_hits);
 
 void rova_pim_print_histogram(const rova_pim_histogram &histogram);
 void rova_pim_print_marker_window_size();

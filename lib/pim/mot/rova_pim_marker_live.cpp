@@ -76,13 +76,14 @@ void take_marker(const rova_pim_marker_search &search, int marker, const rova_pi
 int search_marker(const rova_pim_marker_search &search, int marker, const rova_pim_box &area,
                   rova_pim_pm_config &cfg, rova_pim_histogram &histogram)
 {
+    const bool prints = cfg.dbgLevel[2] != 0;
     bounds hit;
     // More than arrayCount, where the screen nail's search is content with as many.
     if (rova_pim_walk_marker(search, area, int64_t{cfg.arrayCount} + 1,
-                             rova_pim_row_step::AFTER_IN_RANGE, cfg, histogram,
+                             rova_pim_row_step::AFTER_IN_RANGE, cfg, prints ? &histogram : nullptr,
                              [&](const rova_pim_hits &hits) { hit.add(hits); }) != 0)
         return -1;
-    if (cfg.dbgLevel[2] != 0)
+    if (prints)
         rova_pim_print_histogram(histogram);
     take_marker(search, marker, hit.with_array(cfg.arrayW, cfg.arrayH), area, cfg);
     return 0;

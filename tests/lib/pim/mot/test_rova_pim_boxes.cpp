@@ -66,16 +66,23 @@ private:
     const rova_pim_box_rules &rules_;
 };
 
+rova_pim_hit_function hits_to(Walked &walked)
+{
+    return [&walked](const rova_pim_hits &found) {
+        for (int32_t x = found.from; x < found.to; x++)
+            walked.hits.emplace_back(x, found.y);
+    };
+}
+
+// With and without a histogram.
 Walked walk(const rova_pim_strip &strip, rova_pim_box_rules rules, bool portable)
 {
     Walked walked;
     rules.portable = portable;
-    const int result =
-        rova_pim_walk_boxes(strip, rules, walked.histogram, [&](const rova_pim_hits &found) {
-            for (int32_t x = found.from; x < found.to; x++)
-                walked.hits.emplace_back(x, found.y);
-        });
-    EXPECT_EQ(result, 0);
+    EXPECT_EQ(rova_pim_walk_boxes(strip, rules, &walked.histogram, hits_to(walked)), 0);
+    Walked uncounted;
+    EXPECT_EQ(rova_pim_walk_boxes(strip, rules, nullptr, hits_to(uncounted)), 0);
+    EXPECT_EQ(uncounted.hits, walked.hits);
     return walked;
 }
 
@@ -188,11 +195,11 @@ TEST_F(PimBoxes, BoxesTooLargeForASumOf32BitsAreRefused)
     rova_pim_histogram histogram = {};
     int32_t hits = 0;
     const auto count = [&](const rova_pim_hits &found) { hits += found.to - found.from; };
-    EXPECT_EQ(rova_pim_walk_boxes(strip, rules, histogram, count), -1);
+    EXPECT_EQ(rova_pim_walk_boxes(strip, rules, &histogram, count), -1);
     EXPECT_TRUE(camera.logged("no sums of boxes of 2903 x 2901"));
     EXPECT_EQ(hits, 0);
     rules.w = 2902;
     rules.min = 255;
-    EXPECT_EQ(rova_pim_walk_boxes(strip, rules, histogram, count), 0);
+    EXPECT_EQ(rova_pim_walk_boxes(strip, rules, &histogram, count), 0);
     EXPECT_EQ(hits, 2 * 3);
 }
