@@ -184,6 +184,7 @@ TEST_F(PimBoxes, NoValueLiesInARangeBesideAllValues)
         const Walked plain = PlainWalk(strip, rules);
         EXPECT_TRUE(plain.hits.empty());
         EXPECT_TRUE(walk(strip, rules, false) == plain) << min;
+        EXPECT_TRUE(walk(strip, rules, true) == plain) << min;
     }
 }
 
