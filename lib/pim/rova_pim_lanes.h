@@ -78,7 +78,7 @@ void add_lanes(const uint16_t *lanes, std::size_t step, std::size_t width, std::
 struct panel {
     std::size_t x, y;
     std::size_t rows;
-    std::size_t step, width; // of the blocks
+    std::size_t step, width; // of the blocks; a single one has no step: 0
     std::size_t first, blocks;
 
     std::size_t across() const { return (blocks - 1) * step + width; }
@@ -113,14 +113,15 @@ void for_each_panel(std::size_t rows, std::size_t step, std::size_t width, std::
     const std::size_t together = blocks_together(step, width, blocks);
     for (std::size_t y = 0; y < rows; y += PAIR_ROWS) {
         for (std::size_t first = 0; first < blocks; first += together) {
+            const std::size_t here = std::min(blocks - first, together);
             for (std::size_t x = 0; x < width; x += PANEL)
                 visit(panel{.x = first * step + x,
                             .y = y,
                             .rows = std::min(rows - y, PAIR_ROWS),
-                            .step = together == 1 ? 0 : step,
+                            .step = here == 1 ? 0 : step,
                             .width = std::min(width - x, PANEL),
                             .first = first,
-                            .blocks = std::min(blocks - first, together)});
+                            .blocks = here});
         }
     }
 }

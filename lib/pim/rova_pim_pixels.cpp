@@ -258,6 +258,7 @@ void sum_panel(const rova_pim_rows &rows, const panel &at, std::span<uint64_t> s
         return sum_eights(rows, at, add);
     if (at.blocks > 1 || at.width < 8)
         return sizes % 2 == 0 ? sum_pairs(rows, at, add) : sum_columns(rows, at, add);
+    // Neither part comes here again, since a single block has no step.
     sum_panel(rows, at.part(0, at.width / 8 * 8), sums);
     sum_panel(rows, at.part(at.width / 8 * 8, at.width % 8), sums);
 }

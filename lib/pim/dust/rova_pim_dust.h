@@ -150,7 +150,8 @@ int CheckDust(const rova_pim_image &image, rova_pim_dust_config &cfg);
 // Shading, 4x shading, exposure and dust in one pass.
 int CheckDustAll(const rova_pim_image &image, rova_pim_dust_config &cfg);
 
-// Called behind a run with iDbgOption[7] set; NULL, as at the start: nothing.
+// Called behind a run with iDbgOption[7] set, by the capture service's thread that holds the
+// records: it must not load a configuration.  NULL, as at the start: nothing.
 using rova_pim_dust_hook = void (*)(const rova_pim_image &image);
 void rova_pim_set_dust_hook(rova_pim_dust_hook hook);
 

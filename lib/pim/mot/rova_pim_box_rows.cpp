@@ -97,6 +97,7 @@ template <typename T> struct windows {
         width /= 4;
         if (width == 0)
             return;
+        // As many as the digits to come will read.
         add_apart<T, 4>(in, apart, n + done + (width - 1) * 4 * apart, scratch[turn], true);
         in = scratch[turn];
         turn ^= 1;
@@ -260,6 +261,7 @@ ROVA_INLINE rova_pim_row_found visit_inline(const limits &at, const uint8_t *gon
                                          at.boxes, at.w};
     sums.add_digit();
     counts.add_digit();
+    // From here on only scratch is read, and the columns may go on.
     if (come != nullptr) {
         if constexpr (IS_NARROW<N>)
             move_narrow<STEP>(at, gone, come, row.column, row.column_in_range);

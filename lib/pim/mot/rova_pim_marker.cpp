@@ -208,7 +208,8 @@ int search_marker(const rova_pim_marker_search &search, int marker, const rova_p
     return 0;
 }
 
-// The values of all areas, which the search has left alone.
+// Walks all areas once more for their values, which a search that is not to print them leaves
+// alone.
 void count_values(const rova_pim_marker_search &search, const rova_pim_box (&areas)[PIM_MARKERS],
                   const rova_pim_pm_config &cfg, rova_pim_histogram &histogram)
 {

@@ -211,6 +211,18 @@ TEST_P(PimPixels, SumsOfBlocksThatLieSideBySide)
     }
 }
 
+// 8192 bytes are summed side by side: here the last block is alone.
+TEST_P(PimPixels, SumsOfOneBlockMoreThanIsSummedAtTheSameTime)
+{
+    for (int round = 0; round < 100; round++) {
+        const std::size_t width = number(1, 200), step = number((width + 1) / 2, 2 * width - 1);
+        const std::size_t count = ((8192 - width) / step + 1) * number(1, 2) + 1;
+        const rova_pim_rows rows = draw_rows((count - 1) * step + width, 3);
+        ASSERT_EQ(blocks(rows, step, width, count), plain_blocks(rows, step, width, count))
+            << width << " of " << step;
+    }
+}
+
 // Narrower and wider than what is summed at the same time.
 TEST_P(PimPixels, SumsOfOneBlockOfAnyWidth)
 {
