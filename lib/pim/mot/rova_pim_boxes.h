@@ -40,7 +40,7 @@ using rova_pim_hit_function = std::function<void(const rova_pim_hits &hits)>;
 // Visits the boxes in rows, from the first, and in a row from its left.  Behind a box with no value
 // in range the next one stands beside it, else one value on.  Boxes that would touch the strip's
 // last column or row are left out.  The hits are told in order, and all values of all boxes visited
-// counted in `histogram` if there is one: to count them takes as long as the walk.  0, or -1 with a
-// report: boxes whose sum would not fit in 32 bits, or no memory for the sums.
+// counted in `histogram` if there is one: to count them takes longer than the walk.  0, or -1 with
+// a report: boxes whose sum would not fit in 32 bits, or no memory for the sums.
 int rova_pim_walk_boxes(const rova_pim_strip &strip, const rova_pim_box_rules &rules,
                         rova_pim_histogram *histogram, const rova_pim_hit_function &on_hits);
